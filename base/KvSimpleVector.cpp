@@ -1,0 +1,74 @@
+#include "base/KvSimpleVector.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr int32_t kMinGrowStep = 4;
+
+}  // namespace
+
+KvSimpleVector::KvSimpleVector(int capacity, int growStep)
+    : capacity_(static_cast<uint64_t>(std::max(capacity, 0))),
+      growStep_(growStep >= 0 ? std::max(growStep, kMinGrowStep) : growStep) {}
+
+KvSimpleStringVector::KvSimpleStringVector(int capacity, int growStep)
+    : KvSimpleVector(capacity, growStep) {}
+
+KvSimpleStringVector::~KvSimpleStringVector() {
+    KvSimpleStringVector::_clear(true);
+}
+
+void KvSimpleStringVector::push_back(const KvSimpleString& text) {
+    const uint64_t size = size_;
+    // The copy is made before the array moves: `text` may be an element of this list.
+    auto* copy = new KvSimpleString(text);
+    if (size >= capacity_ || items_ == nullptr) {
+        const auto quarter = static_cast<int32_t>(std::min<uint64_t>(capacity_ / 4, INT32_MAX));
+        growStep_ = std::max(growStep_, quarter);
+        const uint64_t grown = capacity_ + static_cast<uint64_t>(static_cast<int64_t>(growStep_));
+        _alloc(growStep_ > 0 ? grown : size + 1);
+        if (capacity_ <= size || items_ == nullptr) {
+            delete copy;
+            return;
+        }
+    }
+    items_[size] = copy;
+    size_ = size + 1;
+}
+
+KvSimpleString& KvSimpleStringVector::operator[](size_t index) {
+    return *static_cast<KvSimpleString*>(items_[index]);
+}
+
+const KvSimpleString& KvSimpleStringVector::operator[](size_t index) const {
+    return *static_cast<const KvSimpleString*>(items_[index]);
+}
+
+void KvSimpleStringVector::_clear(bool deleteElements) {
+    if (deleteElements) {
+        for (uint64_t i = 0; i < size_; ++i) {
+            delete static_cast<KvSimpleString*>(items_[i]);
+        }
+    }
+    free(items_);
+    items_ = nullptr;
+    size_ = 0;
+    // A list that is cleared and filled again starts small, else each round would grow it further.
+    capacity_ = 0;
+}
+
+void KvSimpleStringVector::_alloc(unsigned long newCapacity) {
+    auto** grown = static_cast<void**>(calloc(newCapacity, sizeof(void*)));
+    if (grown == nullptr) {
+        return;
+    }
+    if (items_ != nullptr) {
+        memcpy(grown, items_, std::min<uint64_t>(size_, newCapacity) * sizeof(void*));
+    }
+    _clear(false);
+    items_ = grown;
+    capacity_ = newCapacity;
+}

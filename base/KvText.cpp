@@ -1,0 +1,174 @@
+// The code page with its double-byte rule, trimming, and the bounded buffer operations.
+#include "base/KvText.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+unsigned int s_chartype = 0;
+
+constexpr unsigned char kLowestTrailingByte = 0x40;
+
+bool isLeadByte(char ch) {
+    const auto byte = static_cast<unsigned char>(ch);
+    switch (s_chartype) {
+        case 932:
+            return (byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC);
+        case 936:
+        case 949:
+        case 950:
+            return byte >= 0x81 && byte <= 0xFE;
+        default:
+            return false;
+    }
+}
+
+bool isTrimmedSpace(char ch) {
+    return ch == '\n' || ch == ' ' || ch == '\r' || ch == '\t' || ch == '\f';
+}
+
+struct Span {
+    size_t begin;
+    size_t end;
+};
+
+Span withoutSpace(const char* text, size_t length) {
+    Span kept{0, length};
+    while (kept.begin < kept.end && isTrimmedSpace(text[kept.begin])) {
+        ++kept.begin;
+    }
+    while (kept.end > kept.begin && isTrimmedSpace(text[kept.end - 1])) {
+        --kept.end;
+    }
+    return kept;
+}
+
+}  // namespace
+
+void SetCurrentCharType(unsigned int codePage) {
+    s_chartype = codePage;
+}
+
+unsigned int GetCurrentCharType() {
+    return s_chartype;
+}
+
+bool IsTrailingByteOfDBC(const char* str, const char* p) {
+    if (str == nullptr || p == nullptr || p <= str || s_chartype == 0) {
+        return false;
+    }
+    const char* q = str;
+    while (q < p && *q != '\0') {
+        if (!isLeadByte(*q)) {
+            ++q;
+        } else if (q == p - 1) {
+            return static_cast<unsigned char>(*p) >= kLowestTrailingByte;
+        } else if (q[1] == '\0') {
+            return false;
+        } else {
+            q += 2;
+        }
+    }
+    return false;
+}
+
+int strrepchr(char* text, char from, char to) {
+    if (text == nullptr || from == '\0') {
+        return 0;
+    }
+    int replaced = 0;
+    bool afterLead = false;
+    for (char* p = text; *p != '\0'; ++p) {
+        const bool trailing = afterLead && static_cast<unsigned char>(*p) >= kLowestTrailingByte;
+        if (*p == from && !trailing) {
+            *p = to;
+            ++replaced;
+        }
+        afterLead = !afterLead && isLeadByte(*p);
+        if (*p == '\0') {
+            break;  // `to` ended the text
+        }
+    }
+    return replaced;
+}
+
+bool IsDigit(char ch) {
+    return ch >= '0' && ch <= '9';
+}
+
+char* Str_Dup(const char* text) {
+    return text != nullptr ? strdup(text) : nullptr;
+}
+
+void Str_TrimAll(KvSimpleString& text) {
+    const Span kept = withoutSpace(text.c_str(), text.length());
+    if (kept.end - kept.begin < text.length()) {
+        text.assign(text.c_str() + kept.begin, text.c_str() + kept.end);
+    }
+}
+
+void Str_TrimAll(char* text) {
+    if (text == nullptr) {
+        return;
+    }
+    const size_t length = strlen(text);
+    const Span kept = withoutSpace(text, length);
+    const size_t size = kept.end - kept.begin;
+    memmove(text, text + kept.begin, size);
+    memset(text + size, 0, length - size);
+}
+
+void Str_ToUpper(char* text) {
+    for (char* p = text; p != nullptr && *p != '\0'; ++p) {
+        *p = static_cast<char>(toupper(static_cast<unsigned char>(*p)));
+    }
+}
+
+char* Strncpy(char* dst, const char* src, size_t size) {
+    if (dst == nullptr || size == 0) {
+        return nullptr;
+    }
+    const size_t length = src != nullptr ? strnlen(src, size - 1) : 0;
+    memmove(dst, src != nullptr ? src : "", length);
+    memset(dst + length, 0, size - length);
+    return dst;
+}
+
+char* Strncat(char* dst, const char* src, size_t size) {
+    if (dst == nullptr || size == 0) {
+        return nullptr;
+    }
+    const size_t length = strnlen(dst, size);
+    if (length + 1 >= size) {
+        return nullptr;
+    }
+    const size_t added = src != nullptr ? strnlen(src, size - length - 1) : 0;
+    memmove(dst + length, src != nullptr ? src : "", added);
+    dst[length + added] = '\0';
+    dst[size - 1] = '\0';
+    return dst + length;
+}
+
+int Snprintf(char* buf, size_t size, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const int stored = Vsnprintf(buf, size, format, args);
+    va_end(args);
+    return stored;
+}
+
+int Vsnprintf(char* buf, size_t size, const char* format, va_list args) {
+    if (buf == nullptr || size == 0 || format == nullptr) {
+        return 0;
+    }
+    const int wanted = vsnprintf(buf, size, format, args);
+    if (wanted < 0) {
+        buf[0] = '\0';
+    }
+    buf[size - 1] = '\0';
+    return static_cast<int>(std::min<size_t>(static_cast<size_t>(std::max(wanted, 0)), size - 1));
+}

@@ -1,0 +1,52 @@
+# The build rules that every target of the project shares.
+include_guard(GLOBAL)
+
+# Warnings are errors, sanitizers come from KV_SANITIZE, includes are written from the root.
+add_library(kv_options INTERFACE)
+target_include_directories(kv_options INTERFACE "${PROJECT_SOURCE_DIR}")
+target_compile_options(kv_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+if(KV_SANITIZE)
+    target_compile_options(kv_options INTERFACE
+        -fsanitize=${KV_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(kv_options INTERFACE -fsanitize=${KV_SANITIZE})
+endif()
+
+# kv_floor(NAME SOURCES ... [LINKS ...]): one floor of the house as the static library kv_NAME,
+# which may link only the floors below it.
+function(kv_floor name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    add_library(kv_${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(kv_${name} PUBLIC kv_options ${ARG_LINKS})
+endfunction()
+
+# kv_test(NAME SOURCES ... LINKS ... [DEPENDS ...] [TIMEOUT seconds]): a GoogleTest executable
+# whose tests CTest finds one by one; DEPENDS are targets that must be built before it runs.
+function(kv_test name)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINKS;DEPENDS" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE kv_options ${ARG_LINKS} kv_test_support GTest::gmock_main)
+    if(ARG_DEPENDS)
+        add_dependencies(${name} ${ARG_DEPENDS})
+    endif()
+    gtest_discover_tests(${name}
+        DISCOVERY_TIMEOUT 60
+        PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+endfunction()
+
+# kv_bench(NAME SOURCES ... LINKS ...): a Google Benchmark executable. Its smallest cases run
+# once as a test, so that a benchmark that no longer works is noticed.
+function(kv_bench name)
+    cmake_parse_arguments(ARG "" "SMOKE" "SOURCES;LINKS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE kv_options ${ARG_LINKS}
+        benchmark::benchmark benchmark::benchmark_main)
+    if(KV_BUILD_TESTS)
+        add_test(NAME ${name}.smoke COMMAND ${name}
+            --benchmark_min_time=0.001 --benchmark_filter=${ARG_SMOKE})
+        set_tests_properties(${name}.smoke PROPERTIES TIMEOUT 120)
+    endif()
+endfunction()
