@@ -1,0 +1,29 @@
+// A written entry of a backup record: `backupName, targetPath`.
+//
+// An entry is split at every ',' and blanks around the pieces are trimmed; a last piece counts only
+// when something stands behind its comma. A target path with a comma can therefore not be
+// represented.
+#pragma once
+
+#include <cstddef>
+
+#include "base/KvSimpleString.h"
+
+struct BackupEntryParts {
+    size_t pieceCount = 0;      // readers that insist on a well-formed entry want exactly 2
+    KvSimpleString backupName;  // piece 0, its file-name part only
+    KvSimpleString target;      // piece 1, "" when missing
+};
+
+inline constexpr size_t kBackupEntryPieces = 2;
+
+// Null gives no pieces.
+[[nodiscard]] BackupEntryParts splitBackupEntry(const char* entry);
+
+// The entry text as a heap string that the caller frees; null when there is no memory.
+[[nodiscard]] char* makeBackupEntry(const char* backupName, const char* target);
+
+// Stores the path of the entry's backup file: `backupDir` joined with the backup name. An empty
+// `backupDir` gives the bare name. False when it does not fit; `out` then holds no usable path.
+[[nodiscard]] bool backupFileOfEntry(const BackupEntryParts& parts, const char* backupDir,
+                                     char* out, size_t size);
