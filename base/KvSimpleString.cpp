@@ -110,16 +110,19 @@ KvSimpleString KvSimpleString::substr(size_type pos, size_type count) const {
 
 KvSimpleString& KvSimpleString::replace(size_type pos, size_type count, const char* text) {
     const size_type start = std::min(pos, length());
-    const KvSimpleString prefix(*this, 0, start);
-    const KvSimpleString suffix(*this, start + std::min(count, length() - start));
+    const size_type after = start + std::min(count, length() - start);
     // The parts are taken as C texts: what follows an embedded NUL in one of them is lost.
+    const size_type prefix = strnlen(c_str(), start);
+    const size_type middle = _safeStrLen(text);
+    const size_type suffix = strlen(c_str() + after);
     KvSimpleString result;
-    if (!result._allocBuffer(
-            static_cast<int64_t>(prefix.length() + _safeStrLen(text) + suffix.length()))) {
+    if (!result._allocBuffer(static_cast<int64_t>(start + middle + length() - after))) {
         return *this;
     }
-    result._assignCopy(0, nullptr);
-    result.append(prefix.c_str()).append(text).append(suffix.c_str());
+    memcpy(result.chars_, c_str(), prefix);
+    memcpy(result.chars_ + prefix, text != nullptr ? text : "", middle);
+    memcpy(result.chars_ + prefix + middle, c_str() + after, suffix + 1);
+    result._getData()->length = prefix + middle + suffix;
     return *this = static_cast<KvSimpleString&&>(result);
 }
 

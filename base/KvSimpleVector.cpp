@@ -3,10 +3,18 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace {
 
 constexpr int32_t kMinGrowStep = 4;
+
+// What an index past the end refers to; whatever was written to it is gone at the next look.
+KvSimpleString& blankElement() {
+    static KvSimpleString s_blank;
+    s_blank = "";
+    return s_blank;
+}
 
 }  // namespace
 
@@ -24,12 +32,15 @@ KvSimpleStringVector::~KvSimpleStringVector() {
 void KvSimpleStringVector::push_back(const KvSimpleString& text) {
     const uint64_t size = size_;
     // The copy is made before the array moves: `text` may be an element of this list.
-    auto* copy = new KvSimpleString(text);
+    auto* copy = new (std::nothrow) KvSimpleString(text);
+    if (copy == nullptr) {
+        return;
+    }
     if (size >= capacity_ || items_ == nullptr) {
         const auto quarter = static_cast<int32_t>(std::min<uint64_t>(capacity_ / 4, INT32_MAX));
         growStep_ = std::max(growStep_, quarter);
-        const uint64_t grown = capacity_ + static_cast<uint64_t>(static_cast<int64_t>(growStep_));
-        _alloc(growStep_ > 0 ? grown : size + 1);
+        // A grow step that was made negative is raised to 0 for small arrays: one more slot then.
+        _alloc(std::max(capacity_ + static_cast<uint64_t>(growStep_), size + 1));
         if (capacity_ <= size || items_ == nullptr) {
             delete copy;
             return;
@@ -40,11 +51,11 @@ void KvSimpleStringVector::push_back(const KvSimpleString& text) {
 }
 
 KvSimpleString& KvSimpleStringVector::operator[](size_t index) {
-    return *static_cast<KvSimpleString*>(items_[index]);
+    return index < size_ ? *static_cast<KvSimpleString*>(items_[index]) : blankElement();
 }
 
 const KvSimpleString& KvSimpleStringVector::operator[](size_t index) const {
-    return *static_cast<const KvSimpleString*>(items_[index]);
+    return index < size_ ? *static_cast<const KvSimpleString*>(items_[index]) : blankElement();
 }
 
 void KvSimpleStringVector::_clear(bool deleteElements) {

@@ -46,7 +46,8 @@ class KvSimpleStringVector : public KvSimpleVector {
     // of the capacity, so that n pushes cost n.
     void push_back(const KvSimpleString& text);
 
-    // The element at `index`, which must be below size(). Stays valid until clear() or destruction.
+    // The element at `index`; at or past size(), one static empty string that all lists share. An
+    // element stays where it is until clear() or destruction.
     KvSimpleString& operator[](size_t index);
     const KvSimpleString& operator[](size_t index) const;
 

@@ -76,22 +76,29 @@ bool IsTrailingByteOfDBC(const char* str, const char* p) {
     return false;
 }
 
+bool TrailingByteWalk::isTrailing(char byte) {
+    const bool second = afterLead_;
+    // The byte after a lead byte is passed over even when it is too low to be a trailing byte.
+    afterLead_ = !second && isLeadByte(byte);
+    return second && static_cast<unsigned char>(byte) >= kLowestTrailingByte;
+}
+
 int strrepchr(char* text, char from, char to) {
-    if (text == nullptr || from == '\0') {
-        return 0;
-    }
     int replaced = 0;
-    bool afterLead = false;
-    for (char* p = text; *p != '\0'; ++p) {
-        const bool trailing = afterLead && static_cast<unsigned char>(*p) >= kLowestTrailingByte;
-        if (*p == from && !trailing) {
-            *p = to;
-            ++replaced;
+    TrailingByteWalk walk;
+    for (char* p = text; p != nullptr && *p != '\0'; ++p) {
+        TrailingByteWalk before = walk;
+        if (walk.isTrailing(*p) || *p != from) {
+            continue;
         }
-        afterLead = !afterLead && isLeadByte(*p);
-        if (*p == '\0') {
-            break;  // `to` ended the text
+        *p = to;
+        ++replaced;
+        if (to == '\0') {
+            break;
         }
+        // The bytes that follow are judged against the text as it is now.
+        (void)before.isTrailing(to);
+        walk = before;
     }
     return replaced;
 }

@@ -17,6 +17,18 @@ void SetCurrentCharType(unsigned int codePage);
 // the start of `str`. False for null pointers, for `p` outside the text and for bytes below 0x40.
 [[nodiscard]] bool IsTrailingByteOfDBC(const char* str, const char* p);
 
+// The same answer for one byte after another: walks a text from its start in linear time, where
+// asking IsTrailingByteOfDBC for every byte would cost the square of the length. Walks by the code
+// page of the moment.
+class TrailingByteWalk {
+  public:
+    // Takes the next byte of the text; whether it is a trailing byte.
+    bool isTrailing(char byte);
+
+  private:
+    bool afterLead_ = false;
+};
+
 // Replaces every `from` that is not a trailing byte by `to`; returns how many. Linear in the length
 // of the text. A null `text` gives 0.
 int strrepchr(char* text, char from, char to);

@@ -1,0 +1,85 @@
+// What input and output streams share: opening, closing, seeking.
+#include "base/KvSimpleStream.h"
+
+namespace {
+
+struct ModeRow {
+    int mode;
+    const char* text;
+};
+
+// All modes that can be opened, with the ate bit removed.
+constexpr ModeRow kModes[] = {
+    {KvSimpleStream::in, "r"},
+    {KvSimpleStream::out, "w"},
+    {KvSimpleStream::out | KvSimpleStream::trunc, "w"},
+    {KvSimpleStream::out | KvSimpleStream::app, "a"},
+    {KvSimpleStream::in | KvSimpleStream::binary, "rb"},
+    {KvSimpleStream::out | KvSimpleStream::binary, "wb"},
+    {KvSimpleStream::out | KvSimpleStream::trunc | KvSimpleStream::binary, "wb"},
+    {KvSimpleStream::out | KvSimpleStream::app | KvSimpleStream::binary, "ab"},
+    {KvSimpleStream::in | KvSimpleStream::out, "r+"},
+    {KvSimpleStream::in | KvSimpleStream::out | KvSimpleStream::trunc, "w+"},
+    {KvSimpleStream::in | KvSimpleStream::out | KvSimpleStream::app, "a+"},
+    {KvSimpleStream::in | KvSimpleStream::out | KvSimpleStream::binary, "r+b"},
+    {KvSimpleStream::in | KvSimpleStream::out | KvSimpleStream::trunc | KvSimpleStream::binary,
+     "w+b"},
+    {KvSimpleStream::in | KvSimpleStream::out | KvSimpleStream::app | KvSimpleStream::binary,
+     "a+b"},
+};
+
+// Null for a mode that no row has.
+const char* modeText(int mode) {
+    for (const ModeRow& row : kModes) {
+        if (row.mode == mode) {
+            return row.text;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+KvSimpleStream::~KvSimpleStream() {
+    if (owned && usable() != nullptr) {
+        (void)fclose(file);  // nobody is left to ask how it went
+    }
+}
+
+void KvSimpleStream::open(const char* path, int mode) {
+    close();
+    const char* text = modeText(mode & ~ate);
+    if (text == nullptr || path == nullptr) {
+        state = failBit;
+        return;
+    }
+    file = fopen(path, text);
+    if (file == nullptr) {
+        state = failBit;
+        return;
+    }
+    owned = true;
+    state = 0;
+    if ((mode & ate) != 0 && fseek(file, 0, SEEK_END) != 0) {
+        // Kept: the file is closed while the stream goes on holding it, in a good state.
+        (void)fclose(file);
+        closedEarly = true;
+    }
+}
+
+void KvSimpleStream::close() {
+    if (file == nullptr) {
+        return;
+    }
+    if (usable() == nullptr || fclose(file) != 0) {
+        state = failBit;
+    }
+    file = nullptr;
+    closedEarly = false;
+}
+
+void KvSimpleStream::seek(long offset, int whence) {
+    if (usable() == nullptr || fseek(usable(), offset, whence) != 0) {
+        add(badBit);
+    }
+}
