@@ -1,0 +1,55 @@
+// Where the running program is, and its numbers.
+#include <dlfcn.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "base/KvText.h"
+#include "fileop/KvPath.h"
+
+namespace {
+
+// Where the program was started by a bare name, the loader knows no more than that name. Systems
+// that show a process its own file fill the gap; on others the bare name stays.
+bool readOwnProgramFile(char* out) {
+    const ssize_t length = readlink("/proc/self/exe", out, kPathCapacity - 1);
+    out[length > 0 ? length : 0] = '\0';
+    return length > 0;
+}
+
+}  // namespace
+
+bool GetFullPath(const char* path, char* resolved, unsigned int /*size*/) {
+    if (path == nullptr || resolved == nullptr) {
+        return false;
+    }
+    // The second try serves a path whose links were being replaced during the first.
+    return realpath(path, resolved) != nullptr || realpath(path, resolved) != nullptr;
+}
+
+bool GetDllFilename(const void* address, char* out) {
+    if (out == nullptr) {
+        return false;
+    }
+    out[0] = '\0';
+    Dl_info module{};
+    if (address == nullptr || dladdr(address, &module) == 0 || module.dli_fname == nullptr) {
+        return false;
+    }
+    if (strchr(module.dli_fname, '/') != nullptr || !readOwnProgramFile(out)) {
+        (void)Strncpy(out, module.dli_fname, kPathCapacity);  // never null: `out` is given
+    }
+    return true;
+}
+
+unsigned int VcGetThreadId() {
+    // A number on one system and a pointer on another: only this cast takes both.
+    return static_cast<unsigned int>((uintptr_t)pthread_self());
+}
+
+unsigned int VcGetProcessID() {
+    return static_cast<unsigned int>(getpid());
+}
