@@ -1,6 +1,8 @@
 # The build rules that every target of the project shares.
 include_guard(GLOBAL)
 
+find_package(Threads REQUIRED)
+
 # Warnings are errors, sanitizers come from KV_SANITIZE, includes are written from the root.
 add_library(kv_options INTERFACE)
 target_include_directories(kv_options INTERFACE "${PROJECT_SOURCE_DIR}")
