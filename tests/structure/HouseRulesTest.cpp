@@ -1,0 +1,130 @@
+// The rules themselves, on made-up trees: each fault is seen, and what is allowed is left alone.
+#include "tests/structure/HouseRules.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/TempTree.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class HouseRules : public testing::Test {
+  protected:
+    HouseRules() {
+        tree.write("base/Text.h", "#pragma once\n");
+        tree.write("ini/Document.h", "#pragma once\n#include \"base/Text.h\"\n");
+    }
+
+    TempTree tree;
+};
+
+TEST_F(HouseRules, AWellBuiltTreeHasNoFaults) {
+    tree.write("base/Text.cpp", "#include \"base/Text.h\"\n\n#include <string>\n");
+    tree.write("ini/Document.cpp", "#include \"ini/Document.h\"\n#include \"base/Text.h\"\n");
+    EXPECT_THAT(findIncludeFaults(tree.path()), IsEmpty());
+    EXPECT_THAT(findCircles(tree.path()), IsEmpty());
+    EXPECT_THAT(findLongSources(tree.path()), IsEmpty());
+}
+
+TEST_F(HouseRules, AnIncludeThatRunsUpTheHouseIsToldWithFileAndLine) {
+    tree.write("base/Text.cpp", "#include \"base/Text.h\"\n\n  #  include \"ini/Document.h\"\n");
+    EXPECT_THAT(findIncludeFaults(tree.path()),
+                ElementsAre("base/Text.cpp:3: ini/Document.h: runs up the house"));
+}
+
+TEST_F(HouseRules, EveryFloorSeesTheFloorsBelowAndNoneAbove) {
+    // From the ground up, which happens to be the order of the alphabet.
+    const std::vector<std::string> floors{"base", "fileop", "ini", "log", "updater"};
+    for (const std::string& floor : floors) {
+        tree.write(floor + "/Face.h", "");
+    }
+    for (const std::string& from : floors) {
+        for (const std::string& to : floors) {
+            const std::string file = tree.write(from + "/X.cpp", "#include \"" + to + "/Face.h\"");
+            EXPECT_EQ(findIncludeFaults(tree.path()).empty(), to <= from) << from << " sees " << to;
+            std::remove(file.c_str());
+        }
+    }
+}
+
+TEST_F(HouseRules, AnIncludeMustBeAHouseHeaderWrittenFromTheRoot) {
+    tree.write("tests/support/Tool.h", "");
+    tree.write("bench/Tool.h", "");
+    tree.write("ini/Part.cpp", "");
+    const char* const refused[] = {"Document.h",
+                                   "./ini/Document.h",
+                                   "../ini/Document.h",
+                                   "ini/../base/Text.h",
+                                   "tests/support/Tool.h",
+                                   "bench/Tool.h",
+                                   "vector",
+                                   "ini/Missing.h",
+                                   "ini/Part.cpp"};
+    for (const std::string name : refused) {
+        tree.write("ini/Document.cpp", "#include \"" + name + "\"\n");
+        EXPECT_THAT(findIncludeFaults(tree.path()),
+                    ElementsAre(HasSubstr("ini/Document.cpp:1: " + name)));
+    }
+}
+
+TEST_F(HouseRules, AHouseHeaderInAngleBracketsDoesNotEscape) {
+    tree.write("base/Text.cpp", "#include <ini/Document.h>\n#include <sys/stat.h>\n");
+    EXPECT_THAT(findIncludeFaults(tree.path()), ElementsAre(HasSubstr("base/Text.cpp:1: ")));
+}
+
+TEST_F(HouseRules, ACircleOfHeadersIsToldStepByStep) {
+    tree.write("log/A.h", "#include \"log/B.h\"\n");
+    tree.write("log/B.h", "#include \"log/C.h\"\n");
+    tree.write("log/C.h", "#include \"log/A.h\"\n");
+    EXPECT_THAT(findCircles(tree.path()), ElementsAre("circle: log/A -> log/B -> log/C -> log/A"));
+}
+
+TEST_F(HouseRules, SourcesCloseACircleOfRooms) {
+    tree.write("log/A.h", "");
+    tree.write("log/B.h", "#include \"log/A.h\"\n");
+    tree.write("log/A.cpp", "#include \"log/A.h\"\n#include \"log/B.h\"\n");
+    EXPECT_THAT(findCircles(tree.path()), ElementsAre("circle: log/A -> log/B -> log/A"));
+}
+
+TEST_F(HouseRules, AFurtherSourceOfAHeaderMayStandAboveAnotherRoom) {
+    tree.write("log/A.h", "");
+    tree.write("log/B.h", "#include \"log/A.h\"\n");
+    tree.write("log/APart.cpp", "#include \"log/A.h\"\n#include \"log/B.h\"\n");
+    EXPECT_THAT(findCircles(tree.path()), IsEmpty());
+}
+
+TEST_F(HouseRules, ACircleOfFloorsIsTold) {
+    tree.write("base/Part.cpp", "#include \"ini/Document.h\"\n");
+    EXPECT_THAT(findCircles(tree.path()), ElementsAre("circle: base -> ini -> base"));
+}
+
+TEST_F(HouseRules, ASourceMayHaveSixHundredLines) {
+    std::string text;
+    for (int i = 0; i < kLongestSource; ++i) {
+        text += "//\n";
+    }
+    tree.write("base/Long.h", text);
+    EXPECT_THAT(findLongSources(tree.path()), IsEmpty());
+    tree.write("base/Long.h", text + "//\n");
+    EXPECT_THAT(findLongSources(tree.path()),
+                ElementsAre("base/Long.h:601: longer than 600 lines"));
+}
+
+TEST_F(HouseRules, AFloorLinksOnlyFloorsBelow) {
+    tree.write("ini/CMakeLists.txt",
+               "kv_floor(ini  # kv_log comes later\n    SOURCES\n        KvIni.cpp\n"
+               "    LINKS\n        kv_base\n        kv_fileop\n        ${CMAKE_DL_LIBS})\n");
+    EXPECT_THAT(findLinkFaults(tree.path()), IsEmpty());
+    tree.write("ini/CMakeLists.txt",
+               "kv_floor(ini\n    SOURCES\n        KvIni.cpp\n    LINKS kv_base kv_log)\n"
+               "target_link_libraries(kv_ini PUBLIC kv_test_support)\n");
+    EXPECT_THAT(findLinkFaults(tree.path()),
+                ElementsAre("ini/CMakeLists.txt:4: kv_log: not a floor below",
+                            "ini/CMakeLists.txt:5: kv_test_support: not a floor below"));
+}
+
+}  // namespace
