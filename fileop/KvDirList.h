@@ -1,0 +1,50 @@
+// KvDirList: the entries of one directory, read once when the object is made.
+#pragma once
+
+#include <string>
+
+#include "base/KvSimpleString.h"
+#include "base/KvSimpleVector.h"
+
+// The argument is a directory ("d/" or the existing "d": everything in it) or a pattern ("d/*.ini",
+// "*.ini": the files that match). Directories are taken whatever the filter says; "." and ".." are
+// not. A directory that cannot be read gives an empty list. Names come in the system's order.
+//
+// What is a directory is decided while reading; a link to a directory is one.
+class KvDirList {
+  public:
+    // Null counts as the empty text, which lists the current directory. A pattern directly under
+    // the root ("/x*") lists the current directory too.
+    explicit KvDirList(const char* pathOrPattern);
+
+    [[nodiscard]] bool hasNext() const;
+
+    // The directory part and the name of the next entry; moves on. Past the end: empty.
+    KvSimpleString getNext();
+
+    // The next entry's name without its directory; does not move on. Past the end: empty.
+    [[nodiscard]] KvSimpleString getFileName() const;
+
+    // Whether the next entry is a directory; does not move on. Past the end: false.
+    [[nodiscard]] bool isNextDir() const;
+
+    // The pattern in use; "*" when the argument named none.
+    [[nodiscard]] KvSimpleString getFilter() const;
+
+    // The directory part and the name of the first entry that is no directory; empty without one.
+    [[nodiscard]] KvSimpleString getFirstFileName() const;
+
+    // How many entries are no directories.
+    [[nodiscard]] unsigned int getFileCount() const;
+
+    [[nodiscard]] bool hasSubDir() const;
+
+  private:
+    void read();
+
+    KvSimpleString dirPath;  // ends with '/', or is empty for the current directory
+    KvSimpleString filter;
+    KvSimpleStringVector names;
+    unsigned int index = 0;
+    std::string kinds;  // one letter per name: a directory or something else
+};
