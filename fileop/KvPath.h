@@ -16,10 +16,13 @@
 // a text that goes through a private buffer is cut to one byte less.
 inline constexpr int kPathCapacity = 1024;
 
-// --- Joining
-// -------------------------------------------------------------------------------------- Result 0:
-// `out` holds the joined path. A positive result is the capacity that would have been needed; `out`
-// then holds as much of `base` as fits, never a half-joined path. Exactly one leading
+// The capacity of the long path buffers of callers.
+inline constexpr int kLongPathCapacity = 4096;
+
+// Joining
+//
+// Result 0: `out` holds the joined path. A positive result is the capacity that would have been
+// needed; `out` then holds as much of `base` as fits, never a half-joined path. Exactly one leading
 // '/' or backslash of `rel` is skipped. An empty `base` gets no separator: the result is `rel`
 // (without its skipped separator), a name in the working directory. `out` may be the same buffer
 // as `base`.
@@ -34,8 +37,7 @@ inline constexpr int kPathCapacity = 1024;
 // kPathCapacity - 1 bytes.
 [[nodiscard]] int CatURIWithPath(char* out, int size, const char* base, const char* rel);
 
-// --- Splitting
-// ------------------------------------------------------------------------------------
+// Splitting
 
 // Everything up to and including the last '/'. Empty when there is none, and also when the only one
 // is the first byte: "/etc" and "/" have the empty directory part.
@@ -71,8 +73,7 @@ enum SubtractResult : int {
 // separators that the caller wrote.
 [[nodiscard]] int SubtractURI(char* out, int size, const char* full, const char* prefix);
 
-// --- Separators
-// -----------------------------------------------------------------------------------
+// Separators
 
 // Only '/': a backslash is not a separator for this test.
 [[nodiscard]] bool isPathSeparator(char c);
@@ -87,8 +88,7 @@ bool RemoveTrailingSeparator(KvSimpleString& path);
 void ReplaceBackSlash(char* text);
 void normalizeSeptor(KvSimpleString& path);
 
-// --- Names and patterns
-// ---------------------------------------------------------------------------
+// Names and patterns
 
 // Whether the name holds a '*' or a '?'.
 [[nodiscard]] bool isWildcardName(const char* name);
@@ -106,8 +106,7 @@ void normalizeSeptor(KvSimpleString& path);
 // The order of the bytes: no case folding, no treatment of separators or dots.
 [[nodiscard]] int CompareFullPath(const char* a, const char* b);
 
-// --- The running program
-// --------------------------------------------------------------------------
+// The running program
 
 // The absolute path without links and dots of something that exists. `resolved` must have room for
 // PATH_MAX bytes; `size` is not used. False, with `resolved` undefined, when that cannot be told.
