@@ -8,11 +8,16 @@
 #include <cstdint>
 
 // The version of a product or an engine. Numbers in a text are read as far as they are digits.
+// Patch agents share this record with the tool. The header for their authors stands alone and so
+// declares the record a second time; the macro lets both headers meet in one source.
+#ifndef KV_TAG_VERSION_DECLARED
+#define KV_TAG_VERSION_DECLARED
 struct tag_Version {
     uint32_t version;   // major number in the high 16 bits, minor in the low 16 (see MakeVersion)
     uint32_t build;     // 0 when the text carries none
     uint32_t reserved;  // always 0, never compared
 };
+#endif
 
 // What an item updates. The descriptions are in GetClassDescription.
 enum ComponentClass : uint32_t {
