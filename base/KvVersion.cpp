@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/KvNumber.h"
+#include "base/KvPiece.h"
 #include "base/KvSimpleString.h"
 #include "base/KvText.h"
 
@@ -18,28 +19,9 @@ constexpr size_t kMaxZerosRemoved = 3;
 constexpr size_t kVersionTextCapacity = 32;
 constexpr size_t kBuildTextCapacity = 256;
 
-// Finds the piece number `wanted`, counted from 0, of `text` split at every `separator`. Pieces may
-// be empty, but nothing after the last separator is no piece.
-bool findPiece(const char* text, char separator, int wanted, KvSimpleString& piece) {
-    for (const char* begin = text;; --wanted) {
-        const char* end = strchr(begin, separator);
-        if (end == nullptr && *begin == '\0') {
-            return false;
-        }
-        if (wanted == 0) {
-            piece.assign(begin, end != nullptr ? end : begin + strlen(begin));
-            return true;
-        }
-        if (end == nullptr) {
-            return false;
-        }
-        begin = end + 1;
-    }
-}
-
 uint32_t buildOf(const char* text) {
     KvSimpleString piece;
-    if (!findPiece(text, '.', 2, piece) && !findPiece(text, '-', 1, piece)) {
+    if (!Str_Piece(text, '.', 2, piece) && !Str_Piece(text, '-', 1, piece)) {
         return 0;
     }
     Str_TrimAll(piece);
