@@ -7,6 +7,8 @@
 namespace {
 
 constexpr size_t kMinCapacity = 255;
+// More than any allocation can give, and small enough for the growth rule not to wrap around.
+constexpr size_t kHopelessCount = SIZE_MAX / 8;
 
 // What `operator[]` refers to past the end of any string.
 char s_nul = '\0';
@@ -210,7 +212,7 @@ KvSimpleString::size_type KvSimpleString::_safeStrLen(const char* text) {
 // Points the string at a new block for `count` characters and releases the old one; callers copy
 // what they need first. A negative count does nothing. False when there is no new block.
 bool KvSimpleString::_allocBuffer(int64_t count) {
-    if (count < 0) {
+    if (count < 0 || static_cast<uint64_t>(count) >= kHopelessCount) {
         return false;
     }
     const size_t wanted = static_cast<size_t>(count);
@@ -253,6 +255,9 @@ void KvSimpleString::_assignCopy(size_type count, const char* source) {
 }
 
 void KvSimpleString::_concatCopy(size_type count, const char* source) {
+    if (count >= kHopelessCount) {
+        return;
+    }
     if (chars_ == nullptr) {
         _assignCopy(count, source);
         return;
