@@ -31,22 +31,6 @@ bool isTrimmedSpace(char ch) {
     return ch == '\n' || ch == ' ' || ch == '\r' || ch == '\t' || ch == '\f';
 }
 
-struct Span {
-    size_t begin;
-    size_t end;
-};
-
-Span withoutSpace(const char* text, size_t length) {
-    Span kept{0, length};
-    while (kept.begin < kept.end && isTrimmedSpace(text[kept.begin])) {
-        ++kept.begin;
-    }
-    while (kept.end > kept.begin && isTrimmedSpace(text[kept.end - 1])) {
-        --kept.end;
-    }
-    return kept;
-}
-
 }  // namespace
 
 void SetCurrentCharType(unsigned int codePage) {
@@ -111,8 +95,19 @@ char* Str_Dup(const char* text) {
     return text != nullptr ? strdup(text) : nullptr;
 }
 
+TextSpan Str_TrimmedSpan(const char* text, size_t length) {
+    TextSpan kept{0, length};
+    while (kept.begin < kept.end && isTrimmedSpace(text[kept.begin])) {
+        ++kept.begin;
+    }
+    while (kept.end > kept.begin && isTrimmedSpace(text[kept.end - 1])) {
+        --kept.end;
+    }
+    return kept;
+}
+
 void Str_TrimAll(KvSimpleString& text) {
-    const Span kept = withoutSpace(text.c_str(), text.length());
+    const TextSpan kept = Str_TrimmedSpan(text.c_str(), text.length());
     if (kept.end - kept.begin < text.length()) {
         text.assign(text.c_str() + kept.begin, text.c_str() + kept.end);
     }
@@ -123,7 +118,7 @@ void Str_TrimAll(char* text) {
         return;
     }
     const size_t length = strlen(text);
-    const Span kept = withoutSpace(text, length);
+    const TextSpan kept = Str_TrimmedSpan(text, length);
     const size_t size = kept.end - kept.begin;
     memmove(text, text + kept.begin, size);
     memset(text + size, 0, length - size);

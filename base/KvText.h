@@ -55,6 +55,14 @@ int strrepchr(char* text, char from, char to);
 void Str_TrimAll(KvSimpleString& text);
 void Str_TrimAll(char* text);
 
+// What Str_TrimAll keeps of the first `length` bytes of `text`, for callers that need no copy; of
+// nothing but white space it keeps nothing, at the end.
+struct TextSpan {
+    size_t begin;
+    size_t end;  // behind the last byte kept
+};
+[[nodiscard]] TextSpan Str_TrimmedSpan(const char* text, size_t length);
+
 // Each byte through `toupper`; null is allowed.
 void Str_ToUpper(char* text);
 
