@@ -14,7 +14,7 @@
 class KvDirList {
   public:
     // Null counts as the empty text, which lists the current directory. A pattern directly under
-    // the root ("/x*") lists the current directory too.
+    // the root ("/x*"), and the root itself, list the current directory too; that is kept.
     explicit KvDirList(const char* pathOrPattern);
 
     [[nodiscard]] bool hasNext() const;

@@ -1,0 +1,95 @@
+#include "fileop/KvDirList.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/KvScoped.h"
+#include "fileop/KvFileOpUtil.h"
+#include "fileop/KvPath.h"
+
+namespace {
+
+constexpr char kDirectory = 'd';
+constexpr char kOther = '-';
+
+bool isDotName(const char* name) {
+    return strcmp(name, ".") == 0 || strcmp(name, "..") == 0;
+}
+
+// Most systems tell the kind along with the name; only a link, or a file system that does not tell,
+// costs a `stat`.
+bool isDirectory(DIR* dir, const dirent& entry) {
+    if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_LNK) {
+        return entry.d_type == DT_DIR;
+    }
+    struct stat status {};
+    return fstatat(dirfd(dir), entry.d_name, &status, 0) == 0 && S_ISDIR(status.st_mode);
+}
+
+}  // namespace
+
+KvDirList::KvDirList(const char* pathOrPattern) : names(16, 4) {
+    KvSimpleString path(pathOrPattern);
+    if (!EndsWithSeparator(path.c_str()) && KvFileOpUtil::isDir(path.c_str())) {
+        path += '/';
+    }
+    normalizeSeptor(path);
+    dirPath = DirNameOf(path.c_str());
+    filter = FileNameOf(path.c_str());
+    if (filter.empty()) {
+        filter = "*";
+    }
+    read();
+}
+
+void KvDirList::read() {
+    const ScopedDir dir(opendir(dirPath.empty() ? "./" : dirPath.c_str()));
+    if (dir == nullptr) {
+        return;
+    }
+    while (const dirent* const entry = readdir(dir.get())) {
+        if (isDotName(entry->d_name)) {
+            continue;
+        }
+        const bool isDir = isDirectory(dir.get(), *entry);
+        if (isDir || _fnmatch(filter.c_str(), entry->d_name)) {
+            names.push_back(entry->d_name);
+            kinds.push_back(isDir ? kDirectory : kOther);
+        }
+    }
+}
+
+bool KvDirList::hasNext() const {
+    return index < names.size();
+}
+
+KvSimpleString KvDirList::getNext() {
+    return hasNext() ? dirPath + names[index++] : KvSimpleString();
+}
+
+KvSimpleString KvDirList::getFileName() const {
+    return hasNext() ? names[index] : KvSimpleString();
+}
+
+bool KvDirList::isNextDir() const {
+    return hasNext() && kinds[index] == kDirectory;
+}
+
+KvSimpleString KvDirList::getFilter() const {
+    return filter;
+}
+
+KvSimpleString KvDirList::getFirstFileName() const {
+    const size_t first = kinds.find(kOther);
+    return first == std::string::npos ? KvSimpleString() : dirPath + names[first];
+}
+
+unsigned int KvDirList::getFileCount() const {
+    return static_cast<unsigned int>(std::count(kinds.begin(), kinds.end(), kOther));
+}
+
+bool KvDirList::hasSubDir() const {
+    return kinds.find(kDirectory) != std::string::npos;
+}

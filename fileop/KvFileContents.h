@@ -1,0 +1,18 @@
+// KvFileContents: copies the contents and the times of one file.
+#pragma once
+
+#include "base/KvScoped.h"
+
+// Keeps its buffer from one copy to the next.
+class KvFileContents {
+  public:
+    // Writes what `src` holds to `dst`, which is made or emptied first, and gives it the times of
+    // `src` in whole seconds. KvFileOpUtil::kDone, kCannotOpenSource, kDestinationNotWritable,
+    // kReadError or kWriteError; a copy that fails half-way stays as it is.
+    [[nodiscard]] int copy(const char* src, const char* dst);
+
+  private:
+    [[nodiscard]] int pump(int source, int target);
+
+    ScopedHeap<char> buffer_;  // made by the first copy
+};

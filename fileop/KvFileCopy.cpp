@@ -1,0 +1,175 @@
+// xcopy, copy and copyncase.
+#include <strings.h>
+#include <sys/stat.h>
+
+#include "fileop/KvDirList.h"
+#include "fileop/KvFileContents.h"
+#include "fileop/KvFileOpUtil.h"
+#include "fileop/KvMatchList.h"
+#include "fileop/KvPath.h"
+#include "fileop/KvPathArgument.h"
+#include "fileop/KvStep.h"
+
+namespace {
+
+enum class Depth { kOneLevel, kWhole };
+
+// What one copy operation carries through all its levels.
+struct CopyJob {
+    KvStep step;
+    bool overwrite;
+    Depth depth;
+    KvFileContents contents;
+};
+
+// With '/' as the only separator, and in directory form when it names a directory.
+KvSimpleString directoryForm(const char* path) {
+    KvSimpleString text = normalized(path);
+    if (!EndsWithSeparator(text.c_str()) && KvFileOpUtil::isDir(text.c_str())) {
+        text += '/';
+    }
+    return text;
+}
+
+// The last component of a path in directory form, with its '/'; empty for the root.
+KvSimpleString lastComponent(KvSimpleString path) {
+    while (RemoveTrailingSeparator(path)) {
+    }
+    const KvSimpleString name = FileNameOf(path.c_str());
+    return name.empty() ? name : name + "/";
+}
+
+int makeDir(const CopyJob& job, const KvSimpleString& path) {
+    return KvFileOpUtil::createDir(path.c_str(), job.step.callback(), job.step.entry());
+}
+
+// The copy of a single file.
+int _copy(CopyJob& job, const char* src, const char* dst) {
+    if (isMissing(src) || isMissing(dst)) {
+        return KvFileOpUtil::kBadParameters;
+    }
+    job.step.begin(src, dst);
+    struct stat status {};
+    // What `stat` does not find cannot be opened either: a new file costs this one look.
+    const bool isThere = stat(dst, &status) == 0;
+    if (isThere && S_ISDIR(status.st_mode)) {
+        return KvFileOpUtil::kDestinationNotWritable;
+    }
+    const bool isReadable = isThere && KvFileOpUtil::exist(dst);
+    if (isReadable && !job.overwrite) {
+        return KvFileOpUtil::kDestinationExists;
+    }
+    const int answer =
+        job.step.before(isReadable ? KvFileOpUtil::kOverwrite : KvFileOpUtil::kNewFile);
+    if (answer != KvFileOpUtil::kGoOn) {
+        return KvStep::resultOf(answer);
+    }
+    const int result = job.contents.copy(src, dst);
+    return result == KvFileOpUtil::kDone ? job.step.after() : result;
+}
+
+int xcopyInto(CopyJob& job, const char* src, const char* dst);
+
+// Copies what `from` lists into the directory `to`, which exists.
+int copyMatches(CopyJob& job, const KvSimpleString& from, const KvSimpleString& to) {
+    KvMatchList matches(from);
+    while (matches.next()) {
+        int result = KvFileOpUtil::kDone;
+        if (!matches.isDir()) {
+            result = _copy(job, matches.path().c_str(), (to + matches.name()).c_str());
+        } else if (job.depth == Depth::kWhole) {
+            result = xcopyInto(job, matches.path().c_str(), to.c_str());
+        }
+        if (result != KvFileOpUtil::kDone) {
+            return result;
+        }
+    }
+    return KvFileOpUtil::kDone;
+}
+
+// Copies one file to the name `to`.
+int copyToName(CopyJob& job, const KvSimpleString& from, const KvSimpleString& to) {
+    if (isWildcardName(from.c_str()) || EndsWithSeparator(from.c_str())) {
+        return KvFileOpUtil::kBadParameters;
+    }
+    const int made = makeDir(job, DirNameOf(to.c_str()));
+    return made == KvFileOpUtil::kDone ? _copy(job, from.c_str(), to.c_str()) : made;
+}
+
+int copyTo(CopyJob& job, const KvSimpleString& from, const KvSimpleString& to) {
+    if (!EndsWithSeparator(to.c_str())) {
+        return copyToName(job, from, to);
+    }
+    if (!KvFileOpUtil::isDir(to.c_str())) {
+        const int made = makeDir(job, to);
+        if (made != KvFileOpUtil::kDone) {
+            return made;
+        }
+    }
+    return copyMatches(job, from, to);
+}
+
+// One level of `xcopy`: a source directory gets a directory of its name below `dst`.
+int xcopyInto(CopyJob& job, const char* src, const char* dst) {
+    const KvSimpleString from = directoryForm(src);
+    KvSimpleString to = directoryForm(dst);
+    if (EndsWithSeparator(from.c_str())) {
+        if (!EndsWithSeparator(to.c_str())) {
+            return KvFileOpUtil::kBadParameters;
+        }
+        to += lastComponent(from);
+        const int made = makeDir(job, to);
+        if (made != KvFileOpUtil::kDone) {
+            return made;
+        }
+    }
+    return copyTo(job, from, to);
+}
+
+}  // namespace
+
+int KvFileOpUtil::xcopy(const char* src, const char* dst, bool overwrite, Callback callback,
+                        CallbackEntry* entry) {
+    if (isMissing(src) || isMissing(dst)) {
+        return kBadParameters;
+    }
+    CopyJob job{{callback, entry}, overwrite, Depth::kWhole, {}};
+    return xcopyInto(job, src, dst);
+}
+
+int KvFileOpUtil::copy(const char* src, const char* dst, bool overwrite, Callback callback,
+                       CallbackEntry* entry) {
+    if (isMissing(src) || isMissing(dst)) {
+        return kBadParameters;
+    }
+    CopyJob job{{callback, entry}, overwrite, Depth::kOneLevel, {}};
+    return copyTo(job, directoryForm(src), directoryForm(dst));
+}
+
+int KvFileOpUtil::copyncase(const char* src, const char* dst, bool overwrite, Callback callback,
+                            CallbackEntry* entry) {
+    if (src == nullptr || dst == nullptr) {
+        return kBadParameters;
+    }
+    const KvSimpleString wanted = normalized(src);
+    const KvSimpleString wantedName = FileNameOf(wanted.c_str());
+    KvSimpleString candidate;
+    KvDirList list(DirNameOf(wanted.c_str()).c_str());
+    while (list.hasNext()) {
+        const bool isDirectory = list.isNextDir();
+        const KvSimpleString name = list.getFileName();
+        const KvSimpleString path = list.getNext();
+        if (isDirectory || strcasecmp(name.c_str(), wantedName.c_str()) != 0 ||
+            !isExist(path.c_str())) {
+            continue;
+        }
+        if (name == wantedName) {
+            return copy(path.c_str(), dst, overwrite, callback, entry);
+        }
+        if (candidate.empty()) {
+            candidate = path;
+        }
+    }
+    return candidate.empty() ? kNoSuchName
+                             : copy(candidate.c_str(), dst, overwrite, callback, entry);
+}
