@@ -70,7 +70,7 @@ TEST_P(KvTextCodePage, EveryPairOfBytes) {
 
 TEST_P(KvTextCodePage, ManyRunsOfBytes) {
     std::mt19937 random(20240229);
-    for (int round = 0; round < 1500; ++round) {
+    for (size_t round = 0; round < 1500; ++round) {
         const std::string text = randomText(random, round % 48);
         TrailingByteWalk walk;
         for (size_t p = 0; p < text.size(); ++p) {
@@ -84,7 +84,7 @@ TEST_P(KvTextCodePage, ManyRunsOfBytes) {
 TEST_P(KvTextCodePage, ReplacesAsIfEveryByteWereAskedFor) {
     std::mt19937 random(19991231);
     const std::string alphabet = bytes({'/', '\\', 0x81, 0xE0, 'a', 0x5D});
-    for (int round = 0; round < 1500; ++round) {
+    for (size_t round = 0; round < 1500; ++round) {
         std::string text = randomText(random, round % 40);
         std::string expected = text;
         const char from = alphabet[random() % alphabet.size()];
