@@ -5,8 +5,8 @@
 //
 // and then says
 //
-//     KV_INFO(kLogProgress, "VcPatch Action: update.");
-//     KV_ERROR(kLogProgress, "getBackup: cannot open %s.", path);
+//     KV_INFO(kLevelProgress, "VcPatch Action: update.");
+//     KV_ERROR(kLevelProgress, "getBackup: cannot open %s.", path);
 //
 // Each is `Log_Set` with the module and the line of the message, then `Throw_Event`. A format that
 // does not match its arguments is a compile error. The kind stays in force until the next message.
@@ -17,10 +17,10 @@
 // What a message's level says. A message is logged when its level is at least the configured one,
 // 5 unless configured otherwise.
 enum KvLogLevel : int {
-    kLogCallbackOnly = -1,  // only for a callback installed with `redirectToCallback`
-    kLogDetail = 3,         // hidden by default: dumps of parsed files
-    kLogProgress = 6,       // ordinary progress and failure messages
-    kLogAlways = 9,         // must always show: agent answers, refusals
+    kLevelCallbackOnly = -1,  // only for a callback installed with `redirectToCallback`
+    kLevelDetail = 3,         // hidden by default: dumps of parsed files
+    kLevelProgress = 6,       // ordinary progress and failure messages
+    kLevelAlways = 9,         // must always show: agent answers, refusals
 };
 
 // Type, level, then a printf-style format with its arguments.
