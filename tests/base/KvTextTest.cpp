@@ -6,7 +6,7 @@
 #include <random>
 #include <string>
 
-#include "tests/base/CodePage.h"
+#include "tests/support/CodePage.h"
 
 namespace {
 

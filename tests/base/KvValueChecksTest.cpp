@@ -3,7 +3,7 @@
 #include <string>
 
 #include "base/KvVersion.h"
-#include "tests/base/CodePage.h"
+#include "tests/support/CodePage.h"
 
 namespace {
 
