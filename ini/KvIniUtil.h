@@ -21,6 +21,7 @@
 
 #include <cstddef>
 
+#include "base/KvScoped.h"
 #include "base/KvSimpleString.h"
 #include "base/KvSimpleVector.h"
 #include "ini/KvIniNode.h"
@@ -106,16 +107,17 @@ class KvIniUtil {
     void _loadText(const char* text);
     void _loadFile(const char* path);
     void _takeLine(KvIniLine& line, LineEnd end, KvIniPending& pending);
+    void _takeKey(const KvIniLine& line, KvIniPending& pending);
     static LineEnd _getline(KvIniFile& file, KvIniLine& line);
     static LineEnd _getline(char* text, size_t& position, KvIniLine& line);
     [[nodiscard]] static bool _isSectionDefine(const KvIniLine& line);
-    [[nodiscard]] bool _isKeyValuePair(const KvIniLine& line) const;
-    [[nodiscard]] KvIniText _getKey(KvIniLine& line) const;
-    [[nodiscard]] KvIniText _getValue(KvIniLine& line) const;
-    [[nodiscard]] static KvIniText _getSectionName(KvIniLine& line);
+    [[nodiscard]] bool _isKeyValuePair(KvIniLine& line) const;
+    [[nodiscard]] static KvIniText _getKey(const KvIniLine& line);
+    [[nodiscard]] static KvIniText _getValue(const KvIniLine& line);
+    [[nodiscard]] static KvIniText _getSectionName(const KvIniLine& line);
     [[nodiscard]] KvIniSection* _findSection(const char* section) const;
-    [[nodiscard]] KvIniSection* _appendSection(KvIniText name, KvIniText leading);
-    [[nodiscard]] size_t _dumpLength() const;
+    KvIniSection* _appendSection(KvIniText name, KvIniText leadingText);
+    void _appendKey(KvIniSection& section, const char* key, const char* value);
     bool _dumpTo(KvSimpleString& out) const;
 
     static char s_LeftSquareBracket;
@@ -130,5 +132,7 @@ class KvIniUtil {
     bool fromText_;
     KvSimpleString path_;
     KvSimpleString trailer_;
+    // What was loaded; the nodes borrow their texts from it.
+    ScopedHeap<char> storage_;
     KvIniList<KvIniSection> sections_;  // the global section comes first, always
 };

@@ -1,0 +1,129 @@
+// Look-ups and edits of a KvIniUtil document.
+#include "ini/KvIniUtil.h"
+
+#include <new>
+#include <utility>
+
+namespace {
+
+bool isMissing(const char* text) {
+    return text == nullptr || *text == '\0';
+}
+
+KvIniEntry* findKeyOf(const KvIniSection& section, const char* key) {
+    return section.keys.find(KvIniName(key), section.caseSensitive);
+}
+
+// No comment vanishes with its key: its texts move to what stands before it.
+void handTextsOver(const KvIniEntry& entry, KvSimpleString& to) {
+    entry.leadingText.appendTo(to);
+    if (!entry.trailingText.empty()) {
+        to.append(entry.trailingText);
+    }
+}
+
+}  // namespace
+
+KvIniUtil::~KvIniUtil() {
+    if (modified_ && !discarded_ && !fromText_) {
+        (void)flush(true);  // nobody is left to be told
+    }
+}
+
+const char* KvIniUtil::get(const char* section, const char* key) const {
+    const KvIniSection* found = isMissing(key) ? nullptr : _findSection(section);
+    const KvIniEntry* entry = found != nullptr ? findKeyOf(*found, key) : nullptr;
+    return entry != nullptr ? entry->value.c_str() : nullptr;
+}
+
+void KvIniUtil::set(const char* section, const char* key, const char* value) {
+    if (isMissing(key)) {
+        return;
+    }
+    modified_ = true;
+    KvIniSection* found = _findSection(section);
+    if (found == nullptr) {
+        add(section, key, value);
+        return;
+    }
+    KvIniEntry* entry = findKeyOf(*found, key);
+    if (entry == nullptr) {
+        _appendKey(*found, key, value);
+    } else {
+        (void)entry->value.copy(value);  // without memory the old value stays
+    }
+}
+
+void KvIniUtil::add(const char* section, const char* key, const char* value) {
+    if (isMissing(key)) {
+        return;
+    }
+    modified_ = true;
+    KvIniSection* found = _findSection(section);
+    if (found == nullptr) {
+        KvIniText name;
+        found = name.copy(section) ? _appendSection(std::move(name), KvIniText()) : nullptr;
+    }
+    if (found != nullptr) {
+        _appendKey(*found, key, value);
+    }
+}
+
+void KvIniUtil::del(const char* section) {
+    KvIniSection* found = _findSection(section);
+    if (found == nullptr) {
+        return;
+    }
+    if (found != sections_.first()) {
+        modified_ = true;
+        sections_.remove(found);
+    } else if (!found->keys.empty()) {
+        modified_ = true;
+        found->keys.clear();
+    }
+}
+
+void KvIniUtil::del(const char* section, const char* key) {
+    KvIniSection* found = key != nullptr ? _findSection(section) : nullptr;
+    KvIniEntry* entry = found != nullptr ? findKeyOf(*found, key) : nullptr;
+    if (entry == nullptr) {
+        return;
+    }
+    modified_ = true;
+    KvIniEntry* previous = found->keys.before(entry);
+    handTextsOver(*entry, previous != nullptr ? previous->trailingText : found->afterHeaderText);
+    found->keys.remove(entry);
+}
+
+bool KvIniUtil::hasNonGlobalSection() const {
+    return sections_.size() > 1;
+}
+
+void KvIniUtil::discard() {
+    discarded_ = true;
+}
+
+KvIniSection* KvIniUtil::_findSection(const char* section) const {
+    const KvIniName name(section);
+    // The global section is the first to have the empty name.
+    return name.empty() ? sections_.first() : sections_.find(name, caseSensitive_);
+}
+
+KvIniSection* KvIniUtil::_appendSection(KvIniText name, KvIniText leadingText) {
+    std::unique_ptr<KvIniSection> section(new (std::nothrow) KvIniSection);
+    if (section == nullptr) {
+        return nullptr;
+    }
+    section->name = std::move(name);
+    section->leadingText = std::move(leadingText);
+    section->caseSensitive = caseSensitive_;
+    return sections_.append(std::move(section));
+}
+
+void KvIniUtil::_appendKey(KvIniSection& section, const char* key, const char* value) {
+    std::unique_ptr<KvIniEntry> entry(new (std::nothrow) KvIniEntry);
+    if (entry != nullptr && entry->name.copy(key) && entry->value.copy(value)) {
+        entry->caseSensitive = section.caseSensitive;
+        section.keys.append(std::move(entry));
+    }
+}

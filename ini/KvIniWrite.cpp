@@ -1,0 +1,116 @@
+// Writing of a KvIniUtil document.
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "ini/KvIniFile.h"
+#include "ini/KvIniUtil.h"
+
+namespace {
+
+// Whatever the document was parsed with, this is what is written.
+constexpr char kWrittenSeparator = '=';
+
+// Counts what it is given, and copies it when it has a place to put it.
+class Sink {
+  public:
+    explicit Sink(char* target = nullptr) : target_(target) {}
+
+    [[nodiscard]] size_t size() const { return size_; }
+
+    void put(const char* bytes, size_t count) {
+        if (target_ != nullptr && count > 0) {
+            memcpy(target_ + size_, bytes, count);
+        }
+        size_ += count;
+    }
+    void put(char ch) { put(&ch, 1); }
+    void put(const KvIniText& text) { put(text.c_str(), text.length()); }
+    void put(const KvSimpleString& text) { put(text.c_str(), text.length()); }
+
+  private:
+    char* target_;
+    size_t size_ = 0;
+};
+
+void putKeys(const KvIniSection& section, Sink& sink) {
+    for (const KvIniEntry* key = section.keys.first(); key != nullptr;
+         key = section.keys.after(key)) {
+        sink.put(key->leadingText);
+        sink.put(key->name);
+        sink.put(kWrittenSeparator);
+        sink.put(key->value);
+        sink.put('\n');
+        sink.put(key->trailingText);
+    }
+}
+
+// Adds room for `count` more characters; false when there is no memory.
+bool extend(KvSimpleString& text, size_t count) {
+    const size_t wanted = text.length() + count;
+    while (text.length() < wanted) {
+        const size_t before = text.length();
+        text.append(static_cast<int>(std::min<size_t>(wanted - before, INT_MAX)), ' ');
+        if (text.length() == before) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+void KvIniUtil::dump(KvSimpleString& out) const {
+    (void)_dumpTo(out);  // without memory `out` stays as it was
+}
+
+// Measures first and fills afterwards: a large document needs its room once, in one piece.
+bool KvIniUtil::_dumpTo(KvSimpleString& out) const {
+    const auto putAll = [this](Sink sink) {
+        for (const KvIniSection* each = sections_.first(); each != nullptr;
+             each = sections_.after(each)) {
+            sink.put(each->leadingText);
+            if (!each->name.empty()) {
+                sink.put(s_LeftSquareBracket);
+                sink.put(each->name);
+                sink.put(s_RightSquareBracket);
+                sink.put('\n');
+            }
+            sink.put(each->afterHeaderText);
+            putKeys(*each, sink);
+        }
+        sink.put(trailer_);
+        return sink.size();
+    };
+    const size_t length = putAll(Sink());
+    const size_t before = out.length();
+    if (length == 0) {
+        return true;
+    }
+    if (!extend(out, length)) {
+        return false;
+    }
+    putAll(Sink(&out[before]));
+    return true;
+}
+
+bool KvIniUtil::flushTo(const char* path) const {
+    if (path == nullptr || *path == '\0') {
+        return false;
+    }
+    KvSimpleString text;
+    if (!_dumpTo(text)) {
+        return false;
+    }
+    if (convertBackslashes_ && !text.empty()) {
+        std::replace(&text[0], &text[0] + text.length(), '\\', '/');
+    }
+    return KvIniRewriteFile(path, text.c_str(), text.length());
+}
+
+bool KvIniUtil::flush(bool force) const {
+    if (fromText_ || path_.empty()) {
+        return false;
+    }
+    return (force || (modified_ && !discarded_)) && flushTo(path_.c_str());
+}
