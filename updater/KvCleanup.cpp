@@ -1,0 +1,164 @@
+#include "updater/KvCleanup.h"
+
+#include "base/KvNumber.h"
+#include "base/KvPiece.h"
+#include "base/KvText.h"
+#include "fileop/KvDirList.h"
+#include "fileop/KvPath.h"
+#include "fileop/KvVcLock.h"
+#include "ini/KvIniUtil.h"
+#include "log/KvReport.h"
+#include "updater/KvRunPaths.h"
+
+namespace {
+
+constexpr char kModule[] = "KvVcUpdater";
+constexpr char kDownloader[] = "Downloader";
+constexpr char kCachedFiles[] = "cachedfiles";
+constexpr size_t kKeyCapacity = 128;
+
+// One cached download: `prefix,name,tag name,mark`.
+struct CacheEntry {
+    KvSimpleString file;
+    KvSimpleString tagFile;
+    bool isMarked;
+};
+
+bool isExactly(const char* value, const char* wanted) {
+    return value != nullptr && Str_Equal(value, wanted, true);
+}
+
+// Whether the configuration lets cached files be removed; says so when the cache is managed.
+bool mayRemoveCachedFiles() {
+    char path[kPathCapacity];
+    // A path that does not fit names no configuration: the defaults hold.
+    (void)CatPathWithPath(path, sizeof path, g_VelocorePath,
+                          KvFileOpUtil::getFileName("vccfg.ini").c_str());
+    const KvIniUtil config(path, ';', false, false, '=');
+    if (isExactly(config.get(kDownloader, "UseCacheManagement"), "0")) {
+        return false;
+    }
+    if (isExactly(config.get(kDownloader, "keep_cache_file_on_success"), "1")) {
+        KV_INFO(kLevelDetail,
+                "Flag \"keep_cache_file_on_success\" in configure file is on. Don't remove cached "
+                "files.");
+        return false;
+    }
+    KV_INFO(kLevelDetail,
+            "Flag \"keep_cache_file_on_success\" in configure file is off. Remove cached files.");
+    return true;
+}
+
+CacheEntry parseEntry(const char* value, const KvSimpleString& cacheDir) {
+    const auto field = [value](int index) {
+        KvSimpleString text;
+        // A missing field counts as empty.
+        (void)Str_Piece(value, ',', index, text);
+        Str_TrimAll(text);
+        return text;
+    };
+    // The prefix brings its own separator.
+    return {cacheDir + field(0) + field(1), cacheDir + field(0) + field(2), field(3) == "1"};
+}
+
+void removeEntry(const CacheEntry& entry) {
+    KvFileOpUtil::CallbackEntry step{};
+    step.cbSize = sizeof step;
+    if (KvFileOpUtil::unlink(entry.file.c_str(), CB_DeleteFile, &step) != KvFileOpUtil::kDone) {
+        KV_INFO(kLevelCallbackOnly, "Can not delete file [%s].", entry.file.c_str());
+        return;
+    }
+    KV_INFO(kLevelCallbackOnly, "Remove cached file[%s].", entry.file.c_str());
+    // A tag file that stays is of no use to anybody, and of no harm.
+    (void)KvFileOpUtil::unlink(entry.tagFile.c_str());
+    KV_INFO(kLevelCallbackOnly, "Remove etag file[%s].", entry.tagFile.c_str());
+}
+
+// False when an entry is missing: the work ends there.
+bool removeListedFiles(const KvIniUtil& description, const KvSimpleString& cacheDir, int count) {
+    for (int i = 0; i < count; ++i) {
+        char key[kKeyCapacity];
+        Snprintf(key, sizeof key, "%s_%d", "cachedfile", i);
+        const char* value = description.get(kCachedFiles, key);
+        if (value == nullptr) {
+            return false;
+        }
+        const CacheEntry entry = parseEntry(value, cacheDir);
+        if (entry.isMarked) {
+            removeEntry(entry);
+        }
+    }
+    return true;
+}
+
+void removeEmptyDirs(const KvSimpleString& cacheDir) {
+    if (!KvFileOpUtil::isExist(cacheDir.c_str())) {
+        return;
+    }
+    KvFileOpUtil::CallbackEntry step{};
+    step.cbSize = sizeof step;
+    KvDirList entries(cacheDir.c_str());
+    while (entries.hasNext()) {
+        // An entry that has vanished meanwhile needs no cleaning.
+        (void)KvFileOpUtil::xaccess(entries.getNext().c_str(), CB_CheckEmptyDir, &step);
+    }
+}
+
+}  // namespace
+
+void removeCachedFiles(KvIniUtil* patchDescription) {
+    if (patchDescription == nullptr || !mayRemoveCachedFiles()) {
+        return;
+    }
+    const char* cachePath = patchDescription->get(kCachedFiles, "cachepath");
+    if (cachePath == nullptr) {
+        return;
+    }
+    const KvSimpleString cacheDir = KvSimpleString(cachePath) + "/";
+    const char* count = patchDescription->get(kCachedFiles, "cachedfilescount");
+    if (count == nullptr || !removeListedFiles(*patchDescription, cacheDir, leadingNumber(count))) {
+        return;
+    }
+    KV_INFO(kLevelCallbackOnly, "VcPatch Action: remove cached files succeed.");
+    removeEmptyDirs(cacheDir);
+}
+
+void CleanupTempFiles(bool success, const char* tempDir, const char* baseDir) {
+    char saveDir[kPathCapacity];
+    if (CatURIWithPath(saveDir, sizeof saveDir, baseDir, "VC_Log") != 0 ||
+        CatURIWithPath(saveDir, sizeof saveDir, saveDir, "TempSave") != 0) {
+        // Without room for the whole name the buffer names a directory that is not ours to delete.
+        saveDir[0] = '\0';
+    }
+    // Nobody is left to be told of a file that stays.
+    (void)KvFileOpUtil::xunlink(saveDir);
+    if (success) {
+        (void)KvFileOpUtil::xunlink(tempDir);
+    } else {
+        (void)KvFileOpUtil::createDir(saveDir);
+        (void)KvFileOpUtil::xmove(tempDir, saveDir, true);
+    }
+}
+
+int CB_DeleteFile(KvFileOpUtil::CallbackEntry* entry) {
+    if (entry->action != KvFileOpUtil::kDeleteFile) {
+        return KvFileOpUtil::kGoOn;
+    }
+    KvVcLock lock;
+    return lock.create(kFileAndThreadLock, entry->path, false) ? KvFileOpUtil::kGoOn
+                                                               : KvFileOpUtil::kSkip;
+}
+
+int CB_CheckEmptyDir(KvFileOpUtil::CallbackEntry* entry) {
+    if (entry->action != KvFileOpUtil::kVisitDir || KvFileOpUtil::getDirSize(entry->path) != 0) {
+        return KvFileOpUtil::kGoOn;
+    }
+    KvVcLock lock;
+    if (!lock.create(kFileAndThreadLock, entry->path, false)) {
+        return KvFileOpUtil::kSkip;
+    }
+    // A directory that cannot be deleted stays as it is.
+    (void)KvFileOpUtil::xunlink(entry->path);
+    KV_INFO(kLevelCallbackOnly, "Directory [%s] is empty, deleted.", entry->path);
+    return KvFileOpUtil::kGoOn;
+}

@@ -1,0 +1,25 @@
+// The clean-up after a run whose result nobody waits for: the download cache and the staging files.
+// Nothing here fails the run, and no result is returned.
+#pragma once
+
+#include "fileop/KvFileOpUtil.h"
+
+class KvIniUtil;
+
+// Deletes the downloaded files that the patch was built from, as listed in the section
+// "cachedfiles" of the patch description, then the directories of the cache that hold no bytes any
+// more. Does nothing when the configuration in `g_VelocorePath` manages no cache or keeps it. A
+// missing key ends the work at that point; a file that cannot be deleted is reported and passed
+// over. The description stays as it was.
+void removeCachedFiles(KvIniUtil* patchDescription);
+
+// Deletes the staging directory `tempDir` after a success. After a failure moves it below
+// `baseDir`/VC_Log/TempSave, where it replaces what the last failed run left.
+void CleanupTempFiles(bool success, const char* tempDir, const char* baseDir);
+
+// Callbacks of the two steps above; 0 goes on, 2 skips the entry.
+//
+// Lets a file be deleted unless another process holds its lock.
+int CB_DeleteFile(KvFileOpUtil::CallbackEntry* entry);
+// Deletes a visited directory whose files sum up to no byte, unless another process holds its lock.
+int CB_CheckEmptyDir(KvFileOpUtil::CallbackEntry* entry);

@@ -1,0 +1,19 @@
+// The decision about each single file of an update: asked of the patch agent before the file is
+// written, and recorded so that a rollback can undo it.
+//
+// What is on the disk after each step of one file:
+//   1. a new file:       asked; written by the copy; recorded as added
+//   2. an existing file: asked; an empty file of a fresh name made in the backup store; the old
+//                        content copied into it; recorded as overwritten; overwritten by the copy
+// A failure before the record leaves the destination untouched.
+#pragma once
+
+#include "fileop/KvFileOpUtil.h"
+
+// The answer that stops the copy because the agent reported an error; the copy returns it.
+constexpr int kUserCancel = 1;
+
+// The callback of the tree copy; `entry->userData` is the ItemContext of the item. Go on, skip the
+// file, or stop with kUserCancel or, when the old file could not be saved or recorded, with
+// KvFileOpUtil::kDestinationNotWritable.
+[[nodiscard]] int callBackForUpdate(KvFileOpUtil::CallbackEntry* entry);

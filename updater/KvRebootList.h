@@ -1,0 +1,33 @@
+// The reboot list: copies that wait for the next restart of the machine.
+#pragma once
+
+#include <cstddef>
+
+#include "base/DList.h"
+
+constexpr size_t kRebootPathCapacity = 1024;
+
+// What an entry asks for at the restart. The update's entries carry 0 as well.
+enum RebootMarker : char {
+    kRebootDelete = 0,
+    kRebootPutBack = 1,
+};
+
+struct RebootEntry {
+    char source[kRebootPathCapacity];       // "" when there is no source
+    char destination[kRebootPathCapacity];  // cut to the capacity, like the source
+    char flag;                              // a RebootMarker
+};
+
+// The entries of this run (RebootEntry, each a heap block), in the order in which they were added.
+extern DList g_rebootCopyList;
+
+// Set when a file that the update adds takes effect only after a restart.
+extern bool g_RebootForNewFile;
+
+// Appends an entry; a null `source` is stored as "". False when there is no memory.
+[[nodiscard]] bool addRebootEntry(const char* source, const char* destination, char flag);
+
+// Hands every entry to `writeReboot`, logs and frees it. False when there are no entries. The list
+// keeps its (then dangling) pointers: it is called once, at the end of a run.
+[[nodiscard]] bool WriteRebootList();

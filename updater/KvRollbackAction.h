@@ -1,0 +1,16 @@
+// Action 1 of the patch description: the rollback of an earlier update on request.
+#pragma once
+
+#include "updater/KvPatchAgent.h"
+#include "updater/KvUpdateStru.h"
+
+class KvIniUtil;
+
+// Reads the patch description `document`, loads its agent, asks an agent of the new interface for
+// its consent and rolls all items back. Returns the run status (updater/KvRunStatus.h).
+[[nodiscard]] unsigned rollback(KvIniUtil* document);
+
+// Restores the items of the description, last item first, bracketed by the agent's calls. When an
+// item fails, what this rollback has changed so far is undone. Returns the run status: 0, or why it
+// stopped; the reboot list is the caller's business.
+[[nodiscard]] unsigned rollbackWithPatchAgent(_PatchAgent* agent, updateStru* description);

@@ -1,0 +1,23 @@
+// Undoing the last update of one item from the backup store.
+//
+// Before a file is touched its present content is copied to a fresh backup name and recorded in the
+// context's own backup item, so that a rollback that fails can be undone itself.
+#pragma once
+
+#include "updater/KvItemContext.h"
+
+enum RollbackItemResult : int {
+    kItemRolledBack = 0,
+    kItemLeftFiles = 2,     // done; at least the last file was left to the agent or the reboot list
+    kItemCancelled = 1,     // the agent answered with an error
+    kItemBadPath = -1,      // the path of the record does not fit
+    kItemNoRecord = -2,     // the record is missing or cannot be read
+    kItemNotRecorded = -3,  // the record has no item of this class and type
+    kItemNotSaved = -5,     // no backup name, or no memory for the entry
+    kLastAccessFailure = -6,  // the lowest result that the action reports as an access failure
+};
+
+// Deletes the files that the last update of the item added and moves the saved copies of those it
+// overwrote back into place, asking the agent about each. `context->backup` receives one written
+// entry for each file. Files handled before a failure stay handled and recorded.
+[[nodiscard]] int rollbackItem(ItemContext* context);

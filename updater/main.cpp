@@ -1,0 +1,5 @@
+#include "updater/KvVcRun.h"
+
+int main(int argc, char** argv) {
+    return runVcPatch(argc, argv);
+}
