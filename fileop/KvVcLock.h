@@ -56,10 +56,10 @@ class KvVcLock {
     // process holds the path with whatever type, kFileLock included.
     //
     // Also false: for an object that is already locked (it keeps its lock), an unknown type, a null
-    // or empty path, no free row, a lock file that cannot be opened, or a wait that the system breaks
-    // off. Except in the first case the object is then unlocked. The system breaks off what it takes
-    // for a deadlock between processes; since it takes all threads of a process for one, it may be
-    // wrong when one thread waits while another holds a file lock.
+    // or empty path, no free row, a lock file that cannot be opened, or a wait that the system
+    // breaks off. Except in the first case the object is then unlocked. The system breaks off what
+    // it takes for a deadlock between processes; since it takes all threads of a process for one,
+    // it may be wrong when one thread waits while another holds a file lock.
     [[nodiscard]] bool create(unsigned type, const char* path, bool wait);
 
     // Gives the lock up; does nothing when none is held. Always 0.
