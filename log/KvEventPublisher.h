@@ -11,8 +11,6 @@
 #include "base/KvSimpleString.h"
 #include "log/KvLogStartup.h"
 
-class DList;
-
 // What `getEventType` answers. The numbers are fixed. Kinds that nobody produces have none.
 enum KvEventType : int {
     kErrorEvent = 2,
@@ -99,8 +97,9 @@ class KvErrorEventListener : public KvEventListener {};
 class KvProgressEventListener : public KvEventListener {};
 class KvActionEventListener : public KvEventListener {};
 
-// Only static members. The lists do not own the listeners: who registers one removes it before it
-// goes. After the lists are gone, at the very end of the process, nothing is registered or called.
+// Only static members; the lists behind them (log/KvListenerLists.h) do not own the listeners: who
+// registers one removes it before it goes. Before the lists are made and after they are gone, at
+// the very ends of the process, nothing is registered and nobody is called.
 class KvEventPublisher {
   public:
     KvEventPublisher() = delete;
@@ -126,12 +125,4 @@ class KvEventPublisher {
     // Progress and action: the largest answer of the listeners, 0 without any.
     static int publishEvent(KvProgressEvent* event);
     static int publishEvent(KvActionEvent* event);
-
-  private:
-    friend class KvListenerLists;
-
-    static DList& m_InfoList;
-    static DList& m_ErrorList;
-    static DList& m_ProgressList;
-    static DList& m_ActionList;
 };

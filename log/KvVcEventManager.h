@@ -7,16 +7,8 @@
 #include "log/KvEventPublisher.h"
 #include "log/KvLogStartup.h"
 
-// Where accepted events go (the setting "log_mode"). Any other number means nowhere.
-enum KvLogMode : int {
-    kModeStandardOutput = 1,  // the text and a line feed
-    kModeLogFile = 2,
-    kModeLogFileToo = 3,  // the same as 2
-    kModeCallback = 4,
-};
-
-// The target of kModeCallback: -1, the text (a `const char*` that lasts for the call; do not write
-// to it), and the data that was given with the callback. Its result is ignored.
+// Receives -1, the text (characters that last for the call and must not be written to), and the
+// data that was given with the callback. Its result is ignored.
 using KvLogCallback = int (*)(int, void* text, void* data);
 
 // Each takes events of its own kind whose level is at least the configured one to the output that

@@ -1,0 +1,77 @@
+// Reads the log's settings (log/KvVcLog.h).
+#include "base/KvNumber.h"
+#include "base/KvText.h"
+#include "ini/KvIniUtil.h"
+#include "log/KvLogSettings.h"
+#include "log/KvVcLog.h"
+
+namespace {
+
+constexpr int kDefaultLevel = 5;
+constexpr int kHtmlLog = 1;
+
+constexpr uint32_t kMebibyte = 1048576;
+constexpr uint32_t kDefaultLogSize = 5 * kMebibyte;
+constexpr uint32_t kDefaultExtractLimit = 1024 * kMebibyte;
+
+int numberOr(const char* value, int fallback) {
+    return value != nullptr ? leadingNumber(value) : fallback;
+}
+
+bool beginsWithDigit(const char* value) {
+    return value != nullptr && IsDigit(*value);
+}
+
+// Wraps in 32 bits, on purpose: the limits have always been kept so.
+uint32_t mebibytes(int value) {
+    return static_cast<uint32_t>(value) * kMebibyte;
+}
+
+bool isLogFileMode() {
+    return s_mode == kModeLogFile || s_mode == kModeLogFileToo;
+}
+
+void readOutput(const KvIniUtil& config) {
+    s_level = numberOr(config.get("Debug", "Level"), kDefaultLevel);
+    s_mode = numberOr(config.get("Debug", "log_mode"), kModeLogFile);
+    s_html = leadingNumber(config.get("Debug", "html")) == kHtmlLog && isLogFileMode();
+}
+
+void readCodePage(const KvIniUtil& config) {
+    const char* value = config.get(nullptr, "code_page");
+    if (beginsWithDigit(value)) {
+        SetCurrentCharType(static_cast<unsigned int>(leadingNumber(value)));
+    }
+}
+
+void readLimits(const KvIniUtil& config) {
+    const int logSize = leadingNumber(config.get("Debug", "log_size"));
+    g_log_file_size = logSize != 0 ? mebibytes(logSize) : kDefaultLogSize;
+
+    const char* extractLimit = config.get(nullptr, "extract_limit_size");
+    g_extract_limit_size = beginsWithDigit(extractLimit) ? mebibytes(leadingNumber(extractLimit))
+                                                         : kDefaultExtractLimit;
+}
+
+void chooseLogFile() {
+    char dataPath[kPathCapacity];
+    s_log_file[0] = '\0';
+    if (findDataPath(dataPath)) {
+        (void)joinLogPath(s_log_file, dataPath,
+                          s_html ? "VC_Log/KvuDump.htm" : "VC_Log/KvuDump.txt");
+    }
+}
+
+}  // namespace
+
+uint32_t g_log_file_size = kDefaultLogSize;
+uint32_t g_extract_limit_size = kDefaultExtractLimit;
+
+void _reInit() {
+    KvIniUtil config(s_config_file, ';', false, false, '=');
+    config.discard();
+    readOutput(config);
+    readCodePage(config);
+    readLimits(config);
+    chooseLogFile();
+}

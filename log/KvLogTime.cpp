@@ -1,0 +1,22 @@
+#include "log/KvLogTime.h"
+
+#include "base/KvText.h"
+#include "log/KvVcLog.h"
+
+void formatStamp(char (&stamp)[kStampCapacity], const tm* local) {
+    if (local == nullptr) {
+        (void)Strncpy(stamp, "20380118 00:00:00\n", kStampCapacity);
+        return;
+    }
+    (void)Snprintf(stamp, kStampCapacity - 1, "%04d%02d%02d %02d:%02d:%02d", local->tm_year + 1900,
+                   local->tm_mon + 1, local->tm_mday, local->tm_hour, local->tm_min, local->tm_sec);
+    stamp[kStampLength] = '\n';
+    stamp[kStampLength + 1] = '\0';
+}
+
+const char* GetTime() {
+    static char strtime[kStampCapacity];
+    const time_t now = time(nullptr);
+    formatStamp(strtime, localtime(&now));
+    return strtime;
+}

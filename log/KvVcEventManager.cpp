@@ -1,0 +1,90 @@
+#include "log/KvVcEventManager.h"
+
+#include <climits>
+#include <new>
+
+#include "base/KvText.h"
+#include "fileop/KvFileOpUtil.h"
+#include "fileop/KvVcLock.h"
+#include "log/KvLogSettings.h"
+#include "log/KvVcLog.h"
+
+KvDefaultContext g_DefaultContext;
+
+namespace {
+
+constexpr char kConfigName[] = "vccfg.ini";
+constexpr char kPathLock[] = "///VCPATH";
+constexpr int kEveryLevel = -1;
+
+// Any address inside the module would do.
+bool findOwnDir(char (&path)[kPathCapacity]) {
+    char module[kPathCapacity];
+    if (!GetDllFilename(&g_DefaultContext, module)) {
+        return false;
+    }
+    (void)Strncpy(path, KvFileOpUtil::getDirName(module).c_str(), kPathCapacity);
+    return true;
+}
+
+bool findWorkDir(char (&path)[kPathCapacity]) {
+    char full[PATH_MAX];
+    if (!GetFullPath("./", full, sizeof full)) {
+        return false;
+    }
+    (void)Strncpy(path, full, kPathCapacity);
+    return true;
+}
+
+void findVelocorePath(char (&path)[kPathCapacity]) {
+    if (!findOwnDir(path) && !findWorkDir(path)) {
+        (void)Strncpy(path, "./", kPathCapacity);
+    }
+}
+
+void fillDefaultContext() {
+    g_DefaultContext.threadId = VcGetThreadId();
+    (void)Strncpy(g_DefaultContext.velocorePath, s_vcpath, kPathCapacity);
+    (void)Strncpy(g_DefaultContext.workPath, s_vcpath, kPathCapacity);
+    (void)findDataPath(g_DefaultContext.dataPath);
+}
+
+}  // namespace
+
+KvVcEventManager::KvVcEventManager() {
+    findVelocorePath(s_vcpath);
+    (void)joinLogPath(s_config_file, s_vcpath, kConfigName);
+    _reInit();
+    fillDefaultContext();
+    errorListener_.reset(new (std::nothrow) KvVcErrorEventListener);
+    infoListener_.reset(new (std::nothrow) KvVcInfoEventListener);
+    KvEventPublisher::addEventListener(errorListener_.get());
+    KvEventPublisher::addEventListener(infoListener_.get());
+}
+
+KvVcEventManager::~KvVcEventManager() {
+    KvEventPublisher::removeEventListener(errorListener_.get());
+    errorListener_.reset();
+    KvEventPublisher::removeEventListener(infoListener_.get());
+    infoListener_.reset();
+}
+
+void KvVcEventManager::resetVCPath(const char* velocorePath) {
+    if (velocorePath == nullptr) {
+        return;
+    }
+    const KvVcLock lock(kThreadLock, kPathLock, true);
+    if (!lock.isLocked()) {
+        return;
+    }
+    (void)joinLogPath(s_config_file, velocorePath, kConfigName);
+    (void)Strncpy(s_vcpath, velocorePath, kPathCapacity);
+    _reInit();
+}
+
+void KvVcEventManager::redirectToCallback(KvLogCallback callback, void* data) {
+    s_level = kEveryLevel;
+    s_mode = kModeCallback;
+    s_callback = callback;
+    s_callback_data = data;
+}
