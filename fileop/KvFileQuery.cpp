@@ -4,11 +4,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 #include "base/KvScoped.h"
 #include "base/KvSimpleStream.h"
 #include "fileop/KvFileOpUtil.h"
+#include "fileop/KvMD5.h"
 #include "fileop/KvPath.h"
 #include "fileop/KvPathArgument.h"
 
@@ -114,6 +116,18 @@ bool KvFileOpUtil::comp(const char* a, const char* b) {
     const long size = streamSize(left);
     return size >= 0 && size == streamSize(right) &&
            haveSameBytes(left, right, static_cast<size_t>(size));
+}
+
+KvSimpleString KvFileOpUtil::getFileMD5(const char* path) {
+    const unsigned char* const digest = exist(path) ? KvMD5::MD5File(path) : nullptr;
+    if (digest == nullptr) {
+        return {};
+    }
+    char text[2 * KvMD5::kDigestSize + 1];
+    for (size_t i = 0; i < KvMD5::kDigestSize; ++i) {
+        (void)snprintf(text + 2 * i, 3, "%02x", digest[i]);  // always two digits
+    }
+    return text;
 }
 
 bool KvFileOpUtil::rename(const char* from, const char* to) {
