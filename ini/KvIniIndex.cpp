@@ -16,7 +16,7 @@ bool KvIniIndex::reserve(size_t names) {
     if (wanted <= slotCount_) {
         return true;
     }
-    ScopedHeap<KvIniNode*> old(static_cast<KvIniNode**>(calloc(wanted, sizeof(KvIniNode*))));
+    ScopedHeap<KvIniNode*> old(static_cast<KvIniNode**>(calloc(wanted, sizeof(void*))));
     if (old == nullptr) {
         return false;
     }
