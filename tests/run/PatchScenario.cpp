@@ -1,0 +1,221 @@
+#include "tests/run/PatchScenario.h"
+
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kStore[] = "VC_Backup/";
+constexpr char kTextLog[] = "vc/VC_Data/VC_Log/KvuDump.txt";
+
+bool isInStore(const std::string& name) {
+    return name.compare(0, sizeof kStore - 1, kStore) == 0;
+}
+
+std::string keyLines(const std::map<std::string, std::string>& keys) {
+    std::string lines;
+    for (const auto& [key, value] : keys) {
+        lines += key + "=" + value + "\n";
+    }
+    return lines;
+}
+
+std::optional<int> readStatus(const TempTree& tree) {
+    const std::string key = "result=";
+    const std::string content = tree.read("staging/VcResult.ini");
+    const size_t at = content.find(key);
+    return at == std::string::npos ? std::nullopt
+                                   : std::optional<int>(std::stoi(content.substr(at + key.size())));
+}
+
+}  // namespace
+
+std::vector<std::string> RunOutcome::texts() const {
+    std::vector<std::string> all;
+    for (const LogLine& line : log) {
+        all.push_back(line.text);
+    }
+    return all;
+}
+
+ScenarioItem::ScenarioItem(const TempTree& tree, unsigned itemClass, unsigned type)
+    : tree_(tree),
+      place_("staging/" + std::to_string(itemClass) + "/" + std::to_string(type)),
+      keys_{{"class", std::to_string(itemClass)},
+            {"type", std::to_string(type)},
+            {"origin.version", "100"},
+            {"result.version", "101"}} {
+    tree_.makeDir(place_);
+    to("app");
+}
+
+ScenarioItem& ScenarioItem::stage(const std::string& name, const std::string& content) {
+    tree_.write(place_ + "/" + name, content);
+    return *this;
+}
+
+ScenarioItem& ScenarioItem::set(const std::string& key, const std::string& value) {
+    keys_[key] = value;
+    return *this;
+}
+
+ScenarioItem& ScenarioItem::unset(const std::string& key) {
+    keys_.erase(key);
+    return *this;
+}
+
+ScenarioItem& ScenarioItem::to(const std::string& destination) {
+    return set("destination", tree_.makeDir(destination));
+}
+
+ScenarioItem& ScenarioItem::versions(const std::string& origin, const std::string& result) {
+    return set("origin.version", origin).set("result.version", result);
+}
+
+std::string ScenarioItem::stagingDir() const {
+    return tree_.path(place_);
+}
+
+std::string ScenarioItem::section(size_t index) const {
+    return "[item_" + std::to_string(index) + "]\n" + keyLines(keys_);
+}
+
+std::string ScenarioDir::path(const std::string& name) const {
+    return tree_.path(name.empty() ? name_ : name_ + "/" + name);
+}
+
+void ScenarioDir::write(const std::string& name, const std::string& content) const {
+    tree_.write(name_ + "/" + name, content);
+}
+
+std::string ScenarioDir::read(const std::string& name) const {
+    return tree_.read(name_ + "/" + name);
+}
+
+bool ScenarioDir::has(const std::string& name) const {
+    return tree_.exists(name_ + "/" + name);
+}
+
+FileTree ScenarioDir::files() const {
+    FileTree all = tree_.snapshot(name_);
+    for (auto it = all.begin(); it != all.end();) {
+        it = isInStore(it->first) ? all.erase(it) : std::next(it);
+    }
+    return all;
+}
+
+FileTree ScenarioDir::store() const {
+    return tree_.snapshot(name_ + "/VC_Backup");
+}
+
+PatchScenario::PatchScenario() {
+    tree_.makeDir("app");
+    tree_.makeDir("vc");
+    // A hard link where the file systems allow it: the log is looked for beside the binary.
+    std::error_code noLink;
+    fs::create_hard_link(KV_VCPATCH, tree_.path("vc/VcPatch"), noLink);
+    if (noLink) {
+        fs::copy_file(KV_VCPATCH, tree_.path("vc/VcPatch"));
+    }
+    clearStaging();
+}
+
+ScenarioDir PatchScenario::destination(const std::string& name) const {
+    return {tree_, name};
+}
+
+ScenarioItem& PatchScenario::item(unsigned itemClass, unsigned type) {
+    items_.push_back(std::make_unique<ScenarioItem>(tree_, itemClass, type));
+    return *items_.back();
+}
+
+void PatchScenario::set(const std::string& key, const std::string& value) {
+    common_[key] = value;
+}
+
+void PatchScenario::without(const std::string& key) {
+    common_.erase(key);
+}
+
+void PatchScenario::append(const std::string& lines) {
+    appended_ += lines;
+}
+
+void PatchScenario::configure(const std::string& content) const {
+    tree_.write("vc/vccfg.ini", content);
+}
+
+ScriptedAgent& PatchScenario::agent(ScriptedAgent::Interface which) {
+    agent_ = std::make_unique<ScriptedAgent>(tree_, which);
+    set("patchagent", agent_->path());
+    set("patchagent.version", which == ScriptedAgent::kNew ? "1" : "0");
+    return *agent_;
+}
+
+void PatchScenario::clearStaging() {
+    fs::remove_all(tree_.path("staging"));
+    tree_.makeDir("staging");
+    items_.clear();
+    appended_.clear();
+    const std::map<std::string, std::string> former = common_;
+    common_ = {{"velocore_path", tree_.path("vc")}, {"patchagent.version", "1"}};
+    if (agent_ != nullptr) {
+        set("patchagent", former.at("patchagent"));
+        set("patchagent.version", former.at("patchagent.version"));
+    }
+}
+
+RunOutcome PatchScenario::update() {
+    set("action", "0");
+    return run();
+}
+
+RunOutcome PatchScenario::rollback() {
+    set("action", "1");
+    return run();
+}
+
+RunOutcome PatchScenario::run() {
+    writeDescription();
+    return runWith({tree_.path("staging")});
+}
+
+RunOutcome PatchScenario::runWith(const std::vector<std::string>& arguments,
+                                  std::chrono::milliseconds limit) {
+    fs::remove(tree_.path("staging/VcResult.ini"));
+    const size_t before = logText().size();
+    ChildCommand child = command(arguments);
+    child.limit = limit;
+    const ChildResult result = runChild(child);
+    RunOutcome outcome;
+    outcome.exitCode = result.exitCode;
+    outcome.timedOut = result.timedOut;
+    outcome.err = result.err;
+    outcome.status = readStatus(tree_);
+    const std::string log = logText();
+    outcome.log = parseLog(log.size() >= before ? log.substr(before) : log);
+    return outcome;
+}
+
+void PatchScenario::writeDescription() const {
+    std::map<std::string, std::string> common = common_;
+    common.emplace("itemcount", std::to_string(items_.size()));
+    std::string text = "[common]\n" + keyLines(common);
+    for (size_t i = 0; i < items_.size(); ++i) {
+        text += items_[i]->section(i);
+    }
+    tree_.write("staging/VcPatch.ini", text + appended_);
+}
+
+ChildCommand PatchScenario::command(const std::vector<std::string>& arguments) const {
+    ChildCommand child;
+    child.executable = tree_.path("vc/VcPatch");
+    child.arguments = arguments;
+    child.directory = tree_.path();
+    return child;
+}
+
+std::string PatchScenario::logText() const {
+    return tree_.read(kTextLog);
+}

@@ -1,0 +1,132 @@
+// A whole run of the real binary: a directory of its own with an updater, a staging directory and
+// destinations; an update or a rollback; and what came of it.
+//
+//     PatchScenario patch;
+//     patch.destination().write("a.dat", "old");
+//     patch.item(3, 5).stage("a.dat", "new").stage("b.dat", "more");
+//     const RunOutcome run = patch.update();
+//     EXPECT_EQ(run.status, 0);
+//     EXPECT_EQ(patch.destination().read("b.dat"), "more");
+//     EXPECT_THAT(run.texts(), Contains("VcPatch end."));
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/run/LogFile.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/ScriptedAgent.h"
+#include "tests/support/TempTree.h"
+
+using FileTree = std::map<std::string, std::string>;
+
+struct RunOutcome {
+    int exitCode = -1;
+    bool timedOut = false;
+    std::optional<int> status;  // of VcResult.ini; empty when there is none
+    std::vector<LogLine> log;   // of this run alone
+    std::string err;            // standard error, where a sanitizer speaks
+
+    // The messages alone, without line ends.
+    [[nodiscard]] std::vector<std::string> texts() const;
+};
+
+// One item of the description and its staged files.
+class ScenarioItem {
+  public:
+    ScenarioItem(const TempTree& tree, unsigned itemClass, unsigned type);
+
+    // Stages a file at this path below the item's destination.
+    ScenarioItem& stage(const std::string& name, const std::string& content);
+    // A key of the item's section, in place of what it has by default.
+    ScenarioItem& set(const std::string& key, const std::string& value);
+    // Leaves the key out.
+    ScenarioItem& unset(const std::string& key);
+    // The destination, below the scenario's directory; "app" by default.
+    ScenarioItem& to(const std::string& destination);
+    ScenarioItem& versions(const std::string& origin, const std::string& result);
+
+    // The staged files lie here.
+    [[nodiscard]] std::string stagingDir() const;
+    [[nodiscard]] std::string section(size_t index) const;
+
+  private:
+    const TempTree& tree_;
+    std::string place_;  // below the staging directory
+    std::map<std::string, std::string> keys_;
+};
+
+// A directory of the scenario, by name.
+class ScenarioDir {
+  public:
+    ScenarioDir(const TempTree& tree, std::string name) : tree_(tree), name_(std::move(name)) {}
+
+    [[nodiscard]] std::string path(const std::string& name = "") const;
+    void write(const std::string& name, const std::string& content) const;
+    [[nodiscard]] std::string read(const std::string& name) const;
+    [[nodiscard]] bool has(const std::string& name) const;
+    // All files and directories, without the backup store.
+    [[nodiscard]] FileTree files() const;
+    // The backup store alone, relative to it.
+    [[nodiscard]] FileTree store() const;
+
+  private:
+    const TempTree& tree_;
+    std::string name_;
+};
+
+class PatchScenario {
+  public:
+    // The updater lies in "vc", its binary too; the staging directory is "staging"; the destination
+    // "app" exists and is empty.
+    PatchScenario();
+
+    [[nodiscard]] const TempTree& tree() const { return tree_; }
+    [[nodiscard]] ScenarioDir destination(const std::string& name = "app") const;
+    [[nodiscard]] ScenarioDir staging() const { return {tree_, "staging"}; }
+    [[nodiscard]] ScenarioDir velocore() const { return {tree_, "vc"}; }
+
+    // Adds an item to the description.
+    ScenarioItem& item(unsigned itemClass, unsigned type);
+    // A key of `[common]`, in place of what it has by default; `without` leaves it out.
+    void set(const std::string& key, const std::string& value);
+    void without(const std::string& key);
+    // Lines behind the description: more sections.
+    void append(const std::string& lines);
+    // `vccfg.ini` of the updater.
+    void configure(const std::string& content) const;
+
+    // Names an agent of this interface in the description; without one the tool's defaults stand
+    // in.
+    ScriptedAgent& agent(ScriptedAgent::Interface which);
+
+    // Forgets items and staged files, the description's own keys and the result, as a downloader
+    // does before it stages the next update. Destinations, agent and log stay.
+    void clearStaging();
+
+    // Writes the description and runs the binary with action 0 or 1.
+    RunOutcome update();
+    RunOutcome rollback();
+    // The same with the `action` that was set, if any.
+    RunOutcome run();
+    // Runs the binary on arguments of one's own; nothing is written first.
+    RunOutcome runWith(const std::vector<std::string>& arguments,
+                       std::chrono::milliseconds limit = std::chrono::seconds(60));
+
+    // For runs beside the test.
+    void writeDescription() const;
+    [[nodiscard]] ChildCommand command(const std::vector<std::string>& arguments) const;
+
+  private:
+    [[nodiscard]] std::string logText() const;
+
+    TempTree tree_;
+    std::map<std::string, std::string> common_;
+    std::vector<std::unique_ptr<ScenarioItem>> items_;
+    std::string appended_;
+    std::unique_ptr<ScriptedAgent> agent_;
+};
