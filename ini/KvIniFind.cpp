@@ -1,4 +1,4 @@
-// The four searches of a KvIniUtil document.
+// The searches of a KvIniUtil document.
 #include "base/KvText.h"
 #include "ini/KvIniUtil.h"
 
@@ -80,5 +80,18 @@ void KvIniUtil::findSection(const char* prefix, KvSimpleStringVector& out) const
         pushNames(sections_.after(sections_.first()), out, [&](const KvIniSection& each) {
             return startsWith(each, wanted, caseSensitive_);
         });
+    }
+}
+
+void KvIniUtil::visitValues(ValueVisitor visit, void* context) const {
+    if (visit == nullptr || sections_.first() == nullptr) {
+        return;
+    }
+    const KvIniSection* section = sections_.after(sections_.first());
+    for (; section != nullptr; section = sections_.after(section)) {
+        const KvIniEntry* key = section->keys.first();
+        for (; key != nullptr; key = section->keys.after(key)) {
+            visit(key->value.c_str(), context);
+        }
     }
 }

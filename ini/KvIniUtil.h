@@ -74,6 +74,11 @@ class KvIniUtil {
     void findKey(const char* prefix, const char* section, KvSimpleStringVector& out) const;
     void findSection(const char* prefix, KvSimpleStringVector& out) const;
 
+    // Calls `visit` with every value of every section but the global one, doubles included, in the
+    // order of the document; `context` is handed through. Null `visit`: nothing.
+    using ValueVisitor = void (*)(const char* value, void* context);
+    void visitValues(ValueVisitor visit, void* context) const;
+
     // Whether any section besides the global one exists.
     [[nodiscard]] bool hasNonGlobalSection() const;
 
