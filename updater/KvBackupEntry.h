@@ -9,13 +9,14 @@
 
 #include "base/KvSimpleString.h"
 
+// How many pieces a well-formed entry has.
+inline constexpr size_t kBackupEntryPieces = 2;
+
 struct BackupEntryParts {
-    size_t pieceCount = 0;      // readers that insist on a well-formed entry want exactly 2
+    size_t pieceCount = 0;      // 3 stands for three or more
     KvSimpleString backupName;  // piece 0, its file-name part only
     KvSimpleString target;      // piece 1, "" when missing
 };
-
-inline constexpr size_t kBackupEntryPieces = 2;
 
 // Null gives no pieces.
 [[nodiscard]] BackupEntryParts splitBackupEntry(const char* entry);

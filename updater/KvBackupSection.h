@@ -8,6 +8,31 @@
 
 class KvIniUtil;
 
+inline constexpr char kCommonSection[] = "common";
+inline constexpr char kItemCountKey[] = "itemcount";
+inline constexpr char kAgentVersionKey[] = "patchagent.version";
+inline constexpr char kAgentFileKey[] = "patchagent";
+inline constexpr char kTransactionKey[] = "transaction";
+
+inline constexpr char kClassKey[] = "class";
+inline constexpr char kTypeKey[] = "type";
+inline constexpr char kOriginVersionKey[] = "origin.version";
+inline constexpr char kResultVersionKey[] = "result.version";
+inline constexpr char kAddedCountKey[] = "added.filecount";
+inline constexpr char kWrittenCountKey[] = "written.filecount";
+
+// The first word of the list keys, `added.N` and `written.N`.
+inline constexpr char kAddedWord[] = "added";
+inline constexpr char kWrittenWord[] = "written";
+
+// Room for a section name, a list key or a number.
+inline constexpr int kBackupKeyCapacity = 128;
+using BackupKey = char[kBackupKeyCapacity];
+
+// `item_<number>` and `<word>.<number>`. False when nothing could be stored.
+bool makeItemSection(BackupKey& out, uint64_t number);
+[[nodiscard]] bool makeListKey(BackupKey& out, const char* word, uint64_t number);
+
 // Receives each key and value after it was added to a section.
 using BackupKeyObserver = void (*)(const char* key, const char* value);
 

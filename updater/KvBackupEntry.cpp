@@ -1,0 +1,51 @@
+#include "updater/KvBackupEntry.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "base/KvPiece.h"
+#include "base/KvScoped.h"
+#include "base/KvText.h"
+#include "fileop/KvPath.h"
+
+namespace {
+
+constexpr char kPieceSeparator = ',';
+
+}  // namespace
+
+BackupEntryParts splitBackupEntry(const char* entry) {
+    BackupEntryParts parts;
+    KvSimpleString pieces[kBackupEntryPieces + 1];
+    for (KvSimpleString& piece : pieces) {
+        if (!Str_Piece(entry, kPieceSeparator, static_cast<int>(parts.pieceCount), piece)) {
+            break;
+        }
+        Str_TrimAll(piece);
+        ++parts.pieceCount;
+    }
+    parts.backupName = FileNameOf(pieces[0].c_str());
+    parts.target = pieces[1];
+    return parts;
+}
+
+char* makeBackupEntry(const char* backupName, const char* target) {
+    if (backupName == nullptr || target == nullptr) {
+        return nullptr;
+    }
+    const size_t size = strlen(backupName) + strlen(target) + sizeof ", ";
+    ScopedHeap<char> entry(static_cast<char*>(malloc(size)));
+    if (entry) {
+        Snprintf(entry.get(), size, "%s, %s", backupName, target);
+    }
+    return entry.release();
+}
+
+bool backupFileOfEntry(const BackupEntryParts& parts, const char* backupDir, char* out,
+                       size_t size) {
+    if (out == nullptr || size == 0) {
+        return false;
+    }
+    return CatURIWithPath(out, static_cast<int>(size), backupDir, parts.backupName.c_str()) == 0;
+}

@@ -1,0 +1,205 @@
+#include "updater/KvBackupNameIndex.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/KvScoped.h"
+#include "base/KvText.h"
+#include "ini/KvIniUtil.h"
+#include "updater/KvBackupName.h"
+#include "updater/KvRecordDocument.h"
+
+namespace {
+
+constexpr int64_t kNanosecond = 1;
+constexpr int64_t kSecond = 1000000000;
+
+// Longer than a tick of any clock that stamps files to fractions of a second; where stamps are
+// whole seconds, at most two of them, a longer time is waited for.
+constexpr int64_t kSettledWindow = kSecond / 5;
+constexpr int64_t kCoarseWindow = 3 * kSecond;
+
+constexpr char kNameStart[] = "backup.";
+constexpr size_t kNameStartLength = sizeof kNameStart - 1;
+constexpr size_t kDigitCount = 3;
+constexpr size_t kBase = 36;
+
+int64_t nanoseconds(const timespec& time) {
+    return static_cast<int64_t>(time.tv_sec) * kSecond + static_cast<int64_t>(time.tv_nsec);
+}
+
+timespec asTimespec(int64_t time) {
+    timespec result{};
+    result.tv_sec = static_cast<time_t>(time / kSecond);
+    result.tv_nsec = static_cast<long>(time % kSecond);
+    return result;
+}
+
+int64_t now() {
+    timespec time{};
+    return clock_gettime(CLOCK_REALTIME, &time) == 0 ? nanoseconds(time) : 0;
+}
+
+// Whether a change from `moment` on is bound to show in the stamp.
+bool isSettled(const KvFileStamp& stamp, int64_t moment) {
+    const int64_t last = std::max(nanoseconds(stamp.modified), nanoseconds(stamp.changed));
+    const bool coarse = stamp.modified.tv_nsec == 0 || stamp.changed.tv_nsec == 0;
+    return last + (coarse ? kCoarseWindow : kSettledWindow) < moment;
+}
+
+size_t digitValue(char digit) {
+    if (IsDigit(digit)) {
+        return static_cast<size_t>(digit - '0');
+    }
+    return digit >= 'a' && digit <= 'z' ? static_cast<size_t>(digit - 'a') + 10 : kBase;
+}
+
+// The number of the three digits at `digits`; kBackupNameCount when they are not three.
+size_t numberOfDigits(const char* digits) {
+    size_t number = 0;
+    for (size_t i = 0; i < kDigitCount; ++i) {
+        const size_t value = digitValue(digits[i]);
+        if (value == kBase) {
+            return kBackupNameCount;
+        }
+        number = number * kBase + value;
+    }
+    return number;
+}
+
+void insertNamesOfValue(const char* value, void* names) {
+    insertBackupNames(value, *static_cast<KvBackupNameSet*>(names));
+}
+
+void listDirectory(const char* directory, KvBackupNameSet& names) {
+    names.clear();
+    const ScopedDir dir(opendir(directory));
+    if (!dir) {
+        return;  // taken names then show when a file cannot be made
+    }
+    while (const dirent* entry = readdir(dir.get())) {
+        const char* const name = entry->d_name;
+        if (strncmp(name, kNameStart, kNameStartLength) != 0 ||
+            strlen(name) != kNameStartLength + kDigitCount) {
+            continue;
+        }
+        const size_t number = numberOfDigits(name + kNameStartLength);
+        if (number != kBackupNameCount) {
+            names.insert(number);
+        }
+    }
+}
+
+}  // namespace
+
+size_t KvBackupNameSet::firstOutside(const KvBackupNameSet& a, const KvBackupNameSet& b) {
+    for (size_t word = 0; word < a.words_.size(); ++word) {
+        uint64_t outside = ~(a.words_[word] | b.words_[word]);
+        if (outside == 0) {
+            continue;
+        }
+        size_t bit = 0;
+        for (; (outside & 1) == 0; outside >>= 1) {
+            ++bit;
+        }
+        return word * kBits + bit;
+    }
+    return kBackupNameCount;
+}
+
+void insertBackupNames(const char* text, KvBackupNameSet& names) {
+    const char* found = text != nullptr ? strstr(text, kNameStart) : nullptr;
+    while (found != nullptr) {
+        const char* const digits = found + kNameStartLength;
+        const size_t number = numberOfDigits(digits);
+        if (number != kBackupNameCount) {
+            names.insert(number);
+        }
+        found = strstr(digits, kNameStart);
+    }
+}
+
+KvFileStamp KvFileStamp::of(const char* path) {
+    KvFileStamp stamp;
+    struct stat status {};
+    if (stat(path, &status) != 0) {
+        return stamp;
+    }
+    stamp.exists = true;
+    stamp.device = status.st_dev;
+    stamp.inode = status.st_ino;
+    stamp.size = status.st_size;
+#ifdef __APPLE__
+    stamp.modified = status.st_mtimespec;
+    stamp.changed = status.st_ctimespec;
+#else
+    stamp.modified = status.st_mtim;
+    stamp.changed = status.st_ctim;
+#endif
+    return stamp;
+}
+
+bool operator==(const KvFileStamp& a, const KvFileStamp& b) {
+    return a.exists == b.exists && a.device == b.device && a.inode == b.inode && a.size == b.size &&
+           nanoseconds(a.modified) == nanoseconds(b.modified) &&
+           nanoseconds(a.changed) == nanoseconds(b.changed);
+}
+
+const KvBackupNameSet& KvRecordNames::read(const char* path) {
+    const int64_t moment = now();
+    const KvFileStamp stamp = KvFileStamp::of(path);
+    if (settled_ && stamp == stamp_ && codePage_ == GetCurrentCharType()) {
+        return names_;
+    }
+    names_.clear();
+    stamp_ = stamp;
+    codePage_ = GetCurrentCharType();
+    settled_ = stamp.exists && isSettled(stamp, moment);
+    const RecordDocument record = openRecord(path);
+    if (record) {
+        record->visitValues(insertNamesOfValue, &names_);
+    }
+    return names_;
+}
+
+KvTakenNames::Slot& KvTakenNames::slotOf(const KvFileStamp& stamp) {
+    const auto own = std::find_if(slots_.begin(), slots_.end(), [&](const Slot& slot) {
+        return slot.stamp.exists && slot.stamp.device == stamp.device &&
+               slot.stamp.inode == stamp.inode;
+    });
+    if (own != slots_.end()) {
+        return *own;
+    }
+    const bool isLast = current_ == &slots_.back();
+    return isLast ? slots_.front() : *(current_ + 1);
+}
+
+KvBackupNameSet& KvTakenNames::read(const char* directory) {
+    const KvFileStamp stamp = KvFileStamp::of(directory);
+    current_ = &slotOf(stamp);
+    if (!current_->isKnown || !(current_->stamp == stamp)) {
+        current_->stamp = stamp;
+        current_->isKnown = false;
+        listDirectory(directory, current_->names);
+    }
+    return current_->names;
+}
+
+void KvTakenNames::remember(const char* directory) {
+    current_->isKnown = false;
+    const int64_t made = nanoseconds(KvFileStamp::of(directory).modified);
+    for (const int64_t step : {kNanosecond, 2 * kSecond}) {
+        const timespec times[] = {{0, UTIME_OMIT}, asTimespec(made - step)};
+        if (utimensat(AT_FDCWD, directory, times, 0) != 0) {
+            return;
+        }
+        current_->stamp = KvFileStamp::of(directory);
+        if (nanoseconds(current_->stamp.modified) < made) {
+            current_->isKnown = true;
+            return;
+        }
+    }
+}
