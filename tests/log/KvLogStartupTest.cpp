@@ -1,0 +1,78 @@
+// The log from the first static constructor to the last static destructor, in programs whose files
+// were linked in different orders. Each is run from a directory of its own, whose configuration and
+// log it must find by itself.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TempTree.h"
+
+namespace {
+
+struct LinkOrder {
+    std::string program;
+    bool strangerIsHeard;  // its static object was made after the log and goes before it
+};
+
+class KvLogStartupTest : public testing::TestWithParam<LinkOrder> {
+  protected:
+    // Runs the program in the tree and returns its messages, one a line.
+    std::string run(const std::string& config) {
+        (void)tree_.write("vccfg.ini", config);
+        const std::string program = tree_.path("program");
+        std::filesystem::copy_file(std::string(KV_PROBE_DIR) + "/" + GetParam().program, program);
+        const ChildResult result = runChild({program, {}, "/"});
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        output_ = result.out;
+        const std::string log = tree_.exists(log_) ? tree_.read(log_) : "";
+        return std::regex_replace(log, std::regex("\nInf \\S+ \\S+ \\d+ \\d+ "), "\n");
+    }
+
+    [[nodiscard]] std::string expected() const {
+        std::string text = "\nfrom a static constructor";
+        text += GetParam().strangerIsHeard ? "\nfrom a stranger's constructor" : "";
+        text += "\nfrom main";
+        text += GetParam().strangerIsHeard ? "\nfrom a stranger's destructor" : "";
+        return text + "\nfrom a static destructor";
+    }
+
+    TempTree tree_;
+    std::string log_ = "VC_Data/VC_Log/KvuDump.txt";
+    std::string output_;
+};
+
+INSTANTIATE_TEST_SUITE_P(LinkedInAnyOrder, KvLogStartupTest,
+                         testing::Values(LinkOrder{"startup_reporter_first", true},
+                                         LinkOrder{"startup_reporter_last", true},
+                                         LinkOrder{"startup_stranger_first", false},
+                                         LinkOrder{"startup_library_backwards", false}),
+                         [](const auto& order) { return order.param.program; });
+
+}  // namespace
+
+TEST_P(KvLogStartupTest, findsItsPlaceBesideTheProgram) {
+    EXPECT_EQ(run(""), expected());
+}
+
+TEST_P(KvLogStartupTest, findsItsSettingsBesideTheProgram) {
+    log_ = "VC_Log/KvuDump.txt";
+    EXPECT_EQ(run("[common]\nbkd_use_old_dir_organization=1\n"), expected());
+    EXPECT_FALSE(tree_.exists("VC_Data"));
+}
+
+TEST_P(KvLogStartupTest, canBeSilent) {
+    EXPECT_EQ(run("[Debug]\nLevel=7\n"), "");
+    EXPECT_FALSE(tree_.exists("VC_Data"));
+}
+
+#ifdef KV_COST_PROBE
+TEST(LogCostTest, aLongMessageTakesOneOpenOneWriteAndOneClose) {
+    const TempTree tree;
+    const ChildResult result = runChild({KV_COST_PROBE, {tree.path()}});
+    EXPECT_EQ(result.out, "1 open, 1 write, 1 close\n") << result.err;
+}
+#endif
