@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <ostream>
 #include <regex>
 #include <string>
 #include <vector>
@@ -17,6 +18,11 @@ struct LinkOrder {
     std::string program;
     bool strangerIsHeard;  // its static object was made after the log and goes before it
 };
+
+// How GoogleTest names a case.
+void PrintTo(const LinkOrder& order, std::ostream* out) {
+    *out << order.program;
+}
 
 class KvLogStartupTest : public testing::TestWithParam<LinkOrder> {
   protected:
