@@ -1,0 +1,123 @@
+// What reading a description costs, and what it does when there is no memory.
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+#include "log/KvReport.h"
+#include "tests/support/LogCapture.h"
+#include "tests/updater/DescriptionText.h"
+#include "updater/KvUpdateStru.h"
+
+using ::testing::ExitedWithCode;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define KV_MEMORY_CAN_BE_LIMITED 0
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define KV_MEMORY_CAN_BE_LIMITED 0
+#endif
+#endif
+#ifndef KV_MEMORY_CAN_BE_LIMITED
+#ifdef __linux__
+#define KV_MEMORY_CAN_BE_LIMITED 1
+#else
+#define KV_MEMORY_CAN_BE_LIMITED 0
+#endif
+#endif
+
+namespace {
+
+constexpr long kMegabyte = 1024L * 1024;
+
+// The most memory that this process had so far, in bytes.
+long peakMemory() {
+    struct rusage usage {};
+    (void)getrusage(RUSAGE_SELF, &usage);
+#ifdef __APPLE__
+    return usage.ru_maxrss;
+#else
+    return usage.ru_maxrss * 1024;
+#endif
+}
+
+// From here on this process gets no more than `slack` bytes beyond what it has.
+[[maybe_unused]] void limitMemory(long slack) {
+    long pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    const auto limit = static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE) + slack);
+    const struct rlimit limits = {limit, limit};
+    (void)setrlimit(RLIMIT_AS, &limits);
+}
+
+// Reads the description in a process that can no longer get memory, and ends that process: with 0
+// when the description was found unusable for this reason alone and everything was released.
+[[maybe_unused]] [[noreturn]] void readWithoutMemory(const std::string& text, long slack) {
+    const KvIniUtil document(text.c_str(), ';', false, true, '=');
+    updateStru stru{};
+    LogCapture log(kLevelProgress);
+    limitMemory(slack);
+    const bool isUnusable = phaseIniForUpdate(&document, &stru) == -1;
+    const bool isReleased =
+        stru.items == nullptr && stru.patchAgentFile == nullptr && stru.velocorePath == nullptr;
+    const auto& records = log.records();
+    const bool isTold = records.size() >= 2 &&
+                        records.rbegin()[1] == errorAt(6, "phaseIniForUpdate: malloc failed.") &&
+                        records.rbegin()[0] == infoAt(6, "phaseIniForUpdate: error quit.");
+    _exit(isUnusable && isReleased && isTold ? 0 : 1);
+}
+
+}  // namespace
+
+// A count that promises gigabytes costs what the sections cost.
+TEST(PhaseIniForUpdateMemory, EndsAtOnceForCountsThatNothingCanHold) {
+    for (const char* count : {"-1", "4294967295", "-2147483648", "2147483647", "76695844",
+                              "76695845", "99999999999999999999"}) {
+        SCOPED_TRACE(count);
+        const DescriptionText text = DescriptionText(2).set("itemcount", count);
+        const long peakBefore = peakMemory();
+        const auto start = std::chrono::steady_clock::now();
+        LogCapture log;
+        const ReadDescription read(text);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+        EXPECT_LT(peakMemory() - peakBefore, 16 * kMegabyte);
+        EXPECT_EQ(read.result(), -1);
+        EXPECT_THAT(log.texts(6), ::testing::ElementsAre("phaseIniForUpdate: fetch class failed.",
+                                                         "phaseIniForUpdate: error quit."));
+    }
+}
+
+#if KV_MEMORY_CAN_BE_LIMITED
+
+TEST(PhaseIniForUpdateMemory, EndsWithAMessageWhenATextCannotBeCopied) {
+    // More than the heap ever keeps of what was released.
+    const std::string hugeText(34 * kMegabyte, 'x');
+    for (const char* key : {"patchagent", "velocore_path"}) {
+        SCOPED_TRACE(key);
+        const std::string text = DescriptionText().set(key, hugeText).text();
+        EXPECT_EXIT(readWithoutMemory(text, 4 * kMegabyte), ExitedWithCode(0), "");
+    }
+    for (const char* key : {"destination", "item.zip"}) {
+        SCOPED_TRACE(key);
+        const std::string text =
+            DescriptionText(2).set("patchagent", "a.so").setItem(1, key, hugeText).text();
+        EXPECT_EXIT(readWithoutMemory(text, 4 * kMegabyte), ExitedWithCode(0), "");
+    }
+}
+
+TEST(PhaseIniForUpdateMemory, EndsWithAMessageWhenTheItemsDoNotFit) {
+    const std::string text = DescriptionText(10000).text();
+    EXPECT_EXIT(readWithoutMemory(text, kMegabyte / 8), ExitedWithCode(0), "");
+}
+
+#else
+
+TEST(PhaseIniForUpdateMemory, EndsWithAMessageWhenThereIsNone) {
+    GTEST_SKIP() << "the memory of a process cannot be limited here";
+}
+
+#endif
