@@ -1,4 +1,4 @@
-// The four searches.
+// The searches, and the visit to every value.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -101,6 +101,18 @@ TEST(KvIniFind, WhatIsWantedMayComeFromTheListItself) {
     EXPECT_THAT(asTexts(out), ElementsAre("s"));
     document.findSection(out[0].c_str(), out);
     EXPECT_THAT(asTexts(out), ElementsAre("s"));
+}
+
+TEST(KvIniFind, EveryValueOutsideTheGlobalSectionIsVisited) {
+    const TextDocument document("global=0\n[a]\nk=1\nk=2\n; k=3\n[]\nk=4\n[a]\nk=\n[b]\n");
+    std::vector<std::string> values;
+    const auto keep = [](const char* value, void* context) {
+        static_cast<std::vector<std::string>*>(context)->push_back(value);
+    };
+    document.visitValues(keep, &values);
+    EXPECT_THAT(values, ElementsAre("1", "2", "4", ""));
+    document.visitValues(nullptr, &values);
+    EXPECT_EQ(4U, values.size());
 }
 
 }  // namespace
