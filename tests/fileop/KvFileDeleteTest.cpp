@@ -1,0 +1,362 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "base/KvScoped.h"
+#include "fileop/KvDirList.h"
+#include "fileop/KvFileOpUtil.h"
+#include "tests/fileop/StepRecorder.h"
+#include "tests/fileop/TestProcess.h"
+#include "tests/support/TempTree.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+using testing::UnorderedElementsAre;
+
+class KvFileDeleteTest : public testing::Test {
+  protected:
+    int unlink(const std::string& name) {
+        return KvFileOpUtil::unlink(tree.path(name).c_str(), StepRecorder::callback,
+                                    &recorder.entry);
+    }
+    int xunlink(const std::string& name) {
+        return KvFileOpUtil::xunlink(tree.path(name).c_str(), StepRecorder::callback,
+                                     &recorder.entry);
+    }
+    // Both must delete the same way.
+    template <typename Check>
+    void withBoth(const Check& check) {
+        check([this](const std::string& name) { return unlink(name); });
+        recorder.steps.clear();
+        recorder.answers.clear();
+        check([this](const std::string& name) { return xunlink(name); });
+    }
+
+    TempTree tree;
+    StepRecorder recorder{tree};
+};
+
+TEST_F(KvFileDeleteTest, NoPathIsABadParameter) {
+    EXPECT_EQ(KvFileOpUtil::unlink(nullptr), KvFileOpUtil::kBadParameters);
+    EXPECT_EQ(KvFileOpUtil::unlink(""), KvFileOpUtil::kBadParameters);
+    EXPECT_EQ(KvFileOpUtil::xunlink(nullptr), KvFileOpUtil::kBadParameters);
+    EXPECT_EQ(KvFileOpUtil::xunlink(""), KvFileOpUtil::kBadParameters);
+    // The root without its '/' is no path either.
+    EXPECT_EQ(KvFileOpUtil::unlink("/"), KvFileOpUtil::kBadParameters);
+}
+
+TEST_F(KvFileDeleteTest, AFileIsAskedForBeforeAndAfter) {
+    withBoth([this](const auto& remove) {
+        tree.write("d/f", "1");
+        recorder.entry.destination = "stale";
+        EXPECT_EQ(remove("d/f"), KvFileOpUtil::kDone);
+        EXPECT_THAT(recorder.steps, ElementsAre("before delete d/f", "after delete d/f"));
+        EXPECT_FALSE(tree.exists("d/f"));
+        EXPECT_TRUE(tree.exists("d"));
+    });
+}
+
+TEST_F(KvFileDeleteTest, AnEmptyDirectoryIsRemoved) {
+    withBoth([this](const auto& remove) {
+        for (const char* const name : {"d", "d/", "d\\"}) {
+            recorder.steps.clear();
+            tree.makeDir("d");
+            EXPECT_EQ(remove(name), KvFileOpUtil::kDone);
+            EXPECT_THAT(recorder.steps, ElementsAre("before remove d", "after remove d"));
+            EXPECT_FALSE(tree.exists("d"));
+        }
+    });
+}
+
+TEST_F(KvFileDeleteTest, WhatIsGoneAlreadyIsNoFailure) {
+    EXPECT_EQ(unlink("missing"), KvFileOpUtil::kDone);
+    EXPECT_THAT(recorder.steps, ElementsAre("before delete missing")) << "nothing after it";
+    EXPECT_EQ(recorder.entry.phase, KvFileOpUtil::kAfter);
+    tree.write("file", "");
+    EXPECT_EQ(unlink("file/x"), KvFileOpUtil::kDone) << "nor is a parent that is a file";
+    recorder.steps.clear();
+    EXPECT_EQ(xunlink("missing"), KvFileOpUtil::kDone);
+    EXPECT_EQ(xunlink("missing/"), KvFileOpUtil::kDone);
+    EXPECT_EQ(xunlink("missing*"), KvFileOpUtil::kDone);
+    EXPECT_EQ(unlink("missing*"), KvFileOpUtil::kDone);
+    EXPECT_THAT(recorder.steps, IsEmpty());
+}
+
+TEST_F(KvFileDeleteTest, UnlinkLeavesADirectoryThatHoldsEntries) {
+    tree.write("d/f", "1");
+    EXPECT_EQ(unlink("d"), KvFileOpUtil::kDone);
+    EXPECT_THAT(recorder.steps, ElementsAre("before remove d"));
+    EXPECT_EQ(recorder.entry.phase, KvFileOpUtil::kAfter);
+    EXPECT_EQ(tree.read("d/f"), "1");
+}
+
+TEST_F(KvFileDeleteTest, XunlinkRemovesContentsBeforeTheirDirectory) {
+    tree.write("d/one/two/f", "1");
+    EXPECT_EQ(xunlink("d/"), KvFileOpUtil::kDone);
+    EXPECT_THAT(recorder.steps, ElementsAre("before delete d/one/two/f", "after delete d/one/two/f",
+                                            "before remove d/one/two", "after remove d/one/two",
+                                            "before remove d/one", "after remove d/one",
+                                            "before remove d", "after remove d"));
+    EXPECT_FALSE(tree.exists("d"));
+}
+
+// What the steps of a whole tree are, worked out from the rules in the order of the system.
+void expectTree(const fs::path& root, const std::string& name, std::vector<std::string>& steps) {
+    for (const auto& entry : fs::directory_iterator(root / name)) {
+        const std::string path = name + "/" + entry.path().filename().string();
+        if (entry.is_directory()) {
+            expectTree(root, path, steps);
+        } else {
+            steps.insert(steps.end(), {"before delete " + path, "after delete " + path});
+        }
+    }
+    steps.insert(steps.end(), {"before remove " + name, "after remove " + name});
+}
+
+TEST_F(KvFileDeleteTest, XunlinkOfAWideTreeGoesInTheOrderOfTheSystem) {
+    for (int i = 0; i < 100; ++i) {
+        tree.write(
+            "d/" + std::to_string(i % 5) + "/" + std::to_string(i % 7) + "/" + std::to_string(i),
+            "");
+    }
+    tree.makeDir("d/empty");
+    std::vector<std::string> expected;
+    expectTree(tree.path(), "d", expected);
+    EXPECT_EQ(xunlink("d"), KvFileOpUtil::kDone);
+    EXPECT_EQ(recorder.steps, expected);
+    EXPECT_FALSE(tree.exists("d"));
+}
+
+TEST_F(KvFileDeleteTest, XunlinkOfAPatternTakesFilesAndWholeDirectories) {
+    tree.write("d/a.dat", "");
+    tree.write("d/b.txt", "");
+    tree.write("d/c.dat/x", "");
+    tree.write("d/other/y.dat", "");
+    EXPECT_EQ(xunlink("d/*.dat"), KvFileOpUtil::kDone);
+    EXPECT_THAT(tree.snapshot("d"),
+                ElementsAre(Pair("b.txt", ""), Pair("other/", ""), Pair("other/y.dat", "")));
+}
+
+TEST_F(KvFileDeleteTest, UnlinkOfAPatternTakesFilesAndEmptyDirectories) {
+    tree.write("d/a.dat", "");
+    tree.write("d/b.txt", "");
+    tree.write("d/full.dat/x", "");
+    tree.makeDir("d/empty.dat");
+    tree.makeDir("d/other");
+    EXPECT_EQ(unlink("d/*.dat"), KvFileOpUtil::kDone);
+    EXPECT_THAT(recorder.steps,
+                UnorderedElementsAre("before delete d/a.dat", "after delete d/a.dat",
+                                     "before remove d/empty.dat", "after remove d/empty.dat",
+                                     "before remove d/full.dat"));
+    EXPECT_THAT(tree.snapshot("d"), ElementsAre(Pair("b.txt", ""), Pair("full.dat/", ""),
+                                                Pair("full.dat/x", ""), Pair("other/", "")));
+}
+
+TEST_F(KvFileDeleteTest, ADirectoryThatBearsAPatternAsItsNameIsThatDirectory) {
+    tree.makeDir("d/*");
+    tree.write("d/f", "");
+    EXPECT_EQ(unlink("d/*"), KvFileOpUtil::kDone);
+    EXPECT_THAT(tree.snapshot("d"), ElementsAre(Pair("f", "")));
+}
+
+TEST_F(KvFileDeleteTest, AStarInAFileNameIsAPattern) {
+    tree.write("d/st*r", "");
+    tree.write("d/star", "");
+    tree.write("d/stop", "");
+    EXPECT_EQ(xunlink("d/st*r"), KvFileOpUtil::kDone);
+    EXPECT_THAT(tree.snapshot("d"), ElementsAre(Pair("stop", "")));
+    tree.write("e/st*r", "");
+    tree.write("e/stop", "");
+    EXPECT_EQ(xunlink("e"), KvFileOpUtil::kDone);
+    EXPECT_FALSE(tree.exists("e"));
+}
+
+TEST_F(KvFileDeleteTest, AWildcardInTheDirectoryPartIsNoPattern) {
+    tree.write("a*b/f", "");
+    tree.write("axb/f", "");
+    EXPECT_EQ(xunlink("a*b/f"), KvFileOpUtil::kDone);
+    EXPECT_FALSE(tree.exists("a*b/f"));
+    EXPECT_TRUE(tree.exists("axb/f"));
+}
+
+TEST_F(KvFileDeleteTest, ASkippedEntryStaysAndCountsAsDeleted) {
+    withBoth([this](const auto& remove) {
+        tree.write("d/f", "");
+        recorder.answers["before delete d/f"] = KvFileOpUtil::kSkip;
+        EXPECT_EQ(remove("d/f"), KvFileOpUtil::kDone);
+        EXPECT_THAT(recorder.steps, ElementsAre("before delete d/f"));
+        EXPECT_TRUE(tree.exists("d/f"));
+    });
+    EXPECT_EQ(xunlink("d"), KvFileOpUtil::kDone);
+    EXPECT_EQ(recorder.steps.back(), "before remove d") << "it still holds the skipped file";
+    EXPECT_TRUE(tree.exists("d/f"));
+}
+
+TEST_F(KvFileDeleteTest, AnyOtherAnswerStopsAndIsReturned) {
+    withBoth([this](const auto& remove) {
+        for (const int stop : {1, 3, -1, -6, 1000000}) {
+            tree.write("d/f", "");
+            recorder.answers["before delete d/f"] = stop;
+            EXPECT_EQ(remove("d/f"), stop);
+            EXPECT_TRUE(tree.exists("d/f"));
+        }
+    });
+}
+
+TEST_F(KvFileDeleteTest, AnAnswerAfterTheDeletionCanOnlyStop) {
+    withBoth([this](const auto& remove) {
+        tree.write("d/f", "");
+        recorder.answers["after delete d/f"] = KvFileOpUtil::kSkip;
+        EXPECT_EQ(remove("d/f"), KvFileOpUtil::kDone);
+        tree.write("d/f", "");
+        recorder.answers["after delete d/f"] = 9;
+        EXPECT_EQ(remove("d/f"), 9);
+        EXPECT_FALSE(tree.exists("d/f"));
+    });
+}
+
+TEST_F(KvFileDeleteTest, AStopInsideATreeEndsIt) {
+    tree.write("d/one/two/f", "");
+    recorder.answers["after remove d/one/two"] = 5;
+    EXPECT_EQ(xunlink("d"), 5);
+    EXPECT_EQ(recorder.steps.back(), "after remove d/one/two");
+    EXPECT_THAT(tree.snapshot("d"), ElementsAre(Pair("one/", "")));
+    recorder.answers["before remove d/one"] = 6;
+    EXPECT_EQ(xunlink("d/*"), 6);
+    EXPECT_EQ(unlink("d/*"), 6);
+    EXPECT_TRUE(tree.exists("d/one"));
+}
+
+TEST_F(KvFileDeleteTest, AskingNeedsBothTheCallbackAndTheEntry) {
+    tree.write("a", "");
+    tree.write("b", "");
+    EXPECT_EQ(KvFileOpUtil::unlink(tree.path("a").c_str(), StepRecorder::callback, nullptr), 0);
+    EXPECT_EQ(KvFileOpUtil::xunlink(tree.path("b").c_str(), nullptr, &recorder.entry), 0);
+    EXPECT_THAT(recorder.steps, IsEmpty());
+    EXPECT_EQ(recorder.entry.action, KvFileOpUtil::kDeleteFile) << "it is filled all the same";
+    EXPECT_EQ(recorder.entry.phase, KvFileOpUtil::kAfter);
+    EXPECT_TRUE(tree.snapshot().empty());
+}
+
+// The last component "." cannot be removed, whoever asks.
+TEST_F(KvFileDeleteTest, AnyOtherFailureOfTheSystemIsABadParameter) {
+    tree.makeDir("d");
+    EXPECT_EQ(unlink("d/."), KvFileOpUtil::kBadParameters);
+    EXPECT_THAT(recorder.steps, ElementsAre("before remove d/."));
+    EXPECT_EQ(recorder.entry.phase, KvFileOpUtil::kAfter);
+    EXPECT_EQ(xunlink("d/."), KvFileOpUtil::kBadParameters);
+    EXPECT_EQ(unlink(std::string(5000, 'x')), KvFileOpUtil::kBadParameters);
+}
+
+TEST_F(KvFileDeleteTest, AFailureInsideATreeEndsIt) {
+    tree.write("d/locked/f", "");
+    ASSERT_EQ(chmod(tree.path().c_str(), 0777), 0);
+    ASSERT_EQ(chmod(tree.path("d").c_str(), 0777), 0);
+    ASSERT_EQ(chmod(tree.path("d/locked").c_str(), 0555), 0);
+    for (const char* const name : {"d", "d/*", "d/locked/f", "d/locked/*"}) {
+        EXPECT_EQ(resultInChild([&] { return xunlink(name); }), KvFileOpUtil::kBadParameters);
+    }
+    EXPECT_EQ(resultInChild([&] { return unlink("d/locked/f"); }), KvFileOpUtil::kBadParameters);
+    EXPECT_EQ(resultInChild([&] { return unlink("d/locked/*"); }), KvFileOpUtil::kBadParameters);
+    EXPECT_TRUE(tree.exists("d/locked/f"));
+}
+
+TEST_F(KvFileDeleteTest, ALinkToADirectoryIsFollowedAndStays) {
+    tree.write("target/f", "");
+    tree.makeDir("d");
+    ASSERT_EQ(symlink("../target", tree.path("d/link").c_str()), 0);
+    EXPECT_EQ(xunlink("d"), KvFileOpUtil::kDone);
+    EXPECT_TRUE(tree.exists("d/link"));
+    EXPECT_TRUE(tree.exists("target"));
+    EXPECT_FALSE(tree.exists("target/f"));
+}
+
+TEST_F(KvFileDeleteTest, OtherLinksAreDeletedThemselves) {
+    tree.write("target", "1");
+    tree.makeDir("d");
+    ASSERT_EQ(symlink("../target", tree.path("d/link").c_str()), 0);
+    ASSERT_EQ(symlink("nowhere", tree.path("d/dangling").c_str()), 0);
+    ASSERT_EQ(symlink("nowhere", tree.path("d/alone").c_str()), 0);
+    EXPECT_EQ(xunlink("d/alone"), KvFileOpUtil::kDone);
+    EXPECT_FALSE(tree.exists("d/alone"));
+    EXPECT_EQ(xunlink("d"), KvFileOpUtil::kDone);
+    EXPECT_FALSE(tree.exists("d"));
+    EXPECT_EQ(tree.read("target"), "1");
+}
+
+TEST_F(KvFileDeleteTest, OddNamesAreDeleted) {
+    for (const char* const name : {"a b", "line\nbreak", "back\\slash", "...", "?"}) {
+        tree.write(std::string("d/") + name, "");
+    }
+    EXPECT_EQ(xunlink("d"), KvFileOpUtil::kDone);
+    EXPECT_FALSE(tree.exists("d"));
+}
+
+// "d/\\" names d itself, and "d//\\" again, until a path is too long to be deleted.
+TEST_F(KvFileDeleteTest, ADirectoryNamedBackslashEndsTheDeletion) {
+    tree.write("d/\\/f", "");
+    EXPECT_EQ(xunlink("d"), KvFileOpUtil::kBadParameters);
+    EXPECT_THAT(tree.snapshot("d"), ElementsAre(Pair("\\/", ""), Pair("\\/f", "")));
+}
+
+// A directory is a path again, whose backslash separates: it is not found, and so it stays.
+TEST_F(KvFileDeleteTest, ADirectoryWithABackslashInItsNameStays) {
+    tree.write("d/sub\\dir/f", "");
+    EXPECT_EQ(xunlink("d"), KvFileOpUtil::kDone);
+    EXPECT_TRUE(tree.exists("d/sub\\dir/f"));
+}
+
+// A name directly under the root is looked for in the working directory, as its listing is.
+TEST_F(KvFileDeleteTest, XunlinkOfANameUnderTheRootMeansTheWorkingDirectory) {
+    tree.write("kv-under-root", "");
+    tree.write("kv-dir-under-root/f", "");
+    const WorkingDir here(tree.path());
+    EXPECT_EQ(KvFileOpUtil::xunlink("/kv-under-root"), KvFileOpUtil::kDone);
+    EXPECT_EQ(KvFileOpUtil::xunlink("/kv-dir-under-root"), KvFileOpUtil::kDone);
+    EXPECT_TRUE(tree.snapshot().empty());
+}
+
+TEST_F(KvFileDeleteTest, APlainNameInAnUnreadableDirectoryIsNoMatch) {
+    tree.write("d/f", "");
+    ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
+    ASSERT_EQ(chmod(tree.path("d").c_str(), 0333), 0);
+    EXPECT_EQ(resultInChild([&] { return xunlink("d/f"); }), KvFileOpUtil::kDone);
+    EXPECT_TRUE(tree.exists("d/f"));
+    EXPECT_EQ(resultInChild([&] { return unlink("d/f"); }), KvFileOpUtil::kDone);
+    EXPECT_FALSE(tree.exists("d/f")) << "the other deletion needs no listing";
+}
+
+// Deleting every file by its name costs about as much as listing the directory a few times; with
+// one listing a file it would be thousands of times.
+TEST_F(KvFileDeleteTest, APlainNameDoesNotListItsDirectory) {
+    constexpr int kFiles = 2000;
+    const std::string dir = tree.makeDir("d") + "/";
+    for (int i = 0; i < kFiles; ++i) {
+        const ScopedFd file(open((dir + std::to_string(i)).c_str(), O_CREAT | O_WRONLY, 0600));
+        ASSERT_TRUE(file.isOpen());
+    }
+    const clock_t start = clock();
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_EQ(KvDirList(dir.c_str()).getFileCount(), static_cast<unsigned>(kFiles));
+    }
+    const clock_t listed = clock();
+    for (int i = 0; i < kFiles; ++i) {
+        ASSERT_EQ(KvFileOpUtil::xunlink((dir + std::to_string(i)).c_str()), 0);
+    }
+    EXPECT_LT(clock() - listed, 40 * (listed - start));
+    EXPECT_TRUE(KvFileOpUtil::isEmptyDir(dir.c_str()));
+}
+
+}  // namespace
