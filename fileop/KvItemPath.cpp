@@ -5,7 +5,6 @@
 
 #include "base/KvText.h"
 #include "fileop/KvFileOpUtil.h"
-#include "fileop/KvPath.h"
 
 namespace {
 
@@ -21,7 +20,7 @@ int MakeItemPath(char* out, unsigned int size, const char* base, const tag_ItemI
                  bool create) {
     if (item == nullptr) {
         (void)Strncpy(out, "", size);  // null only for a missing buffer, which stays missing
-        return 1;
+        return kPathMissingArgument;
     }
     if (size == 0) {
         out = nullptr;  // the second join must not read what the first could not write
@@ -36,7 +35,7 @@ int MakeItemPath(char* out, unsigned int size, const char* base, const tag_ItemI
 
 int MakePathNameByThreadId(char* out, unsigned int size, const char* dir) {
     if (dir == nullptr) {
-        return 1;
+        return kPathMissingArgument;
     }
     if (out == nullptr || size == 0) {
         return 0;

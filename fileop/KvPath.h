@@ -2,8 +2,9 @@
 // running program is: full paths, the file of a module, process and thread numbers.
 //
 // Paths are byte strings with '/' as separator. A backslash is taken as a separator only where a
-// function says so, and never when it is the trailing byte of a double-byte character of the
-// current code page (base/KvText.h). '/' can never be such a byte, because those are 0x40 or above.
+// function says so, and, unless it says otherwise, not when it is the trailing byte of a
+// double-byte character of the current code page (base/KvText.h). '/' can never be such a byte,
+// because those are 0x40 or above.
 //
 // A `size` is the capacity of `out` in bytes, counting the NUL. A null text counts as the empty
 // one. A null `out`, or a `size` below 1, writes nothing. Nothing here logs or allocates anything
@@ -18,6 +19,13 @@ inline constexpr int kPathCapacity = 1024;
 
 // The capacity of the long path buffers of callers.
 inline constexpr int kLongPathCapacity = 4096;
+
+// What the functions that write to `out` answer. Beside these, a positive result is a capacity.
+enum PathResult : int {
+    kPathNoPrefix = -1,  // SubtractURI, SubtractURIStrict: nothing to remove, `out` untouched
+    kPathDone = 0,
+    kPathMissingArgument = 1,  // nowhere to write to, or nothing to make a name of
+};
 
 // Joining
 //
@@ -51,22 +59,15 @@ inline constexpr int kLongPathCapacity = 4096;
 [[nodiscard]] const char* GetFileExtName(const char* name);
 
 // Puts `newExt`, which carries its own dot, in place of the last '.' of `name` and what follows it,
-// or behind `name` when it has none. 0 when done (an empty name stays empty); 1 for a missing `out`
-// or `size`; otherwise the capacity needed, and `out` is untouched. `out` may be `name`.
+// or behind `name` when it has none; an empty name stays empty. kPathMissingArgument without a
+// buffer, otherwise 0, or the capacity needed with `out` untouched. `out` may be `name`.
 [[nodiscard]] int ReplaceExtName(char* out, int size, const char* name, const char* newExt);
-
-// What SubtractURI and SubtractURIStrict answer beside 0: the prefix does not stand at the front
-// (`out` is untouched), or there is no `out` to write to.
-enum SubtractResult : int {
-    kSubtractNoPrefix = -1,
-    kSubtractDone = 0,
-    kSubtractNoBuffer = 1,
-};
 
 // Removes `prefix`, compared without regard to the case of ASCII letters, and all separators that
 // follow it, from the front of `full`. What is left, at most kPathCapacity - 1 bytes counted before
 // those separators are skipped, goes to `out`, cut to its capacity. The prefix need not end at a
-// separator: "/ab/c" less "/a" is "b/c". An empty prefix leaves `full` as it is.
+// separator: "/ab/c" less "/a" is "b/c". An empty prefix leaves `full` as it is. The result is a
+// PathResult.
 [[nodiscard]] int SubtractURIStrict(char* out, int size, const char* full, const char* prefix);
 
 // The same, but '/' and backslash are one separator in both texts; the remainder keeps the
@@ -95,7 +96,8 @@ void normalizeSeptor(KvSimpleString& path);
 
 // Whether the whole name fits the pattern: '*' stands for any run of bytes, the empty one included,
 // '?' for exactly one byte, everything else for itself. '/' is nothing special; there are no
-// classes and no escapes. Takes at most pattern length times name length steps.
+// classes and no escapes. Null matches nothing, and nothing matches null. Takes at most pattern
+// length times name length steps.
 [[nodiscard]] bool _fnmatch(const char* pattern, const char* name);
 
 // Whether `candidate` is `name` with its extension replaced by ".dsc" (".sig"), without regard to

@@ -42,7 +42,7 @@ void writeCutBase(char* out, int size, const Join& join) {
     out[kept] = '\0';
 }
 
-// The result of a join: 0, or the capacity needed.
+// The result of a join: kPathDone, or the capacity needed.
 int writeJoin(char* out, int size, const Join& join) {
     const size_t inserted = join.separator != kNoSeparator ? 1 : 0;
     const size_t needed = join.baseLength + inserted + join.relLength + 1;
@@ -60,7 +60,7 @@ int writeJoin(char* out, int size, const Join& join) {
     if (inserted != 0) {
         out[join.baseLength] = join.separator;
     }
-    return 0;
+    return kPathDone;
 }
 
 bool isNetworkShare(const char* base) {
@@ -87,7 +87,7 @@ int CatPathWithPath(char* out, int size, const char* base, const char* rel) {
         join.separator = kSlash;
     }
     const int result = writeJoin(out, size, join);
-    if (result == 0 && separated) {
+    if (result == kPathDone && separated) {
         out[join.baseLength - 1] = kSlash;
     }
     return result;
@@ -111,7 +111,7 @@ int CatURIWithPath(char* out, int size, const char* base, const char* rel) {
         join.separator = separator;
     }
     const int result = writeJoin(out, size, join);
-    if (result == 0) {
+    if (result == kPathDone) {
         (void)strrepchr(out, share ? kSlash : kBackslash, separator);  // the count means nothing
     }
     return result;

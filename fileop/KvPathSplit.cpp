@@ -12,7 +12,7 @@ bool isEmpty(const char* text) {
 
 bool isNameWithExtension(const char* name, const char* extension, const char* candidate) {
     char replaced[kPathCapacity];
-    return ReplaceExtName(replaced, kPathCapacity, name, extension) == 0 &&
+    return ReplaceExtName(replaced, kPathCapacity, name, extension) == kPathDone &&
            Str_Equal(replaced, candidate, false);
 }
 
@@ -44,11 +44,11 @@ const char* GetFileExtName(const char* name) {
 
 int ReplaceExtName(char* out, int size, const char* name, const char* newExt) {
     if (out == nullptr || size <= 0) {
-        return 1;
+        return kPathMissingArgument;
     }
     if (isEmpty(name)) {
         out[0] = '\0';
-        return 0;
+        return kPathDone;
     }
     const char* const extension = newExt != nullptr ? newExt : "";
     const char* const dot = strrchr(name, '.');
@@ -61,7 +61,7 @@ int ReplaceExtName(char* out, int size, const char* name, const char* newExt) {
     memmove(out, name, cut);
     memmove(out + cut, extension, added);
     out[cut + added] = '\0';
-    return 0;
+    return kPathDone;
 }
 
 bool IsDefaultDscFilename(const char* name, const char* candidate) {

@@ -1,6 +1,6 @@
 // Removing a leading directory part from a path.
-#include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "base/KvText.h"
 #include "fileop/KvPath.h"
@@ -21,40 +21,36 @@ bool startsWithIgnoringCase(const char* full, const char* prefix) {
     return Str_Equal(head.c_str(), prefix, false);
 }
 
-// The cases that need no search; true when `result` is the answer.
-bool subtractTrivially(char* out, int size, const char* full, const char* prefix, int& result) {
-    result = kSubtractDone;
+// The result, when no search is needed for it.
+std::optional<int> subtractTrivially(char* out, int size, const char* full, const char* prefix) {
     if (out == nullptr || size <= 0) {
-        result = kSubtractNoBuffer;
-        return true;
+        return kPathMissingArgument;
     }
     if (isEmpty(full) || isEmpty(prefix)) {
         (void)Strncpy(out, full, static_cast<size_t>(size));  // never null: `out` is given
-        return true;
+        return kPathDone;
     }
-    return false;
+    return std::nullopt;
 }
 
 }  // namespace
 
 int SubtractURIStrict(char* out, int size, const char* full, const char* prefix) {
-    int result = kSubtractDone;
-    if (subtractTrivially(out, size, full, prefix, result)) {
-        return result;
+    if (const auto result = subtractTrivially(out, size, full, prefix)) {
+        return *result;
     }
     if (!startsWithIgnoringCase(full, prefix)) {
-        return kSubtractNoPrefix;
+        return kPathNoPrefix;
     }
     char rest[kPathCapacity];
     (void)Strncpy(rest, full + strlen(prefix), sizeof rest);
     (void)Strncpy(out, rest + strspn(rest, "/\\"), static_cast<size_t>(size));
-    return kSubtractDone;
+    return kPathDone;
 }
 
 int SubtractURI(char* out, int size, const char* full, const char* prefix) {
-    int result = kSubtractDone;
-    if (subtractTrivially(out, size, full, prefix, result)) {
-        return result;
+    if (const auto result = subtractTrivially(out, size, full, prefix)) {
+        return *result;
     }
     char plainFull[kPathCapacity];
     char plainPrefix[kPathCapacity];
@@ -63,8 +59,8 @@ int SubtractURI(char* out, int size, const char* full, const char* prefix) {
     (void)Strncpy(plainPrefix, prefix, sizeof plainPrefix);
     ReplaceBackSlash(plainFull);
     ReplaceBackSlash(plainPrefix);
-    result = SubtractURIStrict(remainder, kPathCapacity, plainFull, plainPrefix);
-    if (result == kSubtractDone) {
+    const int result = SubtractURIStrict(remainder, kPathCapacity, plainFull, plainPrefix);
+    if (result == kPathDone) {
         // Kept: counted from the end of the caller's text, also when that was cut above.
         (void)Strncpy(out, full + strlen(full) - strlen(remainder), static_cast<size_t>(size));
     }

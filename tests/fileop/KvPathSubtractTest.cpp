@@ -13,7 +13,7 @@ using Subtract = int (*)(char*, int, const char*, const char*);
 std::string remainder(Subtract subtract, const char* full, const char* prefix) {
     char out[4 * kPathCapacity] = "<untouched>";
     const int result = subtract(out, sizeof out, full, prefix);
-    return result == kSubtractDone ? out : "<" + std::to_string(result) + ">" + out;
+    return result == kPathDone ? out : "<" + std::to_string(result) + ">" + out;
 }
 
 std::string strict(const char* full, const char* prefix) {
@@ -70,7 +70,7 @@ TEST_P(KvPathBothSubtractions, RefuseWhatDoesNotBeginWithThePrefix) {
 
 TEST_P(KvPathBothSubtractions, GiveOneWithoutABuffer) {
     char out[] = "kept";
-    EXPECT_EQ(GetParam()(nullptr, 10, "/a/b", "/a"), kSubtractNoBuffer);
+    EXPECT_EQ(GetParam()(nullptr, 10, "/a/b", "/a"), kPathMissingArgument);
     EXPECT_EQ(GetParam()(out, 0, "/a/b", "/a"), 1);
     EXPECT_EQ(GetParam()(out, -1, nullptr, nullptr), 1);
     EXPECT_STREQ(out, "kept");
