@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <regex>
+#include <cstring>
 #include <string>
 
+#include "base/KvText.h"
 #include "log/KvLogRecord.h"
 #include "log/KvVcLog.h"
 #include "tests/log/LogDir.h"
@@ -15,9 +15,26 @@ void writeInfo(const std::string& path, bool html, const std::string& message) {
     Log_Write(path.c_str(), html, message.c_str());
 }
 
-// The record with the moment, which no test can know, as "NOW".
-std::string withoutTime(const std::string& records) {
-    return std::regex_replace(records, std::regex("\\d{8} \\d\\d:\\d\\d:\\d\\d"), "NOW");
+// Whether a time stamp stands at `at`.
+bool isStampAt(const std::string& text, size_t at) {
+    const std::string shape = "dddddddd dd:dd:dd";
+    for (size_t i = 0; i < shape.size(); ++i) {
+        const char ch = at + i < text.size() ? text[at + i] : '\0';
+        if (shape[i] == 'd' ? !IsDigit(ch) : ch != shape[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The records with the moment, which no test can know, as "NOW".
+std::string withoutTime(std::string records) {
+    for (size_t at = 0; at < records.size(); ++at) {
+        if (isStampAt(records, at)) {
+            records.replace(at, strlen("YYYYMMDD HH:MM:SS"), "NOW");
+        }
+    }
+    return records;
 }
 
 std::string textPrefix(const std::string& type) {
