@@ -1,12 +1,14 @@
 // The backup structure in memory: made empty, grown, searched, released, printed.
 #include "updater/KvBackupStru.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "tests/support/LogCapture.h"
 #include "updater/KvUpdateStru.h"
 
 namespace {
@@ -57,6 +59,21 @@ TEST(KvBackupStruTest, DescriptionWithoutAgentAndItemsGivesAnEmptyRecord) {
     EXPECT_EQ(nullptr, backup.patchAgentFile);
     EXPECT_EQ(nullptr, backup.items);
     EXPECT_EQ(0U, backup.itemCount);
+}
+
+TEST(KvBackupStruTest, ItemsThatCannotBeAllocatedLeaveARecordWithoutItems) {
+    LogCapture log;
+    char agent[] = "agent.so";
+    updateStru update{};
+    update.patchAgentFile = agent;
+    update.itemCount = 48806447;  // one more than fits into an array
+    backupStru backup{};
+    initBackupStru(&update, &backup);
+    EXPECT_THAT(log.records(), testing::ElementsAre(errorAt(6, "initBackupStru: malloc failed.")));
+    EXPECT_EQ(nullptr, backup.items);
+    EXPECT_EQ(0U, backup.itemCount);
+    EXPECT_STREQ("agent.so", backup.patchAgentFile);
+    freeBackupStru(&backup);
 }
 
 TEST(KvBackupStruTest, NullArgumentsOfInit) {
