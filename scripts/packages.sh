@@ -28,7 +28,7 @@ is_present() {
         clang) command -v clang++ >/dev/null ;;
         clang-format) command -v clang-format >/dev/null ;;
         clang-tidy) command -v clang-tidy >/dev/null ;;
-        git) command -v git >/dev/null ;;
+        zoneinfo) [ -d /usr/share/zoneinfo/Europe ] ;;
         *) fail "packages.sh: unknown name $1" ;;
     esac
 }
@@ -39,6 +39,7 @@ debian_package() {
         ninja) echo ninja-build ;;
         googletest) echo libgtest-dev libgmock-dev ;;
         benchmark) echo libbenchmark-dev ;;
+        zoneinfo) echo tzdata ;;
         *) echo "$1" ;;
     esac
 }
