@@ -3,7 +3,7 @@
 #include "updater/KvPatchAgentApi.h"
 
 /* One of each type, as an agent would declare them: this alone must compile. */
-static const struct {
+struct OneOfEachType {
     PatchStartPatchFn* startPatch;
     PatchEndPatchFn* endPatch;
     PatchStartComponentFn* startComponent;
@@ -17,10 +17,10 @@ static const struct {
     PatchEndItemFn* endItem;
     PatchCheckFileExFn* checkFileEx;
     PatchIsRollbackExFn* isRollbackEx;
-} table;
+};
 
 const struct ApiNumber apiNumbersInC[] = {
-    {"types", (long)(sizeof(table) / sizeof(table.startPatch))},
+    {"types", (long)(sizeof(struct OneOfEachType) / sizeof(PatchStartPatchFn*))},
     {"version record", (long)sizeof(struct tag_Version)},
     {"version", (long)offsetof(struct tag_Version, version)},
     {"build", (long)offsetof(struct tag_Version, build)},
