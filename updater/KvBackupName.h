@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/KvSimpleString.h"
+
 inline constexpr char kBackupStoreName[] = "VC_Backup/";
 inline constexpr char kBackupRecordName[] = "VcBackup.ini";
 inline constexpr char kBackupFilePrefix[] = "backup";
@@ -51,3 +53,19 @@ void extInc(char* ext, size_t size, int64_t inc);
 // What the record mentions and how far the directory is taken is remembered from call to call, see
 // updater/KvBackupNameIndex.h, so that n names cost n.
 [[nodiscard]] bool crtUniFile(const char* dir, char* out, size_t size);
+
+// Stands around a step of the tool that takes the backup file at `path` away, so that the removal
+// does not make the next `crtUniFile` look through the whole directory: n files put back cost n.
+// One at a time.
+class BackupRemovalScope {
+  public:
+    explicit BackupRemovalScope(const char* path);
+    ~BackupRemovalScope();
+    BackupRemovalScope(const BackupRemovalScope&) = delete;
+    BackupRemovalScope& operator=(const BackupRemovalScope&) = delete;
+
+  private:
+    KvSimpleString directory_;
+    size_t number_;
+    bool wasCurrent_;
+};

@@ -61,7 +61,7 @@ void setExtension(char* path, size_t prefixLength, size_t number) {
 // prefix in `out`.
 bool makeFirstFree(const KvBackupNameSet& mentioned, const char* directory, char* out,
                    size_t prefixLength) {
-    static KvTakenNames takenNames;
+    KvTakenNames& takenNames = takenBackupNames();
     KvBackupNameSet* taken = &takenNames.read(directory);
     for (;;) {
         const size_t number = KvBackupNameSet::firstOutside(mentioned, *taken);
@@ -102,4 +102,23 @@ bool crtUniFile(const char* dir, char* out, size_t size) {
     char recordPath[kPathCapacity];
     recordPathFor(dir, recordPath);
     return makeFirstFree(recordNames.read(recordPath), directory.c_str(), out, prefixLength);
+}
+
+BackupRemovalScope::BackupRemovalScope(const char* path)
+    : directory_(KvFileOpUtil::getDirName(path)),
+      number_(numberOfBackupName(KvFileOpUtil::getFileName(path).c_str())),
+      wasCurrent_(number_ != kBackupNameCount && takenBackupNames().isCurrent(directory_.c_str())) {
+}
+
+BackupRemovalScope::~BackupRemovalScope() {
+    if (!wasCurrent_) {
+        return;  // nothing was known, or somebody else has changed the directory: it is listed anew
+    }
+    char name[sizeof kBackupFilePrefix + kExtensionCapacity];
+    Strncpy(name, kBackupFilePrefix, sizeof name);
+    setExtension(name, strlen(name), number_);
+    if (!KvFileOpUtil::isExist((directory_ + name).c_str())) {
+        takenBackupNames().names().erase(number_);
+    }
+    takenBackupNames().remember(directory_.c_str());
 }

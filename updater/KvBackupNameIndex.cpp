@@ -81,12 +81,7 @@ void listDirectory(const char* directory, KvBackupNameSet& names) {
         return;  // taken names then show when a file cannot be made
     }
     while (const dirent* entry = readdir(dir.get())) {
-        const char* const name = entry->d_name;
-        if (strncmp(name, kNameStart, kNameStartLength) != 0 ||
-            strlen(name) != kNameStartLength + kDigitCount) {
-            continue;
-        }
-        const size_t number = numberOfDigits(name + kNameStartLength);
+        const size_t number = numberOfBackupName(entry->d_name);
         if (number != kBackupNameCount) {
             names.insert(number);
         }
@@ -108,6 +103,12 @@ size_t KvBackupNameSet::firstOutside(const KvBackupNameSet& a, const KvBackupNam
         return word * kBits + bit;
     }
     return kBackupNameCount;
+}
+
+size_t numberOfBackupName(const char* name) {
+    const bool fits = strncmp(name, kNameStart, kNameStartLength) == 0 &&
+                      strlen(name) == kNameStartLength + kDigitCount;
+    return fits ? numberOfDigits(name + kNameStartLength) : kBackupNameCount;
 }
 
 void insertBackupNames(const char* text, KvBackupNameSet& names) {
@@ -188,6 +189,12 @@ KvBackupNameSet& KvTakenNames::read(const char* directory) {
     return current_->names;
 }
 
+bool KvTakenNames::isCurrent(const char* directory) {
+    const KvFileStamp stamp = KvFileStamp::of(directory);
+    current_ = &slotOf(stamp);
+    return current_->isKnown && current_->stamp == stamp;
+}
+
 void KvTakenNames::remember(const char* directory) {
     current_->isKnown = false;
     const int64_t made = nanoseconds(KvFileStamp::of(directory).modified);
@@ -202,4 +209,9 @@ void KvTakenNames::remember(const char* directory) {
             return;
         }
     }
+}
+
+KvTakenNames& takenBackupNames() {
+    static KvTakenNames names;
+    return names;
 }

@@ -37,6 +37,7 @@ class KvBackupNameSet {
   public:
     void clear() { words_.fill(0); }
     void insert(size_t number) { words_[number / kBits] |= uint64_t{1} << (number % kBits); }
+    void erase(size_t number) { words_[number / kBits] &= ~(uint64_t{1} << (number % kBits)); }
     [[nodiscard]] bool contains(size_t number) const {
         return ((words_[number / kBits] >> (number % kBits)) & 1) != 0;
     }
@@ -50,6 +51,9 @@ class KvBackupNameSet {
 
     std::array<uint64_t, kBackupNameCount / kBits> words_{};
 };
+
+// The number of a file name that is exactly a backup name; kBackupNameCount for every other.
+[[nodiscard]] size_t numberOfBackupName(const char* name);
 
 // Adds every backup name that occurs anywhere in `text`.
 void insertBackupNames(const char* text, KvBackupNameSet& names);
@@ -88,9 +92,16 @@ class KvTakenNames {
     // taken. Valid until the next call.
     [[nodiscard]] KvBackupNameSet& read(const char* directory);
 
-    // To be called right after a file was made in the directory that was read last and its name
-    // was added: from here on the set is known to be the directory's state.
+    // Whether what is known of the directory still holds; it then becomes the one read last.
+    [[nodiscard]] bool isCurrent(const char* directory);
+
+    // To be called right after the process itself has made or removed a file in the directory that
+    // was read last and its name was added or erased: from here on the set is known to be the
+    // directory's state.
     void remember(const char* directory);
+
+    // Of the directory that was read last.
+    [[nodiscard]] KvBackupNameSet& names() { return current_->names; }
 
   private:
     struct Slot {
@@ -105,3 +116,6 @@ class KvTakenNames {
     std::array<Slot, kSlots> slots_;
     Slot* current_ = slots_.data();
 };
+
+// The one memory of the process.
+[[nodiscard]] KvTakenNames& takenBackupNames();

@@ -104,6 +104,7 @@ void ItemRollback::undoWritten(const char* entry) {
     }
     const RollbackFile file{parts.target.c_str(), source, kRebootPutBack, kWrittenWords};
     if (prepareFile(file) && status_ != kItemLeftFiles) {
+        const BackupRemovalScope removal(source);
         // As above.
         (void)KvFileOpUtil::move(source, file.path, true);
     }
