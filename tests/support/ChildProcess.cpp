@@ -1,6 +1,7 @@
 #include "tests/support/ChildProcess.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -64,6 +65,7 @@ std::vector<std::string> environmentWith(const std::map<std::string, std::string
 struct Prepared {
     explicit Prepared(const ChildCommand& command)
         : directory(command.directory),
+          user(geteuid() == 0 ? command.user : 0),
           texts{std::filesystem::absolute(command.executable).string()},
           variables(environmentWith(command.environment)) {
         texts.insert(texts.end(), command.arguments.begin(), command.arguments.end());
@@ -72,11 +74,16 @@ struct Prepared {
     }
 
     std::string directory;
+    uid_t user;
     std::vector<std::string> texts;
     std::vector<std::string> variables;
     std::vector<char*> arguments;
     std::vector<char*> environment;
 };
+
+bool becomeUser(uid_t user) {
+    return user == 0 || (setgroups(0, nullptr) == 0 && setgid(user) == 0 && setuid(user) == 0);
+}
 
 // Runs in the child. What fails is reported through `failure`, which a successful exec closes.
 [[noreturn]] void become(const Prepared& prepared, int out, int err, int failure) {
@@ -84,7 +91,8 @@ struct Prepared {
     const int in = open("/dev/null", O_RDONLY);
     const bool ready = dup2(in, STDIN_FILENO) >= 0 && dup2(out, STDOUT_FILENO) >= 0 &&
                        dup2(err, STDERR_FILENO) >= 0 &&
-                       (prepared.directory.empty() || chdir(prepared.directory.c_str()) == 0);
+                       (prepared.directory.empty() || chdir(prepared.directory.c_str()) == 0) &&
+                       becomeUser(prepared.user);
     if (ready) {
         (void)execve(prepared.arguments[0], prepared.arguments.data(), prepared.environment.data());
     }

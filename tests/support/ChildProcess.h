@@ -16,6 +16,8 @@ struct ChildCommand {
     std::string directory = {};                           // working directory; "" is the test's own
     std::map<std::string, std::string> environment = {};  // set beside the test's own variables
     std::chrono::milliseconds limit = std::chrono::seconds(30);  // then the child is killed
+    // The child of a test that runs as root becomes this user; 0, or another test: no change.
+    uid_t user = 0;
 };
 
 struct ChildResult {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -54,6 +55,14 @@ TEST(ChildProcess, FindsARelativeExecutableFromHere) {
     command.executable = std::filesystem::relative("/bin/sh").string();
     command.directory = tree.path();
     EXPECT_EQ(runChild(command).exitCode, 3);
+}
+
+TEST(ChildProcess, GivesUpPrivilegesWhenAsked) {
+    ChildCommand command = script("id -u; id -g");
+    command.user = 65534;
+    const bool isRoot = geteuid() == 0;
+    const std::string own = std::to_string(geteuid()) + "\n" + std::to_string(getegid()) + "\n";
+    EXPECT_EQ(runChild(command).out, isRoot ? "65534\n65534\n" : own);
 }
 
 TEST(ChildProcess, SetsVariablesBesideTheOthers) {
