@@ -1,5 +1,8 @@
 #include "tests/run/PatchScenario.h"
 
+#include <gtest/gtest.h>
+#include <unistd.h>
+
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -7,7 +10,11 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kStore[] = "VC_Backup/";
-constexpr char kTextLog[] = "vc/VC_Data/VC_Log/KvuDump.txt";
+constexpr char kDataDir[] = "vc/VC_Data";
+constexpr char kTextLog[] = "/VC_Log/KvuDump.txt";
+
+// Owns nothing on any system.
+constexpr uid_t kOrdinaryUser = 65534;
 
 bool isInStore(const std::string& name) {
     return name.compare(0, sizeof kStore - 1, kStore) == 0;
@@ -181,20 +188,36 @@ RunOutcome PatchScenario::run() {
     return runWith({tree_.path("staging")});
 }
 
-RunOutcome PatchScenario::runWith(const std::vector<std::string>& arguments,
-                                  std::chrono::milliseconds limit) {
-    fs::remove(tree_.path("staging/VcResult.ini"));
-    const size_t before = logText().size();
-    ChildCommand child = command(arguments);
-    child.limit = limit;
-    const ChildResult result = runChild(child);
+RunOutcome PatchScenario::runWith(const std::vector<std::string>& arguments) {
+    return finish(*start(arguments));
+}
+
+std::unique_ptr<RunningPatch> PatchScenario::start() {
+    return start({tree_.path("staging")});
+}
+
+std::unique_ptr<RunningPatch> PatchScenario::start(const std::vector<std::string>& arguments) {
+    std::error_code
+        readOnly;  // where the staging directory takes no result there is none to remove
+    fs::remove(tree_.path("staging/VcResult.ini"), readOnly);
+    if (ordinary_ && geteuid() == 0) {
+        giveAway();
+    }
+    const size_t logged = logText().size();
+    return std::unique_ptr<RunningPatch>(
+        new RunningPatch{ChildProcess(command(arguments)), logged});
+}
+
+RunOutcome PatchScenario::finish(RunningPatch& running) {
+    const ChildResult result = running.process.wait();
+    EXPECT_EQ(result.err.find("Sanitizer"), std::string::npos) << result.err;
+    EXPECT_EQ(result.err.find("runtime error"), std::string::npos) << result.err;
     RunOutcome outcome;
     outcome.exitCode = result.exitCode;
     outcome.timedOut = result.timedOut;
-    outcome.err = result.err;
     outcome.status = readStatus(tree_);
     const std::string log = logText();
-    outcome.log = parseLog(log.size() >= before ? log.substr(before) : log);
+    outcome.log = parseLog(log.size() >= running.logStart ? log.substr(running.logStart) : log);
     return outcome;
 }
 
@@ -212,10 +235,29 @@ ChildCommand PatchScenario::command(const std::vector<std::string>& arguments) c
     ChildCommand child;
     child.executable = tree_.path("vc/VcPatch");
     child.arguments = arguments;
-    child.directory = tree_.path();
+    child.directory = workDir_.empty() ? tree_.path() : workDir_;
+    child.limit = std::chrono::seconds(60);
+    child.user = ordinary_ ? kOrdinaryUser : 0;
     return child;
 }
 
+std::vector<LogLine> PatchScenario::logIn(const std::string& dataDir) const {
+    return parseLog(tree_.read(dataDir + kTextLog));
+}
+
 std::string PatchScenario::logText() const {
-    return tree_.read(kTextLog);
+    return tree_.read(std::string(kDataDir) + kTextLog);
+}
+
+void PatchScenario::giveAway() const {
+    const auto give = [](const std::string& path) {
+        EXPECT_EQ(lchown(path.c_str(), kOrdinaryUser, kOrdinaryUser), 0) << path;
+    };
+    give(tree_.path());
+    for (const auto& entry : fs::recursive_directory_iterator(tree_.path())) {
+        // The binary may be a link to the built one.
+        if (entry.path() != tree_.path("vc/VcPatch")) {
+            give(entry.path().string());
+        }
+    }
 }

@@ -10,7 +10,6 @@
 //     EXPECT_THAT(run.texts(), Contains("VcPatch end."));
 #pragma once
 
-#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
@@ -24,15 +23,21 @@
 
 using FileTree = std::map<std::string, std::string>;
 
+// A run that a sanitizer complains about fails the test.
 struct RunOutcome {
     int exitCode = -1;
     bool timedOut = false;
     std::optional<int> status;  // of VcResult.ini; empty when there is none
     std::vector<LogLine> log;   // of this run alone
-    std::string err;            // standard error, where a sanitizer speaks
 
     // The messages alone, without line ends.
     [[nodiscard]] std::vector<std::string> texts() const;
+};
+
+// A run that goes on beside the test.
+struct RunningPatch {
+    ChildProcess process;
+    size_t logStart;  // what the log held before
 };
 
 // One item of the description and its staged files.
@@ -114,19 +119,36 @@ class PatchScenario {
     // The same with the `action` that was set, if any.
     RunOutcome run();
     // Runs the binary on arguments of one's own; nothing is written first.
-    RunOutcome runWith(const std::vector<std::string>& arguments,
-                       std::chrono::milliseconds limit = std::chrono::seconds(60));
+    RunOutcome runWith(const std::vector<std::string>& arguments);
 
-    // For runs beside the test.
+    // Writes the description for runs that do not do it themselves.
     void writeDescription() const;
+    // Runs the binary on the staging directory as it is, beside the test; and waits for its end.
+    [[nodiscard]] std::unique_ptr<RunningPatch> start();
+    RunOutcome finish(RunningPatch& running);
+    // What a run would execute.
     [[nodiscard]] ChildCommand command(const std::vector<std::string>& arguments) const;
 
+    // From now on the binary runs in this directory; the scenario's own by default.
+    void workIn(const std::string& directory) { workDir_ = directory; }
+
+    // From now on the binary runs without privileges, as the owner of everything but itself: then
+    // permissions count, even when the test is run by root.
+    void asOrdinaryUser() { ordinary_ = true; }
+
+    // All that was ever logged below this data directory; the updater's is "vc/VC_Data".
+    [[nodiscard]] std::vector<LogLine> logIn(const std::string& dataDir) const;
+
   private:
+    [[nodiscard]] std::unique_ptr<RunningPatch> start(const std::vector<std::string>& arguments);
     [[nodiscard]] std::string logText() const;
+    void giveAway() const;
 
     TempTree tree_;
     std::map<std::string, std::string> common_;
     std::vector<std::unique_ptr<ScenarioItem>> items_;
     std::string appended_;
     std::unique_ptr<ScriptedAgent> agent_;
+    std::string workDir_;
+    bool ordinary_ = false;
 };

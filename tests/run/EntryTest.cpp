@@ -1,0 +1,346 @@
+// How the binary is entered and left: arguments, paths, switches, the lock and the result file.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "tests/run/PatchScenario.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using testing::StartsWith;
+
+// Of a run on the scenario's own directories.
+std::string greeting(const PatchScenario& patch) {
+    return "VcPatch[1.0.0.1027] argv[1]: " + patch.staging().path() +
+           "VC Path: " + patch.velocore().path();
+}
+
+std::string writing(const std::string& path, int status) {
+    return "Writing result file (" + path + "), status = " + std::to_string(status);
+}
+
+// One waiting file and one item that replaces it.
+void planUpdate(PatchScenario& patch) {
+    patch.destination().write("a.dat", "old");
+    patch.item(3, 5).stage("a.dat", "new");
+}
+
+class BadArguments : public testing::TestWithParam<std::vector<std::string>> {};
+
+// There is no staging directory then: the result lands where the run works, the log beside the
+// binary.
+TEST_P(BadArguments, EndTheRunAtOnce) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.set("action", "0");
+    patch.writeDescription();
+
+    const RunOutcome run = patch.runWith(GetParam());
+
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(patch.tree().read("VcResult.ini"), "result=57\n");
+    EXPECT_THAT(run.log, ElementsAre(info(writing("VcResult.ini", 57)), info("VcPatch end.")));
+    EXPECT_EQ(run.status, std::nullopt);
+    EXPECT_EQ(patch.destination().read("a.dat"), "old");
+}
+
+INSTANTIATE_TEST_SUITE_P(Counts, BadArguments,
+                         testing::Values(std::vector<std::string>{},
+                                         std::vector<std::string>{"staging", "staging"},
+                                         std::vector<std::string>{"a", "b", "c"}));
+
+TEST(Entry, SaysWhatItDoesInOrder) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.set("backup", "0");
+    const std::string file = patch.destination().path("a.dat");
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_THAT(
+        run.log,
+        ElementsAre(info(greeting(patch)), info("VcPatch Action: update."),
+                    info("update: update with new patch agent."),
+                    info("No patchagent. Use default patchagent inside VC"),
+                    info("Call PatchAgent StartAction with: void."),
+                    info("Call PatchAgent StartItem with: NULL_String, 3, 0x5, 0x0, 100, "
+                         "101"),
+                    info("xcopy from: " + patch.staging().path("3/5/*") +
+                         " to: " + patch.destination().path()),
+                    info("Call PatchAgent CheckFileEx( " + file + " ) return 1,(OK)"),
+                    info("callBackForUpdate: Overwrite file(backup.000, " + file + ") done."),
+                    info("Call PatchAgent EndItem with: TRUE, 100, 101"),
+                    info("Call PatchAgent EndAction with: void"),
+                    info("mergeBackupIni: no need to backup."),
+                    info("mergeBackupIni: no backup done."),
+                    info(writing(patch.staging().path("VcResult.ini"), 0)), info("VcPatch end.")));
+}
+
+TEST(Entry, SaysWhatFailsAsAnError) {
+    PatchScenario patch;
+    patch.without("velocore_path");
+    patch.set("itemcount", "1");
+    patch.set("action", "0");
+    patch.writeDescription();
+    (void)patch.runWith({"staging"});
+
+    EXPECT_THAT(patch.logIn("VC_Data"),
+                ElementsAre(info("VcPatch[1.0.0.1027] argv[1]: stagingVC Path: "),
+                            info("VcPatch Action: update."),
+                            error("phaseIniForUpdate: fetch velocore full path failed."),
+                            info("phaseIniForUpdate: error quit."),
+                            error("update: phaseIniForUpdate failed."),
+                            info(writing("staging/VcResult.ini", 12)), info("VcPatch end.")));
+}
+
+TEST(Entry, KeepsWhatElseTheResultFileHolds) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.set("action", "2");
+    patch.writeDescription();
+    const std::unique_ptr<RunningPatch> first = patch.start();
+    (void)patch.finish(*first);
+    EXPECT_EQ(patch.staging().read("VcResult.ini"), "result=0\n");
+
+    patch.staging().write("VcResult.ini", "; kept\nother = 1\nresult=99\n\n[more]\nresult=5\n");
+    const ChildResult second = runChild(patch.command({patch.staging().path()}));
+    EXPECT_EQ(second.exitCode, 0);
+    EXPECT_EQ(patch.staging().read("VcResult.ini"),
+              "; kept\nother=1\nresult=0\n\n[more]\nresult=5\n");
+}
+
+struct Waiting {
+    const char* value;
+    bool isWaitedFor;
+};
+
+class NoWaiting : public testing::TestWithParam<Waiting> {};
+
+// Only the number 1 counts.
+TEST_P(NoWaiting, DecidesAboutTheResultFile) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.set("nowaiting", GetParam().value);
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.status.has_value(), GetParam().isWaitedFor);
+    EXPECT_EQ(patch.tree().exists("staging"), GetParam().isWaitedFor);
+    EXPECT_EQ(patch.destination().read("a.dat"), "new");
+    EXPECT_EQ(run.log.back(), info("VcPatch end."));
+}
+
+INSTANTIATE_TEST_SUITE_P(Values, NoWaiting,
+                         testing::Values(Waiting{"1", false}, Waiting{"1x", false},
+                                         Waiting{" 01 ", false}, Waiting{"yes", true},
+                                         Waiting{"10", true}, Waiting{"0", true}, Waiting{"", true},
+                                         Waiting{"-1", true}, Waiting{"2", true}));
+
+TEST(Entry, TakesARelativeStagingPath) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.set("action", "0");
+    patch.writeDescription();
+
+    const RunOutcome run = patch.runWith({"./staging/"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.log, Contains(info(writing("./staging/VcResult.ini", 0))));
+    EXPECT_EQ(patch.destination().read("a.dat"), "new");
+}
+
+TEST(Entry, CutsAStagingPathThatIsTooLong) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.set("action", "0");
+    patch.writeDescription();
+    std::string deep = patch.tree().path();
+    while (deep.size() < 1500) {
+        deep += "/" + std::string(std::min<size_t>(100, 1500 - deep.size()), 'd');
+    }
+    fs::create_directories(deep);
+    fs::copy(patch.staging().path(), deep, fs::copy_options::recursive);
+
+    const RunOutcome run = patch.runWith({deep});
+
+    // The description is read where it is, but the paths of the run hold 1,023 bytes.
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.log.front().text,
+              "VcPatch[1.0.0.1027] argv[1]: " + deep + "VC Path: " + patch.velocore().path());
+    EXPECT_THAT(run.log, Contains(info("VcPatch Action: update.")));
+    EXPECT_THAT(run.log, Contains(info(writing(deep.substr(0, 1023) + "/VcResult.ini", 0))));
+    EXPECT_EQ(run.log.back(), info("VcPatch end."));
+    EXPECT_FALSE(fs::exists(deep + "/VcResult.ini"));
+    EXPECT_EQ(patch.destination().read("a.dat"), "old");
+}
+
+TEST(Entry, GoesOnWithoutLockAndResultInAReadOnlyStagingDirectory) {
+    PatchScenario patch;
+    patch.asOrdinaryUser();
+    planUpdate(patch);
+    patch.set("action", "0");
+    patch.writeDescription();
+    fs::permissions(patch.staging().path(), fs::perms::owner_write, fs::perm_options::remove);
+
+    const RunOutcome run = patch.runWith({patch.staging().path()});
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.status, std::nullopt);
+    EXPECT_FALSE(patch.staging().has("VcPatch.ini.lock"));
+    EXPECT_EQ(patch.destination().read("a.dat"), "new");
+    EXPECT_EQ(run.log.back(), info("VcPatch end."));
+}
+
+TEST(Entry, FindsNoActionWithoutAStagingDirectory) {
+    PatchScenario patch;
+    const RunOutcome run = patch.runWith({patch.tree().path("nowhere")});
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_FALSE(patch.tree().exists("nowhere"));
+    EXPECT_THAT(
+        patch.logIn("VC_Data"),
+        ElementsAre(
+            info("VcPatch[1.0.0.1027] argv[1]: " + patch.tree().path("nowhere") + "VC Path: "),
+            error("VcPatch fetch (common:action) failed."),
+            info(writing(patch.tree().path("nowhere/VcResult.ini"), 57)), info("VcPatch end.")));
+}
+
+TEST(Entry, TakesTheWorkingDirectoryForAnEmptyArgument) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.set("action", "2");
+    patch.writeDescription();
+    patch.workIn(patch.staging().path());
+    EXPECT_EQ(patch.runWith({""}).status, 0);
+}
+
+// Without an installation root the data directory is "VC_Data" in the working directory.
+TEST(Entry, WorksWithoutAVelocorePath) {
+    const std::pair<const char*, int> cases[] = {{"0", 4}, {"1", 5}};
+    for (const auto& [action, status] : cases) {
+        PatchScenario patch;
+        patch.without("velocore_path");
+        patch.set("action", action);
+        patch.set("itemcount", "0");
+        const RunOutcome run = patch.run();
+        EXPECT_EQ(run.status, status);
+        EXPECT_THAT(run.log, IsEmpty());
+        EXPECT_THAT(patch.logIn("VC_Data").back(), info("VcPatch end."));
+    }
+}
+
+TEST(Entry, NeedsAVelocorePathForItems) {
+    for (const char* const action : {"0", "1"}) {
+        PatchScenario patch;
+        planUpdate(patch);
+        patch.without("velocore_path");
+        patch.set("action", action);
+        EXPECT_EQ(patch.run().status, 12);
+    }
+}
+
+TEST(Entry, LogsUnderTheRootItselfInTheOldOrganisation) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.configure("[common]\nbkd_use_old_dir_organization=1\n");
+    EXPECT_EQ(patch.update().status, 0);
+
+    EXPECT_EQ(patch.logIn("vc").back(), info("VcPatch end."));
+    EXPECT_FALSE(patch.velocore().has("VC_Data"));
+}
+
+// The second byte of this character is a backslash to who does not know the code page.
+TEST(Entry, KeepsDoubleByteCharactersOfTheCodePageWhole) {
+    PatchScenario patch;
+    const std::string name = "\x83\x5C";
+    std::error_code refused;
+    fs::create_directory(patch.destination().path(name), refused);
+    if (refused) {
+        GTEST_SKIP() << "file names here are UTF-8 only";
+    }
+    patch.item(3, 5).stage("a.dat", "new").to("app/" + name);
+
+    patch.set("codepage", "932");
+    EXPECT_EQ(patch.update().status, 0);
+    EXPECT_EQ(patch.destination().read(name + "/a.dat"), "new");
+
+    patch.without("codepage");
+    EXPECT_EQ(patch.update().status, 0);
+    EXPECT_EQ(patch.destination().read("\x83/a.dat"), "new");
+}
+
+// Two real processes on one staging directory: the second begins when the first has ended.
+TEST(Entry, WaitsForAnotherRunOnTheSameStagingDirectory) {
+    PatchScenario patch;
+    planUpdate(patch);
+    const std::string gate = patch.tree().path("gate");
+    ScriptedAgent& agent = patch.agent(ScriptedAgent::kNew);
+    agent.script("StartAction waits " + gate);
+    patch.set("action", "0");
+    patch.writeDescription();
+
+    const std::unique_ptr<RunningPatch> first = patch.start();
+    while (agent.calls().empty()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    const std::unique_ptr<RunningPatch> second = patch.start();
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_THAT(agent.calls(), ElementsAre("StartAction()"));
+
+    patch.tree().write("gate", "");
+    EXPECT_EQ(patch.finish(*first).exitCode, 0);
+    EXPECT_EQ(patch.finish(*second).status, 0);
+    EXPECT_THAT(
+        agent.calls(),
+        ElementsAre("StartAction()", StartsWith("StartItem"), StartsWith("CheckFileEx"),
+                    StartsWith("EndItem"), "EndAction()", "StartAction()", StartsWith("StartItem"),
+                    StartsWith("CheckFileEx"), StartsWith("EndItem"), "EndAction()"));
+}
+
+TEST(Entry, LeavesTheLockFileBehind) {
+    PatchScenario patch;
+    planUpdate(patch);
+    (void)patch.update();
+
+    struct stat status {};
+    ASSERT_EQ(stat(patch.staging().path("VcPatch.ini.lock").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0600U);
+    EXPECT_EQ(status.st_size, 0);
+}
+
+// A lock dies with its process.
+TEST(Entry, IsNotHeldUpByAKilledRun) {
+    PatchScenario patch;
+    planUpdate(patch);
+    ScriptedAgent& agent = patch.agent(ScriptedAgent::kNew);
+    agent.script("StartAction kills");
+    const RunOutcome killed = patch.update();
+    EXPECT_EQ(killed.exitCode, -1);
+    EXPECT_THAT(killed.texts(), Not(Contains("VcPatch end.")));
+
+    agent.forgetScript();
+    EXPECT_EQ(patch.update().status, 0);
+}
+
+TEST(Entry, PrintsNothing) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.set("action", "0");
+    patch.writeDescription();
+    const ChildResult run = runChild(patch.command({patch.staging().path()}));
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "");
+}
+
+}  // namespace
