@@ -1,7 +1,11 @@
 #include "updater/KvCleanup.h"
 
+#include <climits>
+#include <cstring>
+
 #include "base/KvNumber.h"
 #include "base/KvPiece.h"
+#include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "fileop/KvDirList.h"
 #include "fileop/KvPath.h"
@@ -16,6 +20,9 @@ constexpr char kModule[] = "KvVcUpdater";
 constexpr char kDownloader[] = "Downloader";
 constexpr char kCachedFiles[] = "cachedfiles";
 constexpr size_t kKeyCapacity = 128;
+
+// Kept whatever line the call stands in: it tells this message in the state of the log.
+constexpr int kEmptyDirLine = 154;
 
 // One cached download: `prefix,name,tag name,mark`.
 struct CacheEntry {
@@ -104,6 +111,47 @@ void removeEmptyDirs(const KvSimpleString& cacheDir) {
     }
 }
 
+// Whether `inner` is `outer` or lies below it; false when one of them does not exist.
+bool liesWithin(const char* inner, const char* outer) {
+    char innerPath[PATH_MAX];
+    char outerPath[PATH_MAX];
+    if (!GetFullPath(inner, innerPath, sizeof innerPath) ||
+        !GetFullPath(outer, outerPath, sizeof outerPath)) {
+        return false;
+    }
+    const size_t length = strlen(outerPath);
+    return strncmp(innerPath, outerPath, length) == 0 &&
+           (EndsWithSeparator(outerPath) || innerPath[length] == '/' || innerPath[length] == '\0');
+}
+
+// Copying opens the source, and closing any descriptor of a lock file drops the lock that this
+// process holds on it. So the run's lock file, which is empty, is made anew instead of copied.
+int CB_KeepRunLock(KvFileOpUtil::CallbackEntry* entry) {
+    const bool isCopied =
+        entry->action == KvFileOpUtil::kNewFile || entry->action == KvFileOpUtil::kOverwrite;
+    if (!isCopied || entry->phase != KvFileOpUtil::kBefore ||
+        !Str_Equal(entry->path, static_cast<const char*>(entry->userData), true)) {
+        return KvFileOpUtil::kGoOn;
+    }
+    const ScopedFile file(fopen(entry->destination, "wb"));
+    return file ? int{KvFileOpUtil::kSkip} : int{KvFileOpUtil::kDestinationNotWritable};
+}
+
+void saveStaging(const char* tempDir, const char* saveDir) {
+    // Where this fails, so does the move, and the files stay where they are.
+    (void)KvFileOpUtil::createDir(saveDir);
+    if (liesWithin(saveDir, tempDir)) {
+        return;  // moved into itself the directory would fill the disk with copies of copies
+    }
+    char lockFile[kLongPathCapacity];
+    // A name that does not fit is not the lock's either.
+    (void)CatURIWithPath(lockFile, sizeof lockFile, tempDir, "VcPatch.ini.lock");
+    KvFileOpUtil::CallbackEntry step{};
+    step.cbSize = sizeof step;
+    step.userData = lockFile;
+    (void)KvFileOpUtil::xmove(tempDir, saveDir, true, CB_KeepRunLock, &step);
+}
+
 }  // namespace
 
 void removeCachedFiles(KvIniUtil* patchDescription) {
@@ -135,13 +183,12 @@ void CleanupTempFiles(bool success, const char* tempDir, const char* baseDir) {
     if (success) {
         (void)KvFileOpUtil::xunlink(tempDir);
     } else {
-        (void)KvFileOpUtil::createDir(saveDir);
-        (void)KvFileOpUtil::xmove(tempDir, saveDir, true);
+        saveStaging(tempDir, saveDir);
     }
 }
 
 int CB_DeleteFile(KvFileOpUtil::CallbackEntry* entry) {
-    if (entry->action != KvFileOpUtil::kDeleteFile) {
+    if (entry == nullptr || entry->action != KvFileOpUtil::kDeleteFile) {
         return KvFileOpUtil::kGoOn;
     }
     KvVcLock lock;
@@ -150,7 +197,8 @@ int CB_DeleteFile(KvFileOpUtil::CallbackEntry* entry) {
 }
 
 int CB_CheckEmptyDir(KvFileOpUtil::CallbackEntry* entry) {
-    if (entry->action != KvFileOpUtil::kVisitDir || KvFileOpUtil::getDirSize(entry->path) != 0) {
+    if (entry == nullptr || entry->action != KvFileOpUtil::kVisitDir ||
+        KvFileOpUtil::getDirSize(entry->path) != 0) {
         return KvFileOpUtil::kGoOn;
     }
     KvVcLock lock;
@@ -159,6 +207,7 @@ int CB_CheckEmptyDir(KvFileOpUtil::CallbackEntry* entry) {
     }
     // A directory that cannot be deleted stays as it is.
     (void)KvFileOpUtil::xunlink(entry->path);
-    KV_INFO(kLevelCallbackOnly, "Directory [%s] is empty, deleted.", entry->path);
+    Log_Set(kModule, kEmptyDirLine, kLogInfo);
+    Throw_Event(kLevelCallbackOnly, "Directory [%s] is empty, deleted.", entry->path);
     return KvFileOpUtil::kGoOn;
 }

@@ -14,10 +14,12 @@ class KvIniUtil;
 void removeCachedFiles(KvIniUtil* patchDescription);
 
 // Deletes the staging directory `tempDir` after a success. After a failure moves it below
-// `baseDir`/VC_Log/TempSave, where it replaces what the last failed run left.
+// `baseDir`/VC_Log/TempSave, where it replaces what the last failed run left; it stays when that lies
+// within the staging directory itself. The lock that this process holds on the patch description is
+// held on.
 void CleanupTempFiles(bool success, const char* tempDir, const char* baseDir);
 
-// Callbacks of the two steps above; 0 goes on, 2 skips the entry.
+// Callbacks of the first step; 0 goes on, 2 skips the entry. A null entry goes on.
 //
 // Lets a file be deleted unless another process holds its lock.
 int CB_DeleteFile(KvFileOpUtil::CallbackEntry* entry);
