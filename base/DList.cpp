@@ -5,6 +5,7 @@
 
 namespace {
 
+// The lists of a run hold a few listeners and deferred copies: a fixed step wastes little.
 constexpr int32_t kGrowSlots = 8;
 
 }  // namespace
@@ -36,6 +37,7 @@ void* DList::Remove(int index) {
     void* removed = items[index];
     --count;
     memmove(items + index, items + index + 1, static_cast<size_t>(count - index) * sizeof(void*));
+    // An empty list holds no array, whichever way it became empty.
     if (count == 0) {
         Clear();
     }
@@ -51,6 +53,7 @@ int DList::Merge(void* p) {
     return index >= 0 ? index : Add(p);
 }
 
+// The number of elements is taken before the loop, because `other` may be this list and grow.
 void DList::AddList(const DList* other) {
     const int last = other != nullptr ? other->count : 0;
     for (int i = 0; i < last; ++i) {
@@ -66,6 +69,7 @@ void DList::MergeList(const DList* other) {
 }
 
 void DList::RemoveList(const DList* other) {
+    // Removing from the list that is walked would skip every second element.
     if (other == this) {
         Clear();
         return;
@@ -77,6 +81,7 @@ void DList::RemoveList(const DList* other) {
 }
 
 void DList::qSort(Compare compare) {
+    // qsort must not be handed a null array, not even for no elements.
     if (count > 1 && compare != nullptr) {
         qsort(items, static_cast<size_t>(count), sizeof(void*), compare);
     }
@@ -103,6 +108,7 @@ bool DList::grow() {
         return false;
     }
     const size_t slots = static_cast<size_t>(capacity) + static_cast<size_t>(kGrowSlots);
+    // A realloc that fails leaves the old block, and so the list, as it was.
     auto** grown = static_cast<void**>(realloc(items, slots * sizeof(void*)));
     if (grown == nullptr) {
         return false;

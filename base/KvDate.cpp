@@ -20,6 +20,7 @@ const int s_mon_day[kMonths] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 
 enum Piece { kMonthPiece, kDayPiece, kTimePiece, kYearPiece, kPieces };
 
+// A run of blanks separates once, because days below ten are padded with a blank.
 bool splitAtBlanks(const char* text, KvSimpleString (&pieces)[kPieces]) {
     for (KvSimpleString& piece : pieces) {
         text += strspn(text, " ");
@@ -36,6 +37,7 @@ bool splitAtBlanks(const char* text, KvSimpleString (&pieces)[kPieces]) {
 
 bool readMonth(const KvSimpleString& piece, tm& out) {
     for (int month = 1; month <= kMonths; ++month) {
+        // Counted from 1, unlike the months of the system's own functions.
         if (piece == GetMonthString(month)) {
             out.tm_mon = month;
             return true;
@@ -54,6 +56,7 @@ bool readYear(const KvSimpleString& piece, tm& out) {
     return out.tm_year >= kFirstYear && out.tm_year <= kLastYear;
 }
 
+// As unsigned numbers, so that a negative one is too large.
 bool isBelow(int value, unsigned limit) {
     return static_cast<unsigned>(value) < limit;
 }
@@ -87,6 +90,7 @@ const char* GetMonthString(int month) {
 }
 
 bool operator>(const tm& a, const tm& b) {
+    // From the field that weighs most to the one that weighs least.
     static constexpr int tm::*kOrder[] = {&tm::tm_year, &tm::tm_mon, &tm::tm_mday,
                                           &tm::tm_hour, &tm::tm_min, &tm::tm_sec};
     for (const auto field : kOrder) {
@@ -101,6 +105,7 @@ bool ConvertDateStrToStruct(tm* out, const char* s) {
     if (out == nullptr || s == nullptr || strnlen(s, kDateLength + 1) != kDateLength) {
         return false;
     }
+    // In the order month, day, year, time; the day needs the month for its limit.
     KvSimpleString pieces[kPieces];
     return splitAtBlanks(s, pieces) && readMonth(pieces[kMonthPiece], *out) &&
            readDay(pieces[kDayPiece], *out) && readYear(pieces[kYearPiece], *out) &&

@@ -13,6 +13,7 @@ constexpr unsigned kOldNumbers = 1000;
 
 }  // namespace
 
+// Plain snprintf with its result, so that a number cut short can be noticed.
 int PatternVersionToString(int v, char* out, int size) {
     return out != nullptr && size > 0 ? snprintf(out, static_cast<size_t>(size), "%d", v) : 0;
 }
@@ -22,6 +23,7 @@ int StringToPatternVersion(const char* s) {
 }
 
 unsigned OldPatternVersionToNew(unsigned v) {
+    // The two numberings do not overlap, so a number tells by itself which one it is of.
     return v > kHighestOldNumber ? v : v * kNewPerOld + kNewBase;
 }
 
@@ -30,5 +32,6 @@ unsigned NewPatternVersionToOld(unsigned v) {
 }
 
 bool isOnlyOnePatternType(unsigned mask) {
+    // Taking one away clears the lowest bit that is set, and nothing else.
     return (mask & (mask - 1)) == 0;
 }

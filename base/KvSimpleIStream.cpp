@@ -4,6 +4,7 @@
 void KvSimpleIStream::open(const char* path, int mode) {
     KvSimpleStream::open(path, mode | in);
     lastCount = 0;
+    // A file that did not open keeps the state of that failure alone.
     if (is_open()) {
         seek(0, SEEK_SET);
     }
@@ -15,6 +16,7 @@ KvSimpleIStream& KvSimpleIStream::read(char* buf, size_t n) {
         add(badBit);
         return *this;
     }
+    // Also once the end was reached: reading goes by the file, not by the bits of earlier calls.
     lastCount += fread(buf, 1, n, usable());
     if (lastCount < n) {
         add(eofBit);
@@ -33,11 +35,13 @@ int KvSimpleIStream::get() {
         add(eofBit);
         return -1;
     }
+    // Kept: after any earlier trouble the byte is handed out but not counted.
     lastCount = state == 0 ? 1 : 0;
     return byte;
 }
 
 int KvSimpleIStream::peek() {
+    // Kept: nothing is put back, and whoever peeks has taken the byte.
     return get();
 }
 
@@ -57,6 +61,7 @@ KvSimpleIStream& KvSimpleIStream::getline(char* buf, size_t n, char delim) {
         buf[lastCount++] = static_cast<char>(byte);
         atDelimiter = static_cast<char>(byte) == delim;
     }
+    // A buffer without a single byte cannot even take the terminator.
     if (n > 0) {
         buf[lastCount] = '\0';
     }
@@ -95,6 +100,7 @@ KvSimpleIStream& KvSimpleIStream::putback(char c) {
         add(badBit);
         return *this;
     }
+    // Reading the byte again also moves back to where the stream was, should it be another one.
     const int byte = fgetc(usable());
     if (byte == EOF || static_cast<char>(byte) != c) {
         add(badBit);
@@ -105,6 +111,7 @@ KvSimpleIStream& KvSimpleIStream::putback(char c) {
 }
 
 long KvSimpleIStream::tellg() {
+    // Only the failure bit hides the position; a bad stream still tells it.
     if (fail()) {
         return -1;
     }

@@ -28,6 +28,7 @@ KvSimpleOStream& KvSimpleOStream::put(char c) {
 KvSimpleOStream& KvSimpleOStream::flush() {
     if (usable() == nullptr) {
         add(badBit);
+        // Kept: a flush that fails reports the end of the file, not a bad stream.
     } else if (!failedOrBad() && fflush(usable()) != 0) {
         add(eofBit);
     }
@@ -35,6 +36,7 @@ KvSimpleOStream& KvSimpleOStream::flush() {
 }
 
 long KvSimpleOStream::tellp() const {
+    // Asking changes no state here, unlike on the reading side.
     return !failedOrBad() && usable() != nullptr ? ftell(usable()) : -1;
 }
 
@@ -54,6 +56,7 @@ KvSimpleOStream& KvSimpleOStream::operator<<(char ch) {
 }
 
 KvSimpleOStream& KvSimpleOStream::operator<<(const char* text) {
+    // Nothing to write is no reason to notice a missing file.
     return text != nullptr && *text != '\0' ? write(text, strlen(text)) : *this;
 }
 

@@ -28,6 +28,7 @@ constexpr ModeRow kModes[] = {
      "a+b"},
 };
 
+// The binary flag changes nothing on POSIX systems; the table passes it on as it came.
 // Null for a mode that no row has.
 const char* modeText(int mode) {
     for (const ModeRow& row : kModes) {
@@ -41,12 +42,14 @@ const char* modeText(int mode) {
 }  // namespace
 
 KvSimpleStream::~KvSimpleStream() {
+    // Standard output and other borrowed files outlive their streams.
     if (owned && usable() != nullptr) {
         (void)fclose(file);  // nobody is left to ask how it went
     }
 }
 
 void KvSimpleStream::open(const char* path, int mode) {
+    // Before the mode is looked at: a refused open leaves no file either.
     close();
     const char* text = modeText(mode & ~ate);
     if (text == nullptr || path == nullptr) {
@@ -71,6 +74,7 @@ void KvSimpleStream::close() {
     if (file == nullptr) {
         return;
     }
+    // Closing for a second time is what would be undefined; it counts as a close that fails.
     if (usable() == nullptr || fclose(file) != 0) {
         state = failBit;
     }

@@ -6,10 +6,13 @@
 
 namespace {
 
+// Most texts of the tool are short: with room for 255 they are appended to without moving.
 constexpr size_t kMinCapacity = 255;
 // More than any allocation can give, and small enough for the growth rule not to wrap around.
 constexpr size_t kHopelessCount = SIZE_MAX / 8;
 
+// Writable, so that a careless write past the end harms no string; it is the one state that
+// strings have in common.
 // What `operator[]` refers to past the end of any string.
 char s_nul = '\0';
 
@@ -32,6 +35,7 @@ KvSimpleString::KvSimpleString(const KvSimpleString& other, size_type pos, size_
     _assignCopy(std::min(count, other.length() - start), other.c_str() + start);
 }
 
+// Moving only spares a copy where a result is handed out; no two strings ever share a block.
 KvSimpleString::KvSimpleString(KvSimpleString&& other) noexcept : chars_(other.chars_) {
     other.chars_ = nullptr;
 }
@@ -40,6 +44,8 @@ KvSimpleString::~KvSimpleString() {
     _release();
 }
 
+// A missing block is answered with a literal of its own rather than with the writable NUL, which a
+// caller may have changed.
 const char* KvSimpleString::c_str() const {
     return chars_ != nullptr ? chars_ : "";
 }
@@ -72,6 +78,8 @@ KvSimpleString::size_type KvSimpleString::find(const char* text, size_type pos) 
     return hit != nullptr ? static_cast<size_type>(hit - chars_) : npos;
 }
 
+// The two searches below look only at a part of the characters. They count to the cut instead of
+// putting a NUL there for a while, so that a string that is searched is never written to.
 KvSimpleString::size_type KvSimpleString::rfind(char ch, size_type pos) const {
     if (chars_ == nullptr) {
         return npos;
@@ -93,11 +101,14 @@ KvSimpleString::size_type KvSimpleString::rfind(const char* text, size_type pos)
         return npos;
     }
     const size_type wanted = strlen(text);
+    // A position near npos must not wrap around when the length is added to it: hence the
+    // difference.
     const bool cut = pos < length() && wanted < length() - pos;
     const size_type end = strnlen(chars_, cut ? pos + wanted : length());
     if (wanted > end) {
         return npos;
     }
+    // From the end of the text backwards, so that an empty one is found at the very end.
     for (size_type i = end - wanted + 1; i > 0; --i) {
         if (memcmp(chars_ + i - 1, text, wanted) == 0) {
             return i - 1;
@@ -117,6 +128,7 @@ KvSimpleString& KvSimpleString::replace(size_type pos, size_type count, const ch
     const size_type prefix = strnlen(c_str(), start);
     const size_type middle = _safeStrLen(text);
     const size_type suffix = strlen(c_str() + after);
+    // Filled as a string of its own, because `text` may lie in this one.
     KvSimpleString result;
     if (!result._allocBuffer(static_cast<int64_t>(start + middle + length() - after))) {
         return *this;
@@ -151,6 +163,7 @@ KvSimpleString& KvSimpleString::assign(const char* text) {
 }
 
 KvSimpleString& KvSimpleString::assign(const char* first, const char* last) {
+    // A range that stands the wrong way round is an empty one.
     const bool usable = first != nullptr && last > first;
     _assignCopy(usable ? static_cast<size_type>(last - first) : 0, first);
     return *this;
@@ -171,6 +184,7 @@ KvSimpleString& KvSimpleString::append(int count, char ch) {
         return *this;
     }
     const size_type before = length();
+    // Room first, characters after: one growth for all copies of `ch`.
     _concatCopy(static_cast<size_type>(count), nullptr);
     if (length() > before) {
         memset(chars_ + before, ch, static_cast<size_type>(count));
@@ -191,6 +205,7 @@ KvSimpleString& KvSimpleString::operator=(const KvSimpleString& other) {
 }
 
 KvSimpleString& KvSimpleString::operator=(KvSimpleString&& other) noexcept {
+    // The block of this string dies with `other`.
     char* mine = chars_;
     chars_ = other.chars_;
     other.chars_ = mine;
@@ -221,6 +236,8 @@ bool KvSimpleString::_allocBuffer(int64_t count) {
     if (header == nullptr) {
         return false;
     }
+    // A caller who asks for one character more than the text has gets the right length with the
+    // block.
     header->length = wanted > 0 ? wanted - 1 : 0;
     header->capacity = capacity;
     _release();
@@ -240,6 +257,7 @@ void KvSimpleString::_freeBuffer(char* chars) {
     }
 }
 
+// Blocks never shrink: a string that is assigned again and again comes to rest in one block.
 void KvSimpleString::_assignCopy(size_type count, const char* source) {
     if (chars_ == nullptr || count > _getData()->capacity) {
         if (!_allocBuffer(static_cast<int64_t>(count))) {
@@ -266,6 +284,8 @@ void KvSimpleString::_concatCopy(size_type count, const char* source) {
     const size_type capacity = _getData()->capacity;
     // The old block lives until the source, which may be a part of it, has been copied.
     char* old = nullptr;
+    // Strictly more room than is needed, else the block grows. That a block which would just
+    // suffice grows, too, is kept: capacities are part of what callers can see.
     if (capacity - before <= count) {
         old = chars_;
         chars_ = nullptr;

@@ -18,6 +18,7 @@ KvSimpleString& blankElement() {
 
 }  // namespace
 
+// A negative capacity would be a huge unsigned one.
 KvSimpleVector::KvSimpleVector(int capacity, int growStep)
     : capacity_(static_cast<uint64_t>(std::max(capacity, 0))),
       growStep_(growStep >= 0 ? std::max(growStep, kMinGrowStep) : growStep) {}
@@ -26,10 +27,12 @@ KvSimpleStringVector::KvSimpleStringVector(int capacity, int growStep)
     : KvSimpleVector(capacity, growStep) {}
 
 KvSimpleStringVector::~KvSimpleStringVector() {
+    // Named with its class: a virtual call would already miss a class derived from this one.
     KvSimpleStringVector::_clear(true);
 }
 
 void KvSimpleStringVector::push_back(const KvSimpleString& text) {
+    // _alloc() sets the size to 0, as every clearing does.
     const uint64_t size = size_;
     // The copy is made before the array moves: `text` may be an element of this list.
     auto* copy = new (std::nothrow) KvSimpleString(text);
@@ -38,6 +41,8 @@ void KvSimpleStringVector::push_back(const KvSimpleString& text) {
     }
     if (size >= capacity_ || items_ == nullptr) {
         const auto quarter = static_cast<int32_t>(std::min<uint64_t>(capacity_ / 4, INT32_MAX));
+        // For good, also for the time after clear(): a step in proportion to the size is what keeps
+        // n pushes linear.
         growStep_ = std::max(growStep_, quarter);
         // A grow step that was made negative is raised to 0 for small arrays: one more slot then.
         _alloc(std::max(capacity_ + static_cast<uint64_t>(growStep_), size + 1));
@@ -72,6 +77,7 @@ void KvSimpleStringVector::_clear(bool deleteElements) {
 }
 
 void KvSimpleStringVector::_alloc(unsigned long newCapacity) {
+    // Zeroed, so that no slot ever holds a pointer that nobody put there.
     auto** grown = static_cast<void**>(calloc(newCapacity, sizeof(void*)));
     if (grown == nullptr) {
         return;

@@ -9,6 +9,8 @@
 
 namespace {
 
+// The whole run works with one code page: the one of the configuration until the description names
+// another.
 unsigned int s_chartype = 0;
 
 constexpr unsigned char kLowestTrailingByte = 0x40;
@@ -27,6 +29,7 @@ bool isLeadByte(char ch) {
     }
 }
 
+// Not isspace(): that would take the vertical tab, and would follow the locale.
 bool isTrimmedSpace(char ch) {
     return ch == '\n' || ch == ' ' || ch == '\r' || ch == '\t' || ch == '\f';
 }
@@ -45,6 +48,8 @@ bool IsTrailingByteOfDBC(const char* str, const char* p) {
     if (str == nullptr || p == nullptr || p <= str || s_chartype == 0) {
         return false;
     }
+    // The walk stops at the terminator before it looks at `p`, so a `p` behind the text is never
+    // read.
     const char* q = str;
     while (q < p && *q != '\0') {
         if (!isLeadByte(*q)) {
@@ -112,6 +117,7 @@ TextSpan Str_TrimmedSpan(const char* text, size_t length) {
 
 void Str_TrimAll(KvSimpleString& text) {
     const TextSpan kept = Str_TrimmedSpan(text.c_str(), text.length());
+    // A text without space at its ends is not written to at all.
     if (kept.end - kept.begin < text.length()) {
         text.assign(text.c_str() + kept.begin, text.c_str() + kept.end);
     }
@@ -124,6 +130,7 @@ void Str_TrimAll(char* text) {
     const size_t length = strlen(text);
     const TextSpan kept = Str_TrimmedSpan(text, length);
     const size_t size = kept.end - kept.begin;
+    // Nothing of what was trimmed off stays behind the terminator.
     memmove(text, text + kept.begin, size);
     memset(text + size, 0, length - size);
 }
@@ -134,12 +141,14 @@ void Str_ToUpper(char* text) {
     }
 }
 
+// memmove in what follows: a source that lies in the buffer itself is harmless then.
 char* Strncpy(char* dst, const char* src, size_t size) {
     if (dst == nullptr || size == 0) {
         return nullptr;
     }
     const size_t length = src != nullptr ? strnlen(src, size - 1) : 0;
     memmove(dst, src != nullptr ? src : "", length);
+    // The whole rest of the buffer, as strncpy does.
     memset(dst + length, 0, size - length);
     return dst;
 }
@@ -148,6 +157,7 @@ char* Strncat(char* dst, const char* src, size_t size) {
     if (dst == nullptr || size == 0) {
         return nullptr;
     }
+    // A buffer without a terminator counts as full.
     const size_t length = strnlen(dst, size);
     if (length + 1 >= size) {
         return nullptr;
@@ -174,6 +184,7 @@ int Vsnprintf(char* buf, size_t size, const char* format, va_list args) {
     // The caller has started the list; the analyzer loses sight of that.
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
     const int wanted = vsnprintf(buf, size, format, args);
+    // What a failed conversion has left in the buffer is undefined; an empty text is not.
     if (wanted < 0) {
         buf[0] = '\0';
     }

@@ -5,6 +5,8 @@
 
 namespace {
 
+// Only ASCII letters, whatever the locale and the code page: a byte above 0x7F may be half of a
+// character.
 char folded(char ch, bool caseSensitive) {
     return !caseSensitive && ch >= 'A' && ch <= 'Z' ? static_cast<char>(ch - 'A' + 'a') : ch;
 }
@@ -36,6 +38,7 @@ int Str_Comp(const char* a, const char* b, bool caseSensitive) {
             return difference;
         }
     }
+    // The terminator takes part like any byte, so a text sorts before its continuations.
     return byteDifference(*a, *b, caseSensitive);
 }
 
@@ -47,6 +50,7 @@ int Str_Find(const char* text, const char* pattern, bool caseSensitive) {
     if (text == nullptr || pattern == nullptr) {
         return -1;
     }
+    // The same result as trying every index, by a route that does not try them one by one.
     if (caseSensitive) {
         const char* hit = strstr(text, pattern);
         return hit != nullptr ? static_cast<int>(hit - text) : -1;
@@ -65,6 +69,7 @@ bool Str_EndWith(const char* text, const char* suffix, bool caseSensitive) {
     if (text == nullptr || suffix == nullptr || strlen(suffix) > strlen(text)) {
         return false;
     }
+    // The first occurrence decides, as the header says; -1 is no length and never equal.
     return static_cast<size_t>(Str_Find(text, suffix, caseSensitive)) ==
            strlen(text) - strlen(suffix);
 }

@@ -21,6 +21,8 @@ int hexDigit(char ch) {
     return ch >= 'A' && ch <= 'F' ? ch - 'A' + 10 : kNoHexDigit;
 }
 
+// Every backslash, also one that is half of a character: both sides are changed alike, so equal
+// paths stay equal.
 ScopedHeap<char> withSlashes(const char* text) {
     ScopedHeap<char> copy(Str_Dup(text));
     if (copy != nullptr) {
@@ -33,6 +35,7 @@ ScopedHeap<char> withSlashes(const char* text) {
 
 bool isValidVersion(const char* s) {
     const char* dot = s != nullptr ? strchr(s, '.') : nullptr;
+    // A second dot is no digit of the number that follows the first.
     return dot != nullptr && dot != s && isValidNumber(dot + 1) && std::all_of(s, dot, IsDigit);
 }
 
@@ -43,6 +46,7 @@ bool isValidNumber(const char* s) {
 unsigned xa2ui(const char* s) {
     unsigned value = 0;
     for (; s != nullptr && hexDigit(*s) != kNoHexDigit; ++s) {
+        // Unsigned, so that too many digits wrap around instead of overflowing.
         value = value * 16 + static_cast<unsigned>(hexDigit(*s));
     }
     return value;

@@ -15,6 +15,7 @@ namespace {
 constexpr unsigned kMajorShift = 16;
 constexpr uint32_t kMinorMask = 0xFFFF;
 constexpr size_t kMinorDigits = 4;
+// One digit of the minor part always stays: "5.0" and not "5.".
 constexpr size_t kMaxZerosRemoved = 3;
 constexpr size_t kVersionTextCapacity = 32;
 constexpr size_t kBuildTextCapacity = 256;
@@ -36,6 +37,7 @@ uint32_t MakeVersion(const char* s) {
     if (dot == nullptr) {
         return major;
     }
+    // Aligned left: ".2" is the field 2000 and ".02" the field 0200. A fifth digit does not count.
     char minor[kMinorDigits + 1] = "0000";
     for (size_t i = 0; i < kMinorDigits && IsDigit(dot[i + 1]); ++i) {
         minor[i] = dot[i + 1];
@@ -91,6 +93,7 @@ void MakeVersionStringByClass(unsigned cls, tag_Version v, char* out, unsigned s
     MakeVersionBuildString(v, out, size);
 }
 
+// The reserved word takes no part in any of the comparisons.
 bool operator<(const tag_Version& a, const tag_Version& b) {
     return a.version != b.version ? a.version < b.version : a.build < b.build;
 }
@@ -115,6 +118,7 @@ bool operator!=(const tag_Version& a, const tag_Version& b) {
     return !(a == b);
 }
 
+// Builds are left out on purpose: two texts that differ only in them are the same version here.
 int VersionCompare(const char* a, const char* b) {
     if (a == nullptr || b == nullptr) {
         return static_cast<int>(a != nullptr) - static_cast<int>(b != nullptr);
