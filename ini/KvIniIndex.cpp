@@ -4,19 +4,19 @@
 
 namespace {
 
-constexpr size_t kFewestSlots = 64;
+constexpr size_t kFewestSlots = 32;
 
 }  // namespace
 
 bool KvIniIndex::reserve(size_t names) {
     size_t wanted = kFewestSlots;
-    while (wanted < 2 * names) {
+    while (wanted / 5 * 4 < names) {
         wanted *= 2;
     }
     if (wanted <= slotCount_) {
         return true;
     }
-    ScopedHeap<KvIniNode*> old(static_cast<KvIniNode**>(calloc(wanted, sizeof(void*))));
+    ScopedHeap<Slot> old(static_cast<Slot*>(calloc(wanted, sizeof(Slot))));
     if (old == nullptr) {
         return false;
     }
@@ -24,14 +24,9 @@ bool KvIniIndex::reserve(size_t names) {
     slots_.swap(old);
     slotCount_ = wanted;
     for (size_t i = 0; i < oldCount; ++i) {
-        KvIniNode* last = old.get()[i];
-        if (last != nullptr) {
-            // The names are distinct: the first free slot is the right one.
-            size_t slot = home(last->hash);
-            while (slots_.get()[slot] != nullptr) {
-                slot = after(slot);
-            }
-            slots_.get()[slot] = last;
+        const Slot& moved = old.get()[i];
+        if (moved.last != nullptr) {
+            slots()[freeSlot(moved.hash)] = moved;
         }
     }
     return true;
@@ -41,22 +36,22 @@ bool KvIniIndex::add(KvIniNode* node) {
     if (!reserve(names_ + 1)) {
         return false;
     }
-    node->hash = KvIniName::hash(node->name, caseSensitive_);
-    KvIniNode*& last = slots_.get()[slotOf(node)];
-    if (last == nullptr) {
+    const uint32_t hash = KvIniName::hash(node->name, caseSensitive_);
+    Slot& slot = slots()[slotOf(node->name, hash)];
+    if (slot.last == nullptr) {
         node->nextSame = node;
         ++names_;
     } else {
-        node->nextSame = last->nextSame;
-        last->nextSame = node;
+        node->nextSame = slot.last->nextSame;
+        slot.last->nextSame = node;
     }
-    last = node;
+    slot = {node, hash};
     return true;
 }
 
 void KvIniIndex::remove(KvIniNode* node) {
-    const size_t slot = slotOf(node);
-    KvIniNode* last = slots_.get()[slot];
+    const size_t slot = slotOf(node->name, KvIniName::hash(node->name, caseSensitive_));
+    KvIniNode* last = slots()[slot].last;
     if (last == node) {
         vacate(slot);
         --names_;
@@ -71,23 +66,30 @@ KvIniNode* KvIniIndex::first(const KvIniName& name) const {
     }
     const uint32_t hash = name.hash(caseSensitive_);
     for (size_t slot = home(hash);; slot = after(slot)) {
-        const KvIniNode* last = slots_.get()[slot];
-        if (last == nullptr) {
+        const Slot& probe = slots()[slot];
+        if (probe.last == nullptr) {
             return nullptr;
         }
-        if (last->hash == hash && name.matches(last->name, caseSensitive_)) {
-            return last->nextSame;
+        if (probe.hash == hash && name.matches(probe.last->name, caseSensitive_)) {
+            return probe.last->nextSame;
         }
     }
 }
 
-// The slot of the node's name, or the free slot where it belongs.
-size_t KvIniIndex::slotOf(const KvIniNode* node) const {
-    size_t slot = home(node->hash);
-    for (;; slot = after(slot)) {
-        const KvIniNode* last = slots_.get()[slot];
-        if (last == nullptr || (last->hash == node->hash &&
-                                KvIniName::equal(last->name, node->name, caseSensitive_))) {
+size_t KvIniIndex::freeSlot(uint32_t hash) const {
+    size_t slot = home(hash);
+    while (slots()[slot].last != nullptr) {
+        slot = after(slot);
+    }
+    return slot;
+}
+
+// The slot of a name, or the free slot where it belongs.
+size_t KvIniIndex::slotOf(const KvIniText& name, uint32_t hash) const {
+    for (size_t slot = home(hash);; slot = after(slot)) {
+        const Slot& probe = slots()[slot];
+        if (probe.last == nullptr ||
+            (probe.hash == hash && KvIniName::equal(probe.last->name, name, caseSensitive_))) {
             return slot;
         }
     }
@@ -96,14 +98,13 @@ size_t KvIniIndex::slotOf(const KvIniNode* node) const {
 // Frees a slot and moves up those behind it that were pushed past it, so that no walk from a home
 // slot meets a gap before its name.
 void KvIniIndex::vacate(size_t slot) {
-    KvIniNode** slots = slots_.get();
-    for (size_t probe = after(slot); slots[probe] != nullptr; probe = after(probe)) {
-        const size_t mask = slotCount_ - 1;
-        const size_t walked = (probe - home(slots[probe]->hash)) & mask;
+    const size_t mask = slotCount_ - 1;
+    for (size_t probe = after(slot); slots()[probe].last != nullptr; probe = after(probe)) {
+        const size_t walked = (probe - home(slots()[probe].hash)) & mask;
         if (walked >= ((probe - slot) & mask)) {
-            slots[slot] = slots[probe];
+            slots()[slot] = slots()[probe];
             slot = probe;
         }
     }
-    slots[slot] = nullptr;
+    slots()[slot].last = nullptr;
 }

@@ -19,7 +19,6 @@ struct KvIniNode {
     KvIniNode* next = nullptr;
     KvIniNode* previous = nullptr;
     KvIniNode* nextSame = nullptr;  // the index's own
-    uint32_t hash = 0;              // the index's own
     bool caseSensitive = false;
 };
 
@@ -41,13 +40,21 @@ class KvIniIndex {
     [[nodiscard]] KvIniNode* first(const KvIniName& name) const;
 
   private:
+    // The hash stands beside the node, so that only the node that is meant gets touched.
+    struct Slot {
+        KvIniNode* last;  // of its name; null: the slot is free
+        uint32_t hash;
+    };
+
+    [[nodiscard]] Slot* slots() const { return slots_.get(); }
     [[nodiscard]] size_t home(uint32_t hash) const { return hash & (slotCount_ - 1); }
     [[nodiscard]] size_t after(size_t slot) const { return (slot + 1) & (slotCount_ - 1); }
-    [[nodiscard]] size_t slotOf(const KvIniNode* node) const;
+    [[nodiscard]] size_t freeSlot(uint32_t hash) const;
+    [[nodiscard]] size_t slotOf(const KvIniText& name, uint32_t hash) const;
     void vacate(size_t slot);
 
-    ScopedHeap<KvIniNode*> slots_;  // null: free
-    size_t slotCount_ = 0;          // a power of two, at least twice the names
+    ScopedHeap<Slot> slots_;
+    size_t slotCount_ = 0;  // a power of two; at most four fifths are in use
     size_t names_ = 0;
     bool caseSensitive_;
 };

@@ -55,7 +55,7 @@ void KvIniNodeList::unlink(KvIniNode* node) {
     --size_;
 }
 
-void KvIniNodeList::forgetAll() {
+void KvIniNodeList::clear() {
     first_ = nullptr;
     last_ = nullptr;
     size_ = 0;

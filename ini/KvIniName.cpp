@@ -1,22 +1,54 @@
 #include "ini/KvIniName.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/KvText.h"
 
 namespace {
 
+// Names are compared and hashed on every look-up, so they are taken eight bytes at a time.
 constexpr size_t kWord = sizeof(uint64_t);
+constexpr size_t kHalf = sizeof(uint32_t);
 
 constexpr uint64_t everyByte(uint64_t byte) {
     return byte * 0x0101010101010101U;
 }
 
-// Eight bytes at once: names are compared and hashed on every look-up.
-uint64_t load(const char* bytes, size_t count) {
+uint64_t load(const char* bytes) {
     uint64_t word = 0;
-    memcpy(&word, bytes, count);
+    memcpy(&word, bytes, kWord);
     return word;
+}
+
+uint64_t loadHalf(const char* bytes) {
+    uint32_t half = 0;
+    memcpy(&half, bytes, kHalf);
+    return half;
+}
+
+uint64_t loadByte(const char* bytes) {
+    return static_cast<unsigned char>(*bytes);
+}
+
+// Less than eight bytes as one word; what is read twice does no harm.
+uint64_t loadShort(const char* bytes, size_t length) {
+    if (length >= kHalf) {
+        return loadHalf(bytes) | loadHalf(bytes + length - kHalf) << 32U;
+    }
+    return length == 0 ? 0
+                       : loadByte(bytes) | loadByte(bytes + length / 2) << 8U |
+                             loadByte(bytes + length - 1) << 16U;
+}
+
+size_t wordCount(size_t length) {
+    return length < kWord ? 1 : (length + kWord - 1) / kWord;
+}
+
+// The last word of a long text overlaps the one before.
+uint64_t wordAt(const char* bytes, size_t length, size_t index) {
+    return length < kWord ? loadShort(bytes, length)
+                          : load(bytes + std::min(index * kWord, length - kWord));
 }
 
 // Turns the bytes 'A' to 'Z' into 'a' to 'z' and leaves all others, those above 0x7F included.
@@ -28,18 +60,15 @@ uint64_t folded(uint64_t word) {
     return word | (isCapital >> 2U);
 }
 
-uint64_t loadName(const char* bytes, size_t count, bool caseSensitive) {
-    const uint64_t word = load(bytes, count);
-    return caseSensitive ? word : folded(word);
-}
-
 bool sameBytes(const char* a, const char* b, size_t length, bool caseSensitive) {
-    for (; length >= kWord; a += kWord, b += kWord, length -= kWord) {
-        if (loadName(a, kWord, caseSensitive) != loadName(b, kWord, caseSensitive)) {
+    for (size_t i = 0; i < wordCount(length); ++i) {
+        const uint64_t left = wordAt(a, length, i);
+        const uint64_t right = wordAt(b, length, i);
+        if (left != right && (caseSensitive || folded(left) != folded(right))) {
             return false;
         }
     }
-    return loadName(a, length, caseSensitive) == loadName(b, length, caseSensitive);
+    return true;
 }
 
 uint64_t mixed(uint64_t hash, uint64_t word) {
@@ -49,10 +78,11 @@ uint64_t mixed(uint64_t hash, uint64_t word) {
 
 uint32_t hashBytes(const char* bytes, size_t length, bool caseSensitive) {
     uint64_t hash = length;
-    for (; length >= kWord; bytes += kWord, length -= kWord) {
-        hash = mixed(hash, loadName(bytes, kWord, caseSensitive));
+    for (size_t i = 0; i < wordCount(length); ++i) {
+        const uint64_t word = wordAt(bytes, length, i);
+        hash = mixed(hash, caseSensitive ? word : folded(word));
     }
-    return static_cast<uint32_t>(mixed(hash, loadName(bytes, length, caseSensitive)));
+    return static_cast<uint32_t>(hash);
 }
 
 size_t visibleLength(const KvIniText& stored) {

@@ -2,7 +2,6 @@
 #include "ini/KvIniParse.h"
 
 #include <cstring>
-#include <new>
 #include <utility>
 
 #include "base/KvText.h"
@@ -12,8 +11,20 @@
 char KvIniUtil::s_LeftSquareBracket = '[';
 char KvIniUtil::s_RightSquareBracket = ']';
 
+namespace {
+
+// Nearly always there is nothing to trim: all white space is at or below the blank.
+TextSpan trimmed(const char* text, size_t length) {
+    const auto isText = [](char ch) { return static_cast<unsigned char>(ch) > ' '; };
+    return length > 0 && isText(text[0]) && isText(text[length - 1])
+               ? TextSpan{0, length}
+               : Str_TrimmedSpan(text, length);
+}
+
+}  // namespace
+
 void KvIniLine::trim() {
-    const TextSpan kept = Str_TrimmedSpan(text, length);
+    const TextSpan kept = trimmed(text, length);
     // Of a line of white space nothing is kept: its end may be the start of the next line.
     text += kept.begin < kept.end ? kept.begin : 0;
     length = kept.end - kept.begin;
@@ -21,7 +32,7 @@ void KvIniLine::trim() {
 }
 
 KvIniText KvIniLine::part(size_t begin, size_t end) const {
-    const TextSpan kept = Str_TrimmedSpan(text + begin, end - begin);
+    const TextSpan kept = trimmed(text + begin, end - begin);
     char* first = text + begin + kept.begin;
     first[kept.end - kept.begin] = '\0';
     return KvIniText::borrowed(first, kept.end - kept.begin);
@@ -143,7 +154,7 @@ void KvIniUtil::_takeLine(KvIniLine& line, LineEnd end, KvIniPending& pending) {
 
 void KvIniUtil::_takeKey(const KvIniLine& line, KvIniPending& pending) {
     KvIniSection* section = sections_.last();
-    std::unique_ptr<KvIniEntry> entry(new (std::nothrow) KvIniEntry);
+    KvIniEntry* entry = keyPool_.make();
     if (section == nullptr || entry == nullptr) {
         return;
     }
@@ -152,7 +163,7 @@ void KvIniUtil::_takeKey(const KvIniLine& line, KvIniPending& pending) {
     entry->name = _getKey(line);
     entry->leadingText = pending.take();
     entry->caseSensitive = section->caseSensitive;
-    section->keys.append(std::move(entry));
+    section->keys.append(entry);
 }
 
 bool KvIniUtil::_isSectionDefine(const KvIniLine& line) {

@@ -2,14 +2,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <utility>
-
-KvIniText KvIniText::borrowed(const char* bytes, size_t length) {
-    KvIniText text;
-    text.bytes_ = bytes;
-    text.tagged_ = length << 1U;
-    return text;
-}
 
 bool KvIniText::copy(const char* text) {
     KvIniText fresh;
@@ -23,24 +15,8 @@ bool KvIniText::copy(const char* text) {
         fresh.bytes_ = block;
         fresh.tagged_ = (length << 1U) | 1U;
     }
-    std::swap(bytes_, fresh.bytes_);
-    std::swap(tagged_, fresh.tagged_);
+    swap(fresh);
     return true;
-}
-
-KvIniText::KvIniText(KvIniText&& other) noexcept
-    : bytes_(std::exchange(other.bytes_, "")), tagged_(std::exchange(other.tagged_, 0)) {}
-
-KvIniText& KvIniText::operator=(KvIniText&& other) noexcept {
-    std::swap(bytes_, other.bytes_);
-    std::swap(tagged_, other.tagged_);
-    return *this;
-}
-
-KvIniText::~KvIniText() {
-    if (isOwned()) {
-        free(const_cast<char*>(bytes_));
-    }
 }
 
 void KvIniText::appendTo(KvSimpleString& out) const {

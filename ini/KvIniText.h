@@ -7,6 +7,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
+#include <utility>
 
 #include "base/KvSimpleString.h"
 
@@ -17,17 +19,29 @@ class KvIniText {
 
     // Refers to `length` bytes that outlive this object. Where c_str() will be asked for, a NUL
     // stands behind them.
-    static KvIniText borrowed(const char* bytes, size_t length);
+    static KvIniText borrowed(const char* bytes, size_t length) {
+        KvIniText text;
+        text.bytes_ = bytes;
+        text.tagged_ = length << 1U;
+        return text;
+    }
 
     // Takes a copy of a NUL-terminated text (null is ""), which may be a part of the present one.
     // False, with nothing changed, when there is no memory.
     [[nodiscard]] bool copy(const char* text);
 
-    KvIniText(KvIniText&& other) noexcept;
-    KvIniText& operator=(KvIniText&& other) noexcept;
+    KvIniText(KvIniText&& other) noexcept { swap(other); }
+    KvIniText& operator=(KvIniText&& other) noexcept {
+        swap(other);
+        return *this;
+    }
     KvIniText(const KvIniText&) = delete;
     KvIniText& operator=(const KvIniText&) = delete;
-    ~KvIniText();
+    ~KvIniText() {
+        if (isOwned()) {
+            free(const_cast<char*>(bytes_));
+        }
+    }
 
     [[nodiscard]] const char* c_str() const { return bytes_; }
     [[nodiscard]] size_t length() const { return tagged_ >> 1; }
@@ -37,6 +51,10 @@ class KvIniText {
     void appendTo(KvSimpleString& out) const;
 
   private:
+    void swap(KvIniText& other) {
+        std::swap(bytes_, other.bytes_);
+        std::swap(tagged_, other.tagged_);
+    }
     [[nodiscard]] bool isOwned() const { return (tagged_ & 1U) != 0; }
 
     const char* bytes_ = "";

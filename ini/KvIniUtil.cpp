@@ -1,7 +1,6 @@
 // Look-ups and edits of a KvIniUtil document.
 #include "ini/KvIniUtil.h"
 
-#include <new>
 #include <utility>
 
 namespace {
@@ -74,12 +73,15 @@ void KvIniUtil::del(const char* section) {
     if (found == nullptr) {
         return;
     }
-    if (found != sections_.first()) {
-        modified_ = true;
-        sections_.remove(found);
-    } else if (!found->keys.empty()) {
-        modified_ = true;
-        found->keys.clear();
+    const bool isGlobal = found == sections_.first();
+    if (isGlobal && found->keys.empty()) {
+        return;
+    }
+    modified_ = true;
+    _freeKeys(*found);
+    if (!isGlobal) {
+        sections_.unlink(found);
+        sectionPool_.giveBack(found);
     }
 }
 
@@ -92,7 +94,8 @@ void KvIniUtil::del(const char* section, const char* key) {
     modified_ = true;
     KvIniEntry* previous = found->keys.before(entry);
     handTextsOver(*entry, previous != nullptr ? previous->trailingText : found->afterHeaderText);
-    found->keys.remove(entry);
+    found->keys.unlink(entry);
+    keyPool_.giveBack(entry);
 }
 
 bool KvIniUtil::hasNonGlobalSection() const {
@@ -110,20 +113,32 @@ KvIniSection* KvIniUtil::_findSection(const char* section) const {
 }
 
 KvIniSection* KvIniUtil::_appendSection(KvIniText name, KvIniText leadingText) {
-    std::unique_ptr<KvIniSection> section(new (std::nothrow) KvIniSection);
-    if (section == nullptr) {
-        return nullptr;
+    KvIniSection* section = sectionPool_.make();
+    if (section != nullptr) {
+        section->name = std::move(name);
+        section->leadingText = std::move(leadingText);
+        section->caseSensitive = caseSensitive_;
+        sections_.append(section);
     }
-    section->name = std::move(name);
-    section->leadingText = std::move(leadingText);
-    section->caseSensitive = caseSensitive_;
-    return sections_.append(std::move(section));
+    return section;
 }
 
 void KvIniUtil::_appendKey(KvIniSection& section, const char* key, const char* value) {
-    std::unique_ptr<KvIniEntry> entry(new (std::nothrow) KvIniEntry);
-    if (entry != nullptr && entry->name.copy(key) && entry->value.copy(value)) {
-        entry->caseSensitive = section.caseSensitive;
-        section.keys.append(std::move(entry));
+    KvIniEntry* entry = keyPool_.make();
+    if (entry == nullptr) {
+        return;
     }
+    if (!entry->name.copy(key) || !entry->value.copy(value)) {
+        keyPool_.giveBack(entry);
+        return;
+    }
+    entry->caseSensitive = section.caseSensitive;
+    section.keys.append(entry);
+}
+
+void KvIniUtil::_freeKeys(KvIniSection& section) {
+    for (KvIniEntry* key = section.keys.first(); key != nullptr;) {
+        keyPool_.giveBack(std::exchange(key, section.keys.after(key)));
+    }
+    section.keys.clear();
 }

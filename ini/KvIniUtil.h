@@ -25,6 +25,7 @@
 #include "base/KvSimpleString.h"
 #include "base/KvSimpleVector.h"
 #include "ini/KvIniNode.h"
+#include "ini/KvIniPool.h"
 
 class KvIniFile;
 struct KvIniLine;
@@ -123,6 +124,7 @@ class KvIniUtil {
     [[nodiscard]] KvIniSection* _findSection(const char* section) const;
     KvIniSection* _appendSection(KvIniText name, KvIniText leadingText);
     void _appendKey(KvIniSection& section, const char* key, const char* value);
+    void _freeKeys(KvIniSection& section);
     bool _dumpTo(KvSimpleString& out) const;
 
     static char s_LeftSquareBracket;
@@ -139,5 +141,7 @@ class KvIniUtil {
     KvSimpleString trailer_;
     // What was loaded; the nodes borrow their texts from it.
     ScopedHeap<char> storage_;
+    KvIniPool<KvIniSection> sectionPool_;
+    KvIniPool<KvIniEntry> keyPool_;
     KvIniList<KvIniSection> sections_;  // the global section comes first, always
 };

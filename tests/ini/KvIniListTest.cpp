@@ -9,22 +9,35 @@
 #include <string>
 
 #include "ini/KvIniNode.h"
+#include "ini/KvIniPool.h"
 
 namespace {
 
-KvIniEntry* append(KvIniList<KvIniEntry>& list, const std::string& name) {
-    auto entry = std::make_unique<KvIniEntry>();
-    EXPECT_TRUE(entry->name.copy(name.c_str()));
-    return list.append(std::move(entry));
-}
+// A list with the pool that its nodes live in.
+class Keys : public KvIniList<KvIniEntry> {
+  public:
+    KvIniEntry* append(const std::string& name) {
+        KvIniEntry* entry = pool_.make();
+        EXPECT_TRUE(entry->name.copy(name.c_str()));
+        KvIniNodeList::append(entry);
+        return entry;
+    }
+    void remove(KvIniEntry* entry) {
+        unlink(entry);
+        pool_.giveBack(entry);
+    }
+
+  private:
+    KvIniPool<KvIniEntry> pool_;
+};
 
 TEST(KvIniList, KeepsOrderAndEnds) {
-    KvIniList<KvIniEntry> list;
+    Keys list;
     EXPECT_TRUE(list.empty());
     EXPECT_EQ(list.last(), nullptr);
-    KvIniEntry* a = append(list, "a");
-    KvIniEntry* b = append(list, "b");
-    KvIniEntry* c = append(list, "c");
+    KvIniEntry* a = list.append("a");
+    KvIniEntry* b = list.append("b");
+    KvIniEntry* c = list.append("c");
     EXPECT_EQ(list.first(), a);
     EXPECT_EQ(list.last(), c);
     EXPECT_EQ(list.before(c), b);
@@ -36,7 +49,7 @@ TEST(KvIniList, KeepsOrderAndEnds) {
     list.remove(a);
     EXPECT_TRUE(list.empty());
     EXPECT_EQ(list.last(), nullptr);
-    KvIniEntry* d = append(list, "d");
+    KvIniEntry* d = list.append("d");
     EXPECT_EQ(list.first(), d);
     EXPECT_EQ(list.last(), d);
     EXPECT_EQ(list.before(d), nullptr);
@@ -44,22 +57,22 @@ TEST(KvIniList, KeepsOrderAndEnds) {
 }
 
 TEST(KvIniList, StartsAnewAfterClear) {
-    KvIniList<KvIniEntry> list;
+    Keys list;
     for (int i = 0; i < 100; ++i) {
-        append(list, std::to_string(i));
+        list.append(std::to_string(i));
     }
     EXPECT_NE(list.find(KvIniName("42"), false), nullptr);
     list.clear();
     EXPECT_EQ(list.size(), 0U);
     EXPECT_EQ(list.find(KvIniName("42"), false), nullptr);
-    KvIniEntry* again = append(list, "42");
+    KvIniEntry* again = list.append("42");
     EXPECT_EQ(list.find(KvIniName("42"), false), again);
 }
 
 // Names that meet each other often, many of them twice; first in, first out for each.
 TEST(KvIniList, AlwaysFindsTheFirstOfAName) {
     std::mt19937 random(7);
-    KvIniList<KvIniEntry> list;
+    Keys list;
     std::map<std::string, std::deque<KvIniEntry*>> expected;
     for (int step = 0; step < 20000; ++step) {
         const std::string name = "name" + std::to_string(random() % 1500);
@@ -67,7 +80,7 @@ TEST(KvIniList, AlwaysFindsTheFirstOfAName) {
         KvIniEntry* found = list.find(KvIniName(name.c_str()), false);
         ASSERT_EQ(found, alike.empty() ? nullptr : alike.front()) << step;
         if (random() % 100 < (step / 4000 % 2 == 0 ? 70U : 30U)) {
-            alike.push_back(append(list, name));
+            alike.push_back(list.append(name));
         } else if (found != nullptr) {
             list.remove(found);
             alike.pop_front();
