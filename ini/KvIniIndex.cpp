@@ -38,7 +38,8 @@ bool KvIniIndex::add(KvIniNode* node) {
     }
     const uint32_t hash = KvIniName::hash(node->name, caseSensitive_);
     Slot& slot = slots()[slotOf(node->name, hash)];
-    if (slot.last == nullptr) {
+    node->isFirstOfName = slot.last == nullptr;
+    if (node->isFirstOfName) {
         node->nextSame = node;
         ++names_;
     } else {
@@ -57,6 +58,7 @@ void KvIniIndex::remove(KvIniNode* node) {
         --names_;
     } else {
         last->nextSame = node->nextSame;
+        node->nextSame->isFirstOfName = true;
     }
 }
 

@@ -18,8 +18,10 @@ struct KvIniNode {
     KvIniText name;
     KvIniNode* next = nullptr;
     KvIniNode* previous = nullptr;
-    KvIniNode* nextSame = nullptr;  // the index's own
     bool caseSensitive = false;
+    // Kept by the index, for the nodes that it holds:
+    bool isFirstOfName = false;
+    KvIniNode* nextSame = nullptr;
 };
 
 class KvIniIndex {

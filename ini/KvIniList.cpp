@@ -14,13 +14,30 @@ KvIniNode* KvIniNodeList::find(const KvIniName& name, bool caseSensitive) const 
         buildIndex(caseSensitive);
     }
     if (index_ != nullptr) {
-        return index_->first(name);
+        KvIniNode* found = findByHint(name, caseSensitive);
+        found = found != nullptr ? found : index_->first(name);
+        lastFound_ = found != nullptr ? found : lastFound_;
+        return found;
     }
     KvIniNode* node = first_;
     while (node != nullptr && !name.matches(node->name, caseSensitive)) {
         node = node->next;
     }
     return node;
+}
+
+// Most documents are asked for the same section again and again, and for its keys in their order:
+// that spares the walk through the index, which in large documents is the dearest part.
+KvIniNode* KvIniNodeList::findByHint(const KvIniName& name, bool caseSensitive) const {
+    const auto isWanted = [&](const KvIniNode* node) {
+        return node != nullptr && node->isFirstOfName && name.matches(node->name, caseSensitive);
+    };
+    if (lastFound_ == nullptr) {
+        return nullptr;
+    }
+    return isWanted(lastFound_->next) ? lastFound_->next
+           : isWanted(lastFound_)     ? lastFound_
+                                      : nullptr;
 }
 
 void KvIniNodeList::append(KvIniNode* node) {
@@ -41,6 +58,9 @@ void KvIniNodeList::unlink(KvIniNode* node) {
     if (index_ != nullptr) {
         index_->remove(node);
     }
+    if (lastFound_ == node) {
+        lastFound_ = node->previous;
+    }
     if (node->previous == nullptr) {
         first_ = node->next;
     } else {
@@ -60,6 +80,7 @@ void KvIniNodeList::clear() {
     last_ = nullptr;
     size_ = 0;
     index_.reset();
+    lastFound_ = nullptr;
 }
 
 // Without memory for it there is no index, and the list is walked.

@@ -30,10 +30,12 @@ class KvIniNodeList {
     KvIniNode* last_ = nullptr;
 
   private:
+    [[nodiscard]] KvIniNode* findByHint(const KvIniName& name, bool caseSensitive) const;
     void buildIndex(bool caseSensitive) const;
 
     size_t size_ = 0;
     mutable std::unique_ptr<KvIniIndex> index_;
+    mutable KvIniNode* lastFound_ = nullptr;
 };
 
 template <typename Node>

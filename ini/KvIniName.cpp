@@ -60,19 +60,10 @@ uint64_t folded(uint64_t word) {
     return word | (isCapital >> 2U);
 }
 
-bool sameBytes(const char* a, const char* b, size_t length, bool caseSensitive) {
-    for (size_t i = 0; i < wordCount(length); ++i) {
-        const uint64_t left = wordAt(a, length, i);
-        const uint64_t right = wordAt(b, length, i);
-        if (left != right && (caseSensitive || folded(left) != folded(right))) {
-            return false;
-        }
-    }
-    return true;
-}
+constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15U;
 
 uint64_t mixed(uint64_t hash, uint64_t word) {
-    hash = (hash ^ word) * 0x9E3779B97F4A7C15U;
+    hash = (hash ^ word) * kMultiplier;
     return hash ^ (hash >> 32U);
 }
 
@@ -82,7 +73,8 @@ uint32_t hashBytes(const char* bytes, size_t length, bool caseSensitive) {
         const uint64_t word = wordAt(bytes, length, i);
         hash = mixed(hash, caseSensitive ? word : folded(word));
     }
-    return static_cast<uint32_t>(hash);
+    // Numbered names differ in few bits; the high half of a product depends on all of them.
+    return static_cast<uint32_t>((hash * kMultiplier) >> 32U);
 }
 
 size_t visibleLength(const KvIniText& stored) {
@@ -97,9 +89,15 @@ KvIniName::KvIniName(const char* text) : text_(text != nullptr ? text : ""), len
     length_ = kept.end - kept.begin;
 }
 
-bool KvIniName::matches(const KvIniText& stored, bool caseSensitive) const {
-    return stored.length() >= length_ && stored.c_str()[length_] == '\0' &&
-           sameBytes(stored.c_str(), text_, length_, caseSensitive);
+bool KvIniName::sameBytes(const char* a, const char* b, size_t length, bool caseSensitive) {
+    for (size_t i = 0; i < wordCount(length); ++i) {
+        const uint64_t left = wordAt(a, length, i);
+        const uint64_t right = wordAt(b, length, i);
+        if (left != right && (caseSensitive || folded(left) != folded(right))) {
+            return false;
+        }
+    }
+    return true;
 }
 
 uint32_t KvIniName::hash(bool caseSensitive) const {

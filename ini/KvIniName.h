@@ -15,7 +15,10 @@ class KvIniName {
 
     // Whether the stored name equals this one, exactly as Str_Equal judges it: ASCII case folding
     // only, and a stored name ends at its first NUL. The stored name itself is not trimmed.
-    [[nodiscard]] bool matches(const KvIniText& stored, bool caseSensitive) const;
+    [[nodiscard]] bool matches(const KvIniText& stored, bool caseSensitive) const {
+        return stored.length() >= length_ && stored.c_str()[length_] == '\0' &&
+               sameBytes(stored.c_str(), text_, length_, caseSensitive);
+    }
 
     [[nodiscard]] uint32_t hash(bool caseSensitive) const;
 
@@ -26,6 +29,9 @@ class KvIniName {
     [[nodiscard]] static bool equal(const KvIniText& a, const KvIniText& b, bool caseSensitive);
 
   private:
+    [[nodiscard]] static bool sameBytes(const char* a, const char* b, size_t length,
+                                        bool caseSensitive);
+
     KvIniName(const char* text, size_t length) : text_(text), length_(length) {}
 
     const char* text_;

@@ -16,6 +16,9 @@ void load(benchmark::State& state) {
     }
     countKeys(state, text.keyCount());
     state.SetBytesProcessed(state.iterations() * text.size());
+    const double before = heapInUse();
+    const KvIniUtil held(text.path(), ';', false, false, '=');
+    countBytes(state, before, text.keyCount());
 }
 BENCHMARK(load)->Apply(allShapes);
 
@@ -28,6 +31,12 @@ void loadAndLookUpEveryKey(benchmark::State& state) {
         });
     }
     countKeys(state, text.keyCount());
+    const double before = heapInUse();
+    const KvIniUtil held(text.path(), ';', false, false, '=');
+    text.forEachKey([&](const char* section, const char* key) {
+        benchmark::DoNotOptimize(held.get(section, key));
+    });
+    countBytes(state, before, text.keyCount());
 }
 BENCHMARK(loadAndLookUpEveryKey)->Apply(allShapes);
 
