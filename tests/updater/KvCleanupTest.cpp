@@ -1,0 +1,380 @@
+#include "updater/KvCleanup.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "base/KvText.h"
+#include "fileop/KvVcLock.h"
+#include "ini/KvIniUtil.h"
+#include "log/KvLogSettings.h"
+#include "log/KvVcLog.h"
+#include "tests/support/ForkedProcess.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TempTree.h"
+#include "tests/updater/RunGlobals.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+const LogRecord kRemoves =
+    infoAt(3, "Flag \"keep_cache_file_on_success\" in configure file is off. Remove cached files.");
+const LogRecord kKeeps = infoAt(
+    3, "Flag \"keep_cache_file_on_success\" in configure file is on. Don't remove cached files.");
+const LogRecord kSucceeds = infoAt(-1, "VcPatch Action: remove cached files succeed.");
+
+LogRecord removed(const std::string& file) {
+    return infoAt(-1, "Remove cached file[" + file + "].");
+}
+LogRecord tagRemoved(const std::string& file) {
+    return infoAt(-1, "Remove etag file[" + file + "].");
+}
+LogRecord notRemoved(const std::string& file) {
+    return infoAt(-1, "Can not delete file [" + file + "].");
+}
+LogRecord dirRemoved(const std::string& dir) {
+    return infoAt(-1, "Directory [" + dir + "] is empty, deleted.");
+}
+
+// Holds the lock of kind 3 on a path as another process does, until it goes.
+class HeldElsewhere {
+  public:
+    explicit HeldElsewhere(const std::string& path)
+        : holder_([path](const Talk& talk) {
+              KvVcLock lock;
+              if (!lock.create(kFileAndThreadLock, path.c_str(), true)) {
+                  return 1;
+              }
+              talk.tell();
+              return talk.hears() ? 0 : 2;
+          }) {
+        EXPECT_TRUE(holder_.talk().hears());
+    }
+
+  private:
+    ForkedProcess holder_;
+};
+
+class KvCleanup : public testing::Test {
+  protected:
+    KvCleanup() {
+        Strncpy(g_VelocorePath, tree.makeDir("vc").c_str(), sizeof g_VelocorePath);
+        tree.makeDir("cache");
+    }
+
+    [[nodiscard]] std::string cache(const std::string& name) const {
+        return tree.path("cache/" + name);
+    }
+
+    // With the section "cachedfiles" made of these lines, behind the cache's path.
+    void removeCached(const std::string& lines) const {
+        remove("cachepath=" + cachePath + "\n" + lines);
+    }
+
+    void remove(const std::string& section) const {
+        const std::string text = "[cachedfiles]\n" + section;
+        KvIniUtil description(text.c_str(), ';', false, true, '=');
+        removeCachedFiles(&description);
+    }
+
+    TempTree tree;
+    std::string cachePath = tree.path("cache");
+    RunGlobals globals;
+    LogCapture log;
+};
+
+// --- The configuration.
+
+TEST_F(KvCleanup, DoesNothingWhereNoCacheIsManaged) {
+    tree.write("vc/vccfg.ini",
+               "[Downloader]\nUseCacheManagement=0\nkeep_cache_file_on_success=1\n");
+    tree.write("cache/a.bin", "1");
+    removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
+    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_TRUE(tree.exists("cache/a.bin"));
+}
+
+TEST_F(KvCleanup, KeepsTheCacheWhenAskedTo) {
+    tree.write("vc/vccfg.ini", "[downloader]\nKEEP_CACHE_FILE_ON_SUCCESS = 1 \n");
+    tree.write("cache/a.bin", "1");
+    tree.makeDir("cache/empty");
+    removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
+    EXPECT_THAT(log.records(), ElementsAre(kKeeps));
+    EXPECT_TRUE(tree.exists("cache/a.bin"));
+    EXPECT_TRUE(tree.exists("cache/empty"));
+}
+
+TEST_F(KvCleanup, TakesOnlyTheExactValues) {
+    for (const char* const config :
+         {"", "[Downloader]\n", "[Downloader]\nUseCacheManagement=00\n",
+          "[Downloader]\nUseCacheManagement=1\nkeep_cache_file_on_success=01\n",
+          "[Downloader]\nUseCacheManagement=no\nkeep_cache_file_on_success=yes\n",
+          "UseCacheManagement=0\nkeep_cache_file_on_success=1\n"}) {
+        tree.write("vc/vccfg.ini", config);
+        log.forget();
+        removeCached("cachedfilescount=0\n");
+        EXPECT_THAT(log.records(), ElementsAre(kRemoves, kSucceeds)) << config;
+        EXPECT_EQ(tree.read("vc/vccfg.ini"), config);
+    }
+}
+
+// --- The keys of the description.
+
+TEST_F(KvCleanup, EndsQuietlyWithoutACachePath) {
+    tree.makeDir("cache/empty");
+    remove("cachedfilescount=0\n");
+    EXPECT_THAT(log.records(), ElementsAre(kRemoves));
+    EXPECT_TRUE(tree.exists("cache/empty"));
+}
+
+TEST_F(KvCleanup, EndsQuietlyWithoutACount) {
+    tree.makeDir("cache/empty");
+    removeCached("cachedfile_0=,a.bin,a.etag,1\n");
+    EXPECT_THAT(log.records(), ElementsAre(kRemoves));
+    EXPECT_TRUE(tree.exists("cache/empty"));
+}
+
+TEST_F(KvCleanup, LooksOnlyForEmptyDirectoriesWhenTheCountIsBelowOne) {
+    for (const char* const count : {"0", "-1", "none", ""}) {
+        tree.makeDir("cache/empty");
+        tree.write("cache/a.bin", "1");
+        log.forget();
+        removeCached(std::string("cachedfilescount=") + count + "\ncachedfile_0=,a.bin,a.etag,1\n");
+        EXPECT_THAT(log.records(), ElementsAre(kRemoves, kSucceeds, dirRemoved(cache("empty"))));
+        EXPECT_TRUE(tree.exists("cache/a.bin"));
+        EXPECT_FALSE(tree.exists("cache/empty"));
+    }
+}
+
+TEST_F(KvCleanup, EndsAtTheFirstMissingEntry) {
+    for (const char* const count : {"3", "2147483647"}) {
+        tree.write("cache/a.bin", "1");
+        tree.write("cache/c.bin", "1");
+        tree.makeDir("cache/empty");
+        log.forget();
+        removeCached(std::string("cachedfilescount=") + count +
+                     "\ncachedfile_0=,a.bin,a.etag,1\ncachedfile_2=,c.bin,c.etag,1\n");
+        EXPECT_THAT(log.records(),
+                    ElementsAre(kRemoves, removed(cache("a.bin")), tagRemoved(cache("a.etag"))));
+        EXPECT_FALSE(tree.exists("cache/a.bin"));
+        EXPECT_TRUE(tree.exists("cache/c.bin"));
+        EXPECT_TRUE(tree.exists("cache/empty"));
+    }
+}
+
+// --- The entries.
+
+TEST_F(KvCleanup, RemovesAFileWithItsTag) {
+    tree.write("cache/sub/data.bin", "1");
+    tree.write("cache/sub/data.etag", "1");
+    tree.write("cache/sub/other", "1");
+    removeCached("cachedfilescount=1\ncachedfile_0=sub/,data.bin,data.etag,1\n");
+    EXPECT_THAT(log.records(), ElementsAre(kRemoves, removed(cache("sub/data.bin")),
+                                           tagRemoved(cache("sub/data.etag")), kSucceeds));
+    EXPECT_THAT(tree.snapshot("cache"),
+                ElementsAre(testing::Key("sub/"), testing::Key("sub/other")));
+}
+
+// The prefix brings its own separator.
+TEST_F(KvCleanup, JoinsPrefixAndNameAsTheyStand) {
+    tree.write("cache/sub-data.bin", "1");
+    removeCached("cachedfilescount=1\ncachedfile_0= sub- , data.bin ,\tdata.etag, 1 \n");
+    EXPECT_THAT(log.records(), Contains(removed(cache("sub-data.bin"))));
+    EXPECT_FALSE(tree.exists("cache/sub-data.bin"));
+}
+
+TEST_F(KvCleanup, LeavesUnmarkedEntriesAlone) {
+    for (const char* const entry : {",a.bin,a.etag,0", ",a.bin,a.etag,", ",a.bin,a.etag", ",a.bin",
+                                    "", ",a.bin,a.etag,11", ",a.bin,a.etag,,1"}) {
+        tree.write("cache/a.bin", "1");
+        tree.write("cache/a.etag", "1");
+        log.forget();
+        removeCached(std::string("cachedfilescount=1\ncachedfile_0=") + entry + "\n");
+        EXPECT_THAT(log.records(), ElementsAre(kRemoves, kSucceeds)) << entry;
+        EXPECT_TRUE(tree.exists("cache/a.bin"));
+        EXPECT_TRUE(tree.exists("cache/a.etag"));
+    }
+}
+
+TEST_F(KvCleanup, TakesFurtherFieldsForNothing) {
+    tree.write("cache/a.bin", "1");
+    removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1,0,rest\n");
+    EXPECT_FALSE(tree.exists("cache/a.bin"));
+}
+
+TEST_F(KvCleanup, CountsAFileThatIsGoneAsRemoved) {
+    tree.write("cache/a.etag", "1");
+    removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
+    EXPECT_THAT(log.records(), ElementsAre(kRemoves, removed(cache("a.bin")),
+                                           tagRemoved(cache("a.etag")), kSucceeds));
+    EXPECT_FALSE(tree.exists("cache/a.etag"));
+}
+
+TEST_F(KvCleanup, TakesNamesWithoutEmptyFieldsForTheCacheItself) {
+    removeCached("cachedfilescount=1\ncachedfile_0=,,,1\n");
+    EXPECT_THAT(log.records(),
+                ElementsAre(kRemoves, removed(cache("")), tagRemoved(cache("")), kSucceeds));
+    EXPECT_FALSE(tree.exists("cache"));
+}
+
+TEST_F(KvCleanup, ReportsAFileThatCannotBeDeletedAndGoesOn) {
+    tree.write("cache/b.bin", "1");
+    // No system deletes a directory by this name.
+    removeCached("cachedfilescount=2\ncachedfile_0=,.,a.etag,1\ncachedfile_1=,b.bin,b.etag,1\n");
+    EXPECT_THAT(log.records(),
+                ElementsAre(kRemoves, notRemoved(cache(".")), removed(cache("b.bin")),
+                            tagRemoved(cache("b.etag")), kSucceeds));
+    EXPECT_FALSE(tree.exists("cache/b.bin"));
+}
+
+TEST_F(KvCleanup, KeepsAFileThatAnotherProcessHolds) {
+    tree.write("cache/a.bin", "1");
+    tree.write("cache/a.etag", "1");
+    const HeldElsewhere held(cache("a.bin"));
+    removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
+    // It counts as removed all the same, and its tag file goes.
+    EXPECT_THAT(log.records(), ElementsAre(kRemoves, removed(cache("a.bin")),
+                                           tagRemoved(cache("a.etag")), kSucceeds));
+    EXPECT_TRUE(tree.exists("cache/a.bin"));
+    EXPECT_FALSE(tree.exists("cache/a.etag"));
+}
+
+TEST_F(KvCleanup, KeepsAFileWhoseLockCannotBeHad) {
+    const std::string longest(255, 'x');
+    tree.write("cache/" + longest, "1");
+    removeCached("cachedfilescount=1\ncachedfile_0=," + longest + ",a.etag,1\n");
+    EXPECT_THAT(log.records(), Contains(removed(cache(longest))));
+    EXPECT_TRUE(tree.exists("cache/" + longest));
+}
+
+TEST_F(KvCleanup, LeavesNoLockFilesBehind) {
+    tree.write("cache/a.bin", "1");
+    tree.makeDir("cache/empty");
+    removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
+    EXPECT_THAT(tree.snapshot("cache"), IsEmpty());
+}
+
+// --- The directories.
+
+TEST_F(KvCleanup, RemovesDirectoriesWithoutAByte) {
+    tree.makeDir("cache/empty");
+    tree.makeDir("cache/nest/of/empty/ones");
+    tree.write("cache/hollow/zero.bin", "");
+    tree.write("cache/half/full/data.bin", "1");
+    tree.makeDir("cache/half/empty");
+    tree.write("cache/top.bin", "");
+    removeCached("cachedfilescount=0\n");
+
+    EXPECT_THAT(log.records(),
+                UnorderedElementsAre(kRemoves, kSucceeds, dirRemoved(cache("empty")),
+                                     dirRemoved(cache("nest")), dirRemoved(cache("hollow")),
+                                     dirRemoved(cache("half/empty"))));
+    EXPECT_THAT(tree.snapshot("cache"),
+                UnorderedElementsAre(testing::Key("half/"), testing::Key("half/full/"),
+                                     testing::Key("half/full/data.bin"), testing::Key("top.bin")));
+}
+
+TEST_F(KvCleanup, RemovesADirectoryThatItsOwnFilesLeftEmpty) {
+    tree.write("cache/sub/data.bin", "1");
+    tree.write("cache/sub/data.etag", "1");
+    removeCached("cachedfilescount=1\ncachedfile_0=sub/,data.bin,data.etag,1\n");
+    EXPECT_THAT(tree.snapshot("cache"), IsEmpty());
+    EXPECT_TRUE(tree.exists("cache"));
+}
+
+TEST_F(KvCleanup, KeepsADirectoryThatAnotherProcessHolds) {
+    tree.makeDir("cache/held/inner");
+    tree.makeDir("cache/free");
+    const HeldElsewhere held(cache("held"));
+    removeCached("cachedfilescount=0\n");
+    EXPECT_FALSE(tree.exists("cache/free"));
+    EXPECT_TRUE(tree.exists("cache/held"));
+    // The walk goes on below: nobody holds this one.
+    EXPECT_FALSE(tree.exists("cache/held/inner"));
+}
+
+TEST_F(KvCleanup, MissesNoCache) {
+    cachePath = tree.path("nowhere");
+    removeCached("cachedfilescount=0\n");
+    EXPECT_THAT(log.records(), ElementsAre(kRemoves, kSucceeds));
+    EXPECT_FALSE(tree.exists("nowhere"));
+}
+
+TEST_F(KvCleanup, LooksForNothingInNoDescription) {
+    removeCachedFiles(nullptr);
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
+// --- The callbacks.
+
+KvFileOpUtil::CallbackEntry entryOf(const std::string& path, uint32_t action) {
+    KvFileOpUtil::CallbackEntry entry{};
+    entry.cbSize = sizeof entry;
+    entry.path = path.c_str();
+    entry.action = action;
+    return entry;
+}
+
+TEST_F(KvCleanup, AsksOnlyAboutFilesThatAreDeleted) {
+    const std::string file = tree.write("cache/a.bin", "1");
+    const HeldElsewhere held(file);
+    for (uint32_t action = KvFileOpUtil::kNewFile; action <= KvFileOpUtil::kVisitFile; ++action) {
+        KvFileOpUtil::CallbackEntry entry = entryOf(file, action);
+        EXPECT_EQ(CB_DeleteFile(&entry), action == KvFileOpUtil::kDeleteFile ? 2 : 0);
+    }
+    EXPECT_EQ(CB_DeleteFile(nullptr), 0);
+}
+
+TEST_F(KvCleanup, LetsAFreeFileBeDeleted) {
+    const std::string file = tree.write("cache/a.bin", "1");
+    KvFileOpUtil::CallbackEntry entry = entryOf(file, KvFileOpUtil::kDeleteFile);
+    EXPECT_EQ(CB_DeleteFile(&entry), 0);
+    EXPECT_TRUE(tree.exists("cache/a.bin"));
+    EXPECT_FALSE(tree.exists("cache/a.bin.lock"));
+}
+
+TEST_F(KvCleanup, DeletesOnlyVisitedDirectories) {
+    const std::string dir = tree.makeDir("cache/empty");
+    for (uint32_t action = KvFileOpUtil::kNewFile; action <= KvFileOpUtil::kVisitFile; ++action) {
+        if (action != KvFileOpUtil::kVisitDir) {
+            KvFileOpUtil::CallbackEntry entry = entryOf(dir, action);
+            EXPECT_EQ(CB_CheckEmptyDir(&entry), 0);
+        }
+    }
+    EXPECT_TRUE(tree.exists("cache/empty"));
+    EXPECT_EQ(CB_CheckEmptyDir(nullptr), 0);
+}
+
+TEST_F(KvCleanup, TellsAnEmptyDirectoryByItsLine) {
+    const std::string dir = tree.makeDir("cache/empty");
+    KvFileOpUtil::CallbackEntry entry = entryOf(dir, KvFileOpUtil::kVisitDir);
+    EXPECT_EQ(CB_CheckEmptyDir(&entry), 0);
+    EXPECT_EQ(s_line, 154);
+    EXPECT_EQ(s_type, kLogInfo);
+    EXPECT_THAT(log.records(), ElementsAre(dirRemoved(dir)));
+}
+
+TEST_F(KvCleanup, SkipsAHeldDirectory) {
+    const std::string dir = tree.makeDir("cache/held");
+    const HeldElsewhere held(dir);
+    KvFileOpUtil::CallbackEntry entry = entryOf(dir, KvFileOpUtil::kVisitDir);
+    EXPECT_EQ(CB_CheckEmptyDir(&entry), 2);
+    EXPECT_TRUE(tree.exists("cache/held"));
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_F(KvCleanup, PassesOverADirectoryWithContents) {
+    tree.write("cache/full/a.bin", "1");
+    const std::string dir = cache("full");
+    KvFileOpUtil::CallbackEntry entry = entryOf(dir, KvFileOpUtil::kVisitDir);
+    EXPECT_EQ(CB_CheckEmptyDir(&entry), 0);
+    EXPECT_TRUE(tree.exists("cache/full/a.bin"));
+}
+
+}  // namespace

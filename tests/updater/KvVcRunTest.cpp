@@ -1,0 +1,121 @@
+// The run sequence inside this process: what it publishes and how it ends.
+#include "updater/KvVcRun.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "base/KvText.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TempTree.h"
+#include "tests/updater/RunGlobals.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+class KvVcRun : public testing::Test {
+  protected:
+    // Runs on a description with these lines in `[common]`.
+    int run(const std::string& common) {
+        tree.write("staging/VcPatch.ini", "[common]\nvelocore_path=" + root + "\n" + common);
+        return runArguments({"VcPatch", tree.path("staging")});
+    }
+
+    static int runArguments(std::vector<std::string> arguments) {
+        std::vector<char*> pointers;
+        for (std::string& argument : arguments) {
+            pointers.push_back(argument.data());
+        }
+        pointers.push_back(nullptr);
+        return runVcPatch(static_cast<int>(arguments.size()), pointers.data());
+    }
+
+    TempTree tree;
+    std::string root = tree.makeDir("vc");
+    RunGlobals globals;
+};
+
+TEST_F(KvVcRun, PublishesItsPaths) {
+    EXPECT_EQ(run("action=2\n"), 0);
+    EXPECT_EQ(g_VCTempPath, tree.path("staging"));
+    EXPECT_EQ(g_VelocorePath, root);
+    EXPECT_EQ(g_VelocoreDataPath, root + "/VC_Data");
+}
+
+TEST_F(KvVcRun, PublishesTheRootAsDataDirectoryInTheOldOrganisation) {
+    tree.write("vc/vccfg.ini", "[common]\nbkd_use_old_dir_organization=1\n");
+    EXPECT_EQ(run("action=2\n"), 0);
+    EXPECT_EQ(g_VelocoreDataPath, root);
+}
+
+TEST_F(KvVcRun, PublishesLibraryNamesCutToTwentyCharacters) {
+    EXPECT_EQ(run("action=2\nVCLib=abcdefghijklmnopqrstuvwxyz\nSavLib=abcdefghijklmnopqrst\n"
+                  "RstLib=short\n"),
+              0);
+    EXPECT_STREQ(g_VelocoreLib, "abcdefghijklmnopqrst");
+    EXPECT_STREQ(g_SavFileLib, "abcdefghijklmnopqrst");
+    EXPECT_STREQ(g_RstFileLib, "short");
+}
+
+TEST_F(KvVcRun, LeavesLibraryNamesEmptyWithoutTheirKeys) {
+    EXPECT_EQ(run("action=2\n"), 0);
+    EXPECT_STREQ(g_VelocoreLib, "");
+    EXPECT_STREQ(g_SavFileLib, "");
+    EXPECT_STREQ(g_RstFileLib, "");
+}
+
+TEST_F(KvVcRun, CutsARootThatIsTooLong) {
+    root = "/" + std::string(1500, 'r');
+    EXPECT_EQ(run("action=2\n"), 0);
+    EXPECT_EQ(g_VelocorePath, root.substr(0, 1023));
+    EXPECT_EQ(tree.read("staging/VcResult.ini"), "result=0\n");
+}
+
+TEST_F(KvVcRun, SetsTheCodePage) {
+    EXPECT_EQ(run("action=2\ncodepage=936x\n"), 0);
+    EXPECT_EQ(GetCurrentCharType(), 936U);
+}
+
+TEST_F(KvVcRun, LeavesTheCodePageWithoutTheKey) {
+    const CodePage japanese(932);
+    EXPECT_EQ(run("action=2\n"), 0);
+    EXPECT_EQ(GetCurrentCharType(), 932U);
+}
+
+TEST_F(KvVcRun, ReportsEveryMessageAsProgress) {
+    const LogCapture log;
+    EXPECT_EQ(run("action=7\n"), 0);
+    EXPECT_THAT(log.records(),
+                ElementsAre(infoAt(6, "VcPatch[1.0.0.1027] argv[1]: " + tree.path("staging") +
+                                          "\nVC Path: " + root),
+                            errorAt(6, "VcPatch Action: Undefined action value."),
+                            infoAt(6, "Writing result file (" + tree.path("staging/VcResult.ini") +
+                                          "), status = 57"),
+                            infoAt(6, "VcPatch end.")));
+}
+
+TEST_F(KvVcRun, ReportsAMissingActionAsAnError) {
+    const LogCapture log;
+    EXPECT_EQ(run(""), 0);
+    ASSERT_EQ(log.records().size(), 4U);
+    EXPECT_EQ(log.records()[1], errorAt(6, "VcPatch fetch (common:action) failed."));
+}
+
+TEST_F(KvVcRun, ReportsAnAgentVersionThatRollbackDoesNotKnow) {
+    const LogCapture log;
+    EXPECT_EQ(run("action=1\nitemcount=1\npatchagent.version=5\n[item_0]\nclass=3\ntype=5\n"
+                  "origin.version=1\nresult.version=2\ndestination=/nowhere\n"),
+              0);
+    EXPECT_THAT(log.records(),
+                testing::Contains(errorAt(6, "rollback: unkown patch agent version number.")));
+    EXPECT_EQ(tree.read("staging/VcResult.ini"), "result=0\n");
+}
+
+TEST_F(KvVcRun, TellsTheLogWhereTheRootIs) {
+    EXPECT_EQ(run("action=2\n"), 0);
+    EXPECT_TRUE(tree.exists("vc/VC_Data/VC_Log/KvuDump.txt"));
+}
+
+}  // namespace
