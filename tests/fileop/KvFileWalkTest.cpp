@@ -207,7 +207,7 @@ TEST_F(KvFileWalkTest, ATreeOf500LevelsNeedsNoDescriptors) {
         path += "/abcde";
     }
     fs::create_directories(path);
-    const FewDescriptors few(nextDescriptor() + 1);
+    const FewDescriptors few(nextDescriptor() + 4);
     EXPECT_TRUE(walk("d"));
     EXPECT_EQ(recorder.steps.size(), 501U);
 }
