@@ -87,7 +87,7 @@ TEST(MakeItemPath, GoesOnFromTheCutBaseWhenTheFirstJoinDoesNotFit) {
 TEST(MakeItemPath, MakesTheDirectoryThatWasJoinedWhateverTheJoinsGave) {
     const TempTree tree;
     const tag_ItemInfo item = itemOf(1, 4000000000);
-    const std::string base = tree.path();
+    const std::string& base = tree.path();
     std::string out(base.size() + sizeof "/1/4", '\0');
     EXPECT_EQ(
         MakeItemPath(out.data(), static_cast<unsigned int>(out.size()), base.c_str(), &item, true),
