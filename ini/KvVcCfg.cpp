@@ -18,9 +18,11 @@ bool isOn(const KvIniUtil& config, const char* section, const char* key) {
 KvVcCfg::KvVcCfg(const char* directory) {
     char file[kPathCapacity];
     const KvSimpleString name = KvFileOpUtil::getFileName("vccfg.ini");
+    // A name that does not fit would be cut to another file's.
     if (directory == nullptr || CatPathWithPath(file, sizeof file, directory, name.c_str()) != 0) {
         return;
     }
+    // Never modified, so its end writes nothing back.
     const KvIniUtil config(file, ';', false, false, '=');
     useOldDirOrganization_ = isOn(config, "common", "bkd_use_old_dir_organization");
     forceDuplicatePatchagent_ = isOn(config, nullptr, "ForceDuplicatePatchagent");

@@ -32,7 +32,7 @@ KvSimpleString makeHtmlRecord(const KvLogFields& fields, const char* message) {
         return "\n<hr>\n";
     }
     // The time needs no escaping: it holds no character that has an escape, and no two spaces.
-    char head[192];
+    char head[192];  // wide enough for the longest numbers
     (void)Snprintf(head, sizeof head,
                    "<span id=\"typ\"> %s\n</span><span id=\"tme\"> %.*s\n</span>"
                    "<span id=\"pid\"> P[%u]\n</span><span id=\"tid\"> T[%u]\n</span>"

@@ -20,6 +20,7 @@ bool isTooLong(int fd) {
 }
 
 bool measure(const char* path) {
+    // Opened, not looked up: a log that cannot be read is as good as none.
     ScopedFd file(open(path, O_RDONLY | O_CLOEXEC));
     if (!file.isOpen()) {
         return true;
@@ -41,6 +42,7 @@ bool appendToLog(const char* path, const char* text, size_t length) {
     size_t written = 0;
     while (file.isOpen() && written < length) {
         const ssize_t count = write(file.get(), text + written, length - written);
+        // A full disk takes a part; the rest is tried once more, and then given up.
         if (count > 0) {
             written += static_cast<size_t>(count);
         } else if (count == 0 || errno != EINTR) {
@@ -51,6 +53,7 @@ bool appendToLog(const char* path, const char* text, size_t length) {
 }
 
 bool checkLogFileSize(const char* path) {
+    // Asking for the size each time would double the cost of a message.
     static int count = 0;
     if (count != 0) {
         count = count < kCallsBetweenChecks ? count + 1 : 0;

@@ -31,6 +31,7 @@ bool isLogFileMode() {
     return s_mode == kModeLogFile || s_mode == kModeLogFileToo;
 }
 
+// In this order: whether HTML counts depends on the mode just read.
 void readOutput(const KvIniUtil& config) {
     s_level = numberOr(config.get("Debug", "Level"), kDefaultLevel);
     s_mode = numberOr(config.get("Debug", "log_mode"), kModeLogFile);
@@ -45,6 +46,7 @@ void readCodePage(const KvIniUtil& config) {
 }
 
 void readLimits(const KvIniUtil& config) {
+    // Unlike the limit for extraction, where 0 is a limit, a log of no size makes no sense.
     const int logSize = leadingNumber(config.get("Debug", "log_size"));
     g_log_file_size = logSize != 0 ? mebibytes(logSize) : kDefaultLogSize;
 
@@ -69,6 +71,7 @@ uint32_t g_extract_limit_size = kDefaultExtractLimit;
 
 void _reInit() {
     KvIniUtil config(s_config_file, ';', false, false, '=');
+    // The file belongs to the updater; whatever happens below, it is not written from here.
     config.discard();
     readOutput(config);
     readCodePage(config);

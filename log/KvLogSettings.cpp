@@ -3,6 +3,8 @@
 #include "base/KvText.h"
 #include "ini/KvVcCfg.h"
 
+// The values before the first reading are those of a missing configuration.
+
 int s_level = 5;
 int s_mode = kModeLogFile;
 bool s_html = false;
@@ -22,6 +24,7 @@ bool joinLogPath(char (&path)[kPathCapacity], const char* base, const char* name
 }
 
 bool findDataPath(char (&path)[kPathCapacity]) {
+    // Asked of the file each time: the directory may have changed since the last question.
     if (KvVcCfg(s_vcpath).UseOldDirOrganization()) {
         (void)Strncpy(path, s_vcpath, kPathCapacity);  // of equal capacity: always fits
         return true;

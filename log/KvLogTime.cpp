@@ -8,6 +8,7 @@ void formatStamp(char (&stamp)[kStampCapacity], const tm* local) {
         (void)Strncpy(stamp, "20380118 00:00:00\n", kStampCapacity);
         return;
     }
+    // The limit leaves room for the "\n" whatever the year is.
     (void)Snprintf(stamp, kStampCapacity - 1, "%04d%02d%02d %02d:%02d:%02d", local->tm_year + 1900,
                    local->tm_mon + 1, local->tm_mday, local->tm_hour, local->tm_min, local->tm_sec);
     stamp[kStampLength] = '\n';
@@ -15,6 +16,7 @@ void formatStamp(char (&stamp)[kStampCapacity], const tm* local) {
 }
 
 const char* GetTime() {
+    // Shared by all callers, who pass the text on at once: one record is written at a time.
     static char strtime[kStampCapacity];
     const time_t now = time(nullptr);
     formatStamp(strtime, localtime(&now));

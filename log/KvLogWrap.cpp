@@ -49,6 +49,7 @@ size_t findBreak(const Message& message, size_t lineStart) {
     return message.isWordAt(at) ? breakAtWord(message, at) : skipSeparators(message, at);
 }
 
+// A piece may hold line feeds of its own, where separators were passed over at its end.
 void appendLines(KvSimpleString& out, const char* text, size_t length, const char* lineBreak) {
     const Message lines{text, length};
     for (size_t start = 0; start <= length;) {
@@ -67,6 +68,7 @@ void appendWrapped(KvSimpleString& out, const char* message, size_t length, cons
     const Message whole{message, length};
     size_t lineEnd = whole.findLineEnd(0);
     for (size_t start = 0; start < length;) {
+        // Kept over the lines that end before it, so that each byte is looked at once.
         if (lineEnd < start) {
             lineEnd = whole.findLineEnd(start);
         }

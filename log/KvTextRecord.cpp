@@ -15,10 +15,12 @@ KvSimpleString makeTextRecord(const KvLogFields& fields, const char* message) {
     if (isSeparatorLine(message)) {
         return record += message;
     }
+    // Wide enough for the longest numbers; its real width is the indent.
     char prefix[64];
     const int width =
         Snprintf(prefix, sizeof prefix, "%s %.*s %u %u%s ", fields.isError ? "Err" : "Inf",
                  kStampLength, fields.stamp, fields.process, fields.thread, fields.fileAndLine);
+    // Given to the wrapping, so that the message is copied once.
     KvSimpleString lineBreak("\n");
     lineBreak.append(width, ' ');
 

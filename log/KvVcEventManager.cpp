@@ -51,6 +51,7 @@ void fillDefaultContext() {
 
 }  // namespace
 
+// Nothing that is called here may report: there is no manager yet to carry the message.
 KvVcEventManager::KvVcEventManager() {
     findVelocorePath(s_vcpath);
     (void)joinLogPath(s_config_file, s_vcpath, kConfigName);
@@ -73,6 +74,7 @@ void KvVcEventManager::resetVCPath(const char* velocorePath) {
     if (velocorePath == nullptr) {
         return;
     }
+    // Waits for another thread that is switching: half of each directory's settings fits nobody.
     const KvVcLock lock(kThreadLock, kPathLock, true);
     if (!lock.isLocked()) {
         return;

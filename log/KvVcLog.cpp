@@ -12,8 +12,10 @@ KvSimpleString s_file;
 
 namespace {
 
+// Also bounds what one message costs: agents pass on texts of any length.
 constexpr size_t kMessageCapacity = 20480;
 
+// A kind that nobody knows is dropped rather than shown under a wrong label.
 void publish(const char* text, int level) {
     if (s_type == kLogInfo) {
         KvInfoEvent(text, level).publish();
@@ -41,6 +43,7 @@ void Throw_Event(int level, const char* format, ...) {
     publish(text, level);
 }
 
+// By hand: `isalnum` follows the locale, and the log of a machine must not.
 bool IsWordSeparator(char c) {
     const bool isLetter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
     return !(isLetter || IsDigit(c) || c == '_');

@@ -41,6 +41,7 @@ void deliverIf(KvEvent* event, KvEventType wanted, int line, VcLogType_t type) {
     if (event == nullptr || event->getEventType() != wanted) {
         return;
     }
+    // The type is what tells that the cast is right.
     if (static_cast<Event*>(event)->getLevel() >= s_level) {
         deliver(event->toString(), line, type);
     }

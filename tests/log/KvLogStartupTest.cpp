@@ -14,6 +14,8 @@
 
 namespace {
 
+const std::string kProbes = std::string(KV_PROBE_DIR) + "/";
+
 struct LinkOrder {
     std::string program;
     bool strangerIsHeard;  // its static object was made after the log and goes before it
@@ -48,7 +50,7 @@ class KvLogStartupTest : public testing::TestWithParam<LinkOrder> {
     std::string run(const std::string& config) {
         (void)tree_.write("vccfg.ini", config);
         const std::string program = tree_.path("program");
-        std::filesystem::copy_file(std::string(KV_PROBE_DIR) + "/" + GetParam().program, program);
+        std::filesystem::copy_file(kProbes + GetParam().program, program);
         const ChildResult result = runChild({program, {}, "/"});
         EXPECT_EQ(result.exitCode, 0) << result.err;
         output_ = result.out;
@@ -92,10 +94,36 @@ TEST_P(KvLogStartupTest, canBeSilent) {
     EXPECT_FALSE(tree_.exists("VC_Data"));
 }
 
-#ifdef KV_COST_PROBE
+TEST_P(KvLogStartupTest, fillsTheContext) {
+    const std::string place = tree_.path() + "/";
+    (void)run("[Debug]\nLevel=7\n");
+    EXPECT_EQ(output_, place + " " + place + " " + place + "VC_Data\n");
+    std::filesystem::remove(tree_.path("program"));
+    (void)run("[Debug]\nLevel=7\n[common]\nbkd_use_old_dir_organization=1\n");
+    EXPECT_EQ(output_, place + " " + place + " " + place + "\n");
+}
+
+#ifdef KV_HAS_WRAPPED_PROBES
+
+TEST(KvLogStartupWithoutModuleTest, takesTheWorkingDirectory) {
+    const TempTree tree;
+    const std::string place = std::filesystem::canonical(tree.path()).string();
+    const ChildResult result = runChild({kProbes + "startup_no_module", {}, tree.path()});
+    EXPECT_EQ(result.out, place + " " + place + " " + place + "/VC_Data\n") << result.err;
+    EXPECT_TRUE(tree.exists("VC_Data/VC_Log/KvuDump.txt"));
+}
+
+TEST(KvLogStartupWithoutModuleTest, takesADotWhereTheWorkingDirectoryIsGone) {
+    const TempTree tree;
+    const std::string command = "rmdir \"$PWD\" && exec " + kProbes + "startup_no_module";
+    const ChildResult result = runChild({"/bin/sh", {"-c", command}, tree.makeDir("gone")});
+    EXPECT_EQ(result.out, "./ ./ ./VC_Data\n") << result.err;
+}
+
 TEST(LogCostTest, aLongMessageTakesOneOpenOneWriteAndOneClose) {
     const TempTree tree;
-    const ChildResult result = runChild({KV_COST_PROBE, {tree.path()}});
+    const ChildResult result = runChild({kProbes + "log_cost_probe", {tree.path()}});
     EXPECT_EQ(result.out, "1 open, 1 write, 1 close\n") << result.err;
 }
+
 #endif

@@ -7,6 +7,7 @@
 #include "log/KvLogRecord.h"
 #include "log/KvVcLog.h"
 #include "tests/log/LogDir.h"
+#include "tests/support/ForkedProcess.h"
 
 namespace {
 
@@ -135,4 +136,34 @@ TEST(KvLogWriteTest, toleratesMissingArguments) {
     Log_Set(nullptr, 0, kLogInfo);
     Log_Write(tree.path("log.txt").c_str(), false, nullptr);
     EXPECT_EQ(withoutTime(tree.read("log.txt")), textPrefix("Inf"));
+}
+
+// Four processes at once: each record is one write, so none is torn by another.
+TEST(KvLogWriteTest, keepsTheRecordsOfSeveralProcessesWhole) {
+    constexpr int kRecords = 50;
+    const TempTree tree;
+    const std::string path = tree.path("log.htm");
+    const auto body = [&path](const Talk& talk) {
+        const bool started = talk.hears();
+        for (int i = 0; started && i < kRecords; ++i) {
+            writeInfo(path, true, std::string(20000, 'x'));
+        }
+        return started ? 0 : 1;
+    };
+    letNextCallsNotMeasure();
+    ForkedProcess children[] = {ForkedProcess(body), ForkedProcess(body), ForkedProcess(body),
+                                ForkedProcess(body)};
+    for (const ForkedProcess& child : children) {
+        child.talk().tell();
+    }
+    for (ForkedProcess& child : children) {
+        EXPECT_EQ(child.finish(), 0);
+    }
+    const std::string log = tree.read("log.htm");
+    const std::string message = " " + std::string(20000, 'x') + "\n<br>\n</span>";
+    int whole = 0;
+    for (size_t at = log.find(message); at != std::string::npos; at = log.find(message, at + 1)) {
+        ++whole;
+    }
+    EXPECT_EQ(whole, 4 * kRecords);
 }

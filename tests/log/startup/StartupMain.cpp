@@ -1,5 +1,8 @@
-// A program that reports and does nothing else for its log.
+// A program that reports, tells what the log found at its start, and does nothing else for its log.
+#include <cstdio>
+
 #include "log/KvReport.h"
+#include "log/KvVcEventManager.h"
 
 namespace {
 
@@ -9,5 +12,7 @@ constexpr char kModule[] = "StartupMain";
 
 int main() {
     KV_INFO(kLevelProgress, "from main");
+    (void)printf("%s %s %s\n", g_DefaultContext.velocorePath, g_DefaultContext.workPath,
+                 g_DefaultContext.dataPath);
     return 0;
 }
