@@ -96,10 +96,14 @@ unsigned runAction(KvIniUtil& document, bool nowaiting) {
 }
 
 void finish(const Outcome& outcome) {
-    if (outcome.nowaiting) {
-        CleanupTempFiles(outcome.status == kStatusSuccess, g_VCTempPath, g_VelocoreDataPath);
-    } else {
-        writeResult(static_cast<int>(outcome.status));
+    try {
+        if (outcome.nowaiting) {
+            CleanupTempFiles(outcome.status == kStatusSuccess, g_VCTempPath, g_VelocoreDataPath);
+        } else {
+            writeResult(static_cast<int>(outcome.status));
+        }
+    } catch (const std::bad_alloc&) {
+        // What is left undone harms nobody; the run still ends in order.
     }
 }
 
