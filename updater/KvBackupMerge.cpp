@@ -13,6 +13,15 @@
 #include "updater/KvHeap.h"
 #include "updater/KvRecordContents.h"
 
+// What the disk holds while one item is merged:
+//   1. The record is read, and rewritten where it was damaged. It names the former generation.
+//   2. The files of the former generation are deleted. The record still names them, so that none of
+//      their names is given out again.
+//   3. The record is written. It names the files of this run, which exist since before the merge.
+// A crash before 3 leaves a record that names deleted files; one during 3 leaves a torn record,
+// which the next merge repairs. The files of this run then have no owner but stay unharmed: a name
+// that exists is not given out.
+
 namespace {
 
 constexpr char kModule[] = "KvUpdaterStru";
@@ -25,6 +34,7 @@ void createStore(const backupStru& run, const char* recordPath) {
     }
     const RecordDocument record = openRecord(recordPath);
     if (record) {
+        // Written when the document is released.
         writeRecordCommon(*record, 0, run.patchAgentVersion, run.patchAgentFile);
     }
 }
@@ -73,6 +83,7 @@ uint64_t prepareSection(KvIniUtil& record, const backupStru& old, const backupIt
     const backupItem* const former = findFormer(record, old, item, number);
     BackupKey section;
     if (former != nullptr) {
+        // Only the overwritten files have copies; the added ones are for a rollback to delete.
         deleteWrittenBackups(*former, item, DeletionReport::kLogged);
         makeItemSection(section, number);
         clearSection(record, section);
@@ -106,6 +117,7 @@ bool mergeItem(const backupStru& run, const backupItem& item, uint32_t& touched)
     const uint64_t number = prepareSection(*record, old.get(), item);
     touched = static_cast<uint32_t>(number);
     writeItemSection(*record, number, item, logWrittenKey);
+    // Kept: the document is written once more when it is released, unless a repair took its path.
     if (!record->flushTo(path)) {
         KV_INFO(kLevelProgress, "Flush VcBackup.ini failed");
     }

@@ -76,6 +76,8 @@ bool makeFirstFree(const KvBackupNameSet& mentioned, const char* directory, char
         if (result == Creation::kFailed) {
             return false;
         }
+        // A name that was taken after all, by a file of this moment or by one whose name differs in
+        // case where the file system sees no difference, is known from here on too.
         taken->insert(number);
         if (result == Creation::kMade) {
             takenNames.remember(directory);

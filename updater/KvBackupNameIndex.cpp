@@ -4,7 +4,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <cstring>
+#include <string_view>
 
 #include "base/KvScoped.h"
 #include "base/KvText.h"
@@ -22,8 +22,7 @@ constexpr int64_t kSecond = 1000000000;
 constexpr int64_t kSettledWindow = kSecond / 5;
 constexpr int64_t kCoarseWindow = 3 * kSecond;
 
-constexpr char kNameStart[] = "backup.";
-constexpr size_t kNameStartLength = sizeof kNameStart - 1;
+constexpr std::string_view kNameStart = "backup.";
 constexpr size_t kDigitCount = 3;
 constexpr size_t kBase = 36;
 
@@ -61,6 +60,7 @@ size_t digitValue(char digit) {
 size_t numberOfDigits(const char* digits) {
     size_t number = 0;
     for (size_t i = 0; i < kDigitCount; ++i) {
+        // A text that ends too early stops at its NUL, which is no digit.
         const size_t value = digitValue(digits[i]);
         if (value == kBase) {
             return kBackupNameCount;
@@ -106,20 +106,23 @@ size_t KvBackupNameSet::firstOutside(const KvBackupNameSet& a, const KvBackupNam
 }
 
 size_t numberOfBackupName(const char* name) {
-    const bool fits = strncmp(name, kNameStart, kNameStartLength) == 0 &&
-                      strlen(name) == kNameStartLength + kDigitCount;
-    return fits ? numberOfDigits(name + kNameStartLength) : kBackupNameCount;
+    const std::string_view text(name);
+    const bool fits = text.compare(0, kNameStart.size(), kNameStart) == 0 &&
+                      text.size() == kNameStart.size() + kDigitCount;
+    return fits ? numberOfDigits(name + kNameStart.size()) : kBackupNameCount;
 }
 
 void insertBackupNames(const char* text, KvBackupNameSet& names) {
-    const char* found = text != nullptr ? strstr(text, kNameStart) : nullptr;
-    while (found != nullptr) {
-        const char* const digits = found + kNameStartLength;
-        const size_t number = numberOfDigits(digits);
+    const std::string_view value(text != nullptr ? text : "");
+    size_t found = value.find(kNameStart);
+    while (found != std::string_view::npos) {
+        const size_t digits = found + kNameStart.size();
+        const size_t number = numberOfDigits(value.data() + digits);
         if (number != kBackupNameCount) {
             names.insert(number);
         }
-        found = strstr(digits, kNameStart);
+        // Names do not overlap: their start never begins inside itself, and no digit is a '.'.
+        found = value.find(kNameStart, digits);
     }
 }
 
@@ -150,6 +153,7 @@ bool operator==(const KvFileStamp& a, const KvFileStamp& b) {
 }
 
 const KvBackupNameSet& KvRecordNames::read(const char* path) {
+    // The moment comes first: whatever changes the record after it is stamped later than it.
     const int64_t moment = now();
     const KvFileStamp stamp = KvFileStamp::of(path);
     if (settled_ && stamp == stamp_ && codePage_ == GetCurrentCharType()) {
@@ -158,6 +162,7 @@ const KvBackupNameSet& KvRecordNames::read(const char* path) {
     names_.clear();
     stamp_ = stamp;
     codePage_ = GetCurrentCharType();
+    // A missing record costs nothing to look for again.
     settled_ = stamp.exists && isSettled(stamp, moment);
     const RecordDocument record = openRecord(path);
     if (record) {
@@ -174,6 +179,7 @@ KvTakenNames::Slot& KvTakenNames::slotOf(const KvFileStamp& stamp) {
     if (own != slots_.end()) {
         return *own;
     }
+    // Directories are done one after the other, so the oldest slot is the one to give up.
     const bool isLast = current_ == &slots_.back();
     return isLast ? slots_.front() : *(current_ + 1);
 }
@@ -198,10 +204,11 @@ bool KvTakenNames::isCurrent(const char* directory) {
 void KvTakenNames::remember(const char* directory) {
     current_->isKnown = false;
     const int64_t made = nanoseconds(KvFileStamp::of(directory).modified);
+    // The smallest step first; a file system that keeps whole seconds may round it away.
     for (const int64_t step : {kNanosecond, 2 * kSecond}) {
         const timespec times[] = {{0, UTIME_OMIT}, asTimespec(made - step)};
         if (utimensat(AT_FDCWD, directory, times, 0) != 0) {
-            return;
+            return;  // somebody else's directory: it stays unknown, and is listed each time
         }
         current_->stamp = KvFileStamp::of(directory);
         if (nanoseconds(current_->stamp.modified) < made) {

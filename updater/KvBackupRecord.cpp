@@ -62,6 +62,7 @@ CommonSection readCommon(const KvIniUtil& record, backupStru& out) {
         KV_ERROR(kLevelProgress, "phaseIniForBackup: there is no item count available,ignore it.");
         return CommonSection::kUnusable;
     }
+    // A negative count becomes a huge one, and is cut like every count that is too large.
     out.itemCount = static_cast<uint64_t>(static_cast<int64_t>(leadingNumber(count)));
     const char* const version = record.get(kCommonSection, kAgentVersionKey);
     if (version == nullptr) {
@@ -81,6 +82,7 @@ CommonSection readCommon(const KvIniUtil& record, backupStru& out) {
 // Puts a new record without items in place of one whose common section is unusable.
 int recoverFromCrash(KvIniUtil** doc, backupStru& out, const char* path,
                      const backupStru* fallback) {
+    // Released first, so that nothing it may still write brings the file back.
     delete *doc;
     *doc = nullptr;
     if (KvFileOpUtil::unlink(path, nullptr, nullptr) != 0) {
@@ -181,6 +183,7 @@ int phaseIniForBackup(KvIniUtil** doc, backupStru* out, uint32_t repair, const c
         KV_ERROR(kLevelProgress, "phaseIniForBackup: parameters failed.");
         return kBackupRecordFailed;
     }
+    // The version stays as it is until one is read.
     out->items = nullptr;
     out->itemCount = 0;
     out->patchAgentFile = nullptr;

@@ -43,6 +43,7 @@ void forgetItem(const backupItem& item) {
     }
     RecordContents old;
     {
+        // Released before the record is written anew.
         RecordDocument record = openRecord(path);
         KV_INFO(kLevelProgress, "Start Parsing the original backup ini(%s).", path);
         if (!old.parse(record)) {
@@ -53,6 +54,7 @@ void forgetItem(const backupItem& item) {
     if (former == nullptr) {
         return;
     }
+    // Kept: added files have no copies, but a copy that bears the name of one goes with it.
     deleteAddedBackups(*former, item);
     deleteWrittenBackups(*former, item, DeletionReport::kSilent);
     // Kept: without an agent file the key is there all the same, with an empty value.

@@ -95,6 +95,7 @@ void writeItemSection(KvIniUtil& record, uint64_t number, const backupItem& item
 }
 
 uint64_t sectionOfBackupItem(KvIniUtil& record, const backupStru& parsed, uint64_t index) {
+    // A parse that dropped items has rewritten the record, which then counts fewer of them.
     if (recordItemCount(record) == static_cast<uint32_t>(parsed.itemCount)) {
         return index;
     }

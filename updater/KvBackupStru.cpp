@@ -17,6 +17,7 @@ constexpr uint64_t COUNT = 16;
 
 bool growList(char**& list, uint64_t& count, uint64_t& capacity) {
     if (capacity == 0) {
+        // Without a capacity a count means nothing.
         list = allocZeroed<char*>(COUNT);
         if (list == nullptr) {
             return false;
@@ -75,6 +76,7 @@ void initBackupStru(const updateStru* update, backupStru* backup) {
         return;
     }
     backup->items = allocZeroed<backupItem>(update->itemCount);
+    // The count follows the items, so that nobody looks for items that are not there.
     if (backup->items == nullptr) {
         KV_ERROR(kLevelProgress, "initBackupStru: malloc failed.");
         return;

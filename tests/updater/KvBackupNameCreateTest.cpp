@@ -216,7 +216,7 @@ class RandomStore {
 
     void change() {
         const std::string dir = anyDir();
-        switch (random_() % 10) {
+        switch (random_() % 12) {
             case 0:
             case 1:
                 (void)unlink((dir + name()).c_str());
@@ -243,12 +243,24 @@ class RandomStore {
             case 8:
                 (void)KvFileOpUtil::xunlink(dir.c_str());
                 break;
+            case 9:
+            case 10:
+                putBack(dir + name());
+                break;
             default:
                 break;
         }
     }
 
   private:
+    // As a rollback does; now and then the step fails and the file stays.
+    void putBack(const std::string& path) {
+        const BackupRemovalScope removal(path.c_str());
+        if (random_() % 4 != 0) {
+            (void)KvFileOpUtil::move(path.c_str(), tree_.path("put back").c_str(), true);
+        }
+    }
+
     std::string name() {
         char digits[4];
         r36tostr(random_() % 24, digits, sizeof digits);
@@ -272,6 +284,37 @@ TEST_F(KvBackupNameCreateTest, NamesAreThoseOfTheLiteralSearch) {
             }
         }
     }
+}
+
+TEST_F(KvBackupNameCreateTest, FilePutBackLeavesItsNameFree) {
+    for (const char* name : {"backup.000", "backup.001", "backup.002"}) {
+        EXPECT_EQ(name, freshName(dir_));
+    }
+    {
+        const BackupRemovalScope removal((dir_ + "backup.001").c_str());
+        EXPECT_EQ(0, unlink((dir_ + "backup.001").c_str()));
+    }
+    EXPECT_EQ("backup.001", freshName(dir_));
+    { const BackupRemovalScope removal((dir_ + "backup.002").c_str()); }
+    EXPECT_EQ("backup.003", freshName(dir_)) << "the file stayed";
+    const BackupRemovalScope nothing(nullptr);
+    const BackupRemovalScope noName((dir_ + "other").c_str());
+    const BackupRemovalScope bare("backup.000");
+}
+
+// What somebody else removes before the step is noticed all the same.
+TEST_F(KvBackupNameCreateTest, ForeignRemovalBeforeAFileIsPutBackIsNoticed) {
+    for (const char* name : {"backup.000", "backup.001", "backup.002"}) {
+        EXPECT_EQ(name, freshName(dir_));
+    }
+    EXPECT_EQ(0, unlink((dir_ + "backup.000").c_str()));
+    {
+        const BackupRemovalScope removal((dir_ + "backup.001").c_str());
+        EXPECT_EQ(0, unlink((dir_ + "backup.001").c_str()));
+    }
+    EXPECT_EQ("backup.000", freshName(dir_));
+    EXPECT_EQ("backup.001", freshName(dir_));
+    EXPECT_EQ("backup.003", freshName(dir_));
 }
 
 // Where the directory belongs to somebody else its time cannot be set, so nothing is remembered.

@@ -45,6 +45,7 @@ TEST(KvBackupNameSetTest, NamesAreFoundAnywhereInAText) {
         {"/a/backup.010/b", 36},
         {"backup.backup.011", 37},
         {"backup.0backup.011", 37},
+        {"backup.backup.backup.011", 37},
         {"mybackup.0012", 1},
         {"backup.00", kBackupNameCount},
         {"backup.00A", kBackupNameCount},
@@ -62,6 +63,16 @@ TEST(KvBackupNameSetTest, NamesAreFoundAnywhereInAText) {
             EXPECT_EQ(number == c.number, names.contains(number))
                 << (c.text != nullptr ? c.text : "null") << " " << number;
         }
+    }
+}
+
+TEST(KvBackupNameSetTest, WholeNamesHaveANumber) {
+    EXPECT_EQ(0U, numberOfBackupName("backup.000"));
+    EXPECT_EQ(37U, numberOfBackupName("backup.011"));
+    EXPECT_EQ(kLast, numberOfBackupName("backup.zzz"));
+    for (const char* name :
+         {"backup.0000", "backup.00", "backup.00A", "xbackup.000", "backup", ""}) {
+        EXPECT_EQ(kBackupNameCount, numberOfBackupName(name)) << name;
     }
 }
 
@@ -189,6 +200,20 @@ TEST(KvTakenNamesTest, RememberedDirectoryIsNotListedAgain) {
     EXPECT_TRUE(names.read(dir.c_str()).contains(7));
     tree.write("d/other", "");
     EXPECT_FALSE(names.read(dir.c_str()).contains(7));
+}
+
+TEST(KvTakenNamesTest, OnlyAnUnchangedDirectoryIsCurrent) {
+    const TempTree tree;
+    const std::string dir = tree.makeDir("d");
+    KvTakenNames names;
+    EXPECT_FALSE(names.isCurrent(dir.c_str()));
+    (void)names.read(dir.c_str());
+    EXPECT_FALSE(names.isCurrent(dir.c_str())) << "listed, but not remembered";
+    names.remember(dir.c_str());
+    EXPECT_TRUE(names.isCurrent(dir.c_str()));
+    tree.write("d/other", "");
+    EXPECT_FALSE(names.isCurrent(dir.c_str()));
+    EXPECT_FALSE(names.isCurrent(""));
 }
 
 TEST(KvTakenNamesTest, DirectoriesAreKeptApart) {
