@@ -30,16 +30,28 @@ BackupEntryParts splitBackupEntry(const char* entry) {
     return parts;
 }
 
-char* makeBackupEntry(const char* backupName, const char* target) {
+HeapCopy makeBackupEntry(const char* backupName, const char* target, char*& entry) {
+    entry = nullptr;
     if (backupName == nullptr || target == nullptr) {
-        return nullptr;
+        return HeapCopy::kCopyFailed;
     }
     const size_t size = strlen(backupName) + strlen(target) + sizeof ", ";
-    ScopedHeap<char> entry(static_cast<char*>(malloc(size)));
-    if (entry) {
-        Snprintf(entry.get(), size, "%s, %s", backupName, target);
+    ScopedHeap<char> block(static_cast<char*>(malloc(size)));
+    if (!block) {
+        return HeapCopy::kNoMemory;
     }
-    return entry.release();
+    if (Snprintf(block.get(), size, "%s, %s", backupName, target) <= 0) {
+        return HeapCopy::kCopyFailed;
+    }
+    entry = block.release();
+    return HeapCopy::kDone;
+}
+
+char* makeBackupEntry(const char* backupName, const char* target) {
+    char* entry = nullptr;
+    // Null says it all.
+    (void)makeBackupEntry(backupName, target, entry);
+    return entry;
 }
 
 bool backupFileOfEntry(const BackupEntryParts& parts, const char* backupDir, char* out,

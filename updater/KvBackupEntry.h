@@ -8,6 +8,7 @@
 #include <cstddef>
 
 #include "base/KvSimpleString.h"
+#include "updater/KvHeap.h"
 
 // How many pieces a well-formed entry has.
 inline constexpr size_t kBackupEntryPieces = 2;
@@ -21,7 +22,11 @@ struct BackupEntryParts {
 // Null gives no pieces.
 [[nodiscard]] BackupEntryParts splitBackupEntry(const char* entry);
 
-// The entry text as a heap string that the caller frees; null when there is no memory.
+// Stores the entry text in `entry`, a heap string of exactly its size that the caller frees; null
+// after a failure, which null arguments are, too (kCopyFailed).
+[[nodiscard]] HeapCopy makeBackupEntry(const char* backupName, const char* target, char*& entry);
+
+// The same text; null when it cannot be made.
 [[nodiscard]] char* makeBackupEntry(const char* backupName, const char* target);
 
 // Stores the path of the entry's backup file: `backupDir` joined with the backup name. An empty

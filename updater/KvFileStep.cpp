@@ -6,6 +6,7 @@
 #include "updater/KvBackupEntry.h"
 #include "updater/KvBackupName.h"
 #include "updater/KvFileCheck.h"
+#include "updater/KvHeap.h"
 #include "updater/KvItemContext.h"
 #include "updater/KvRebootList.h"
 #include "updater/KvRunPaths.h"
@@ -16,14 +17,23 @@ constexpr char kModule[] = "KvVcUpdater";
 
 using Entry = KvFileOpUtil::CallbackEntry;
 
-int outOfMemory() {
-    KV_ERROR(kLevelProgress, "callBackForUpdate: malloc failed.");
+int fail(const char* message) {
+    KV_ERROR(kLevelProgress, "%s", message);
     return KvFileOpUtil::kDestinationNotWritable;
 }
 
+int outOfMemory() {
+    return fail("callBackForUpdate: malloc failed.");
+}
+
 int recordNewFile(const Entry& entry, const ItemContext& context) {
-    ScopedHeap<char> added(Str_Dup(entry.destination));
-    if (!added || !appendAddedFile(context.backup, added.get())) {
+    char* copy = nullptr;
+    const HeapCopy copied = copyToHeap(entry.destination, copy);
+    ScopedHeap<char> added(copy);
+    if (copied == HeapCopy::kCopyFailed) {
+        return fail("callBackForUpdate: Strncpy failed.");
+    }
+    if (copied != HeapCopy::kDone || !appendAddedFile(context.backup, added.get())) {
         return outOfMemory();
     }
     (void)added.release();  // the record's from here on
@@ -31,7 +41,7 @@ int recordNewFile(const Entry& entry, const ItemContext& context) {
     return KvFileOpUtil::kGoOn;
 }
 
-// An entry that could not be recorded must not leave its backup file behind.
+// An old file that could not be recorded must not leave its backup file behind.
 int dropBackupFile(const char* backupFile) {
     const int result = outOfMemory();
     if (KvFileOpUtil::unlink(backupFile) != KvFileOpUtil::kDone) {
@@ -40,23 +50,47 @@ int dropBackupFile(const char* backupFile) {
     return result;
 }
 
+// Looks for the bare name in the working directory, on purpose: the backup file stays.
+int dropBareName(const char* backupName) {
+    const int result = fail("callBackForUpdate: Snprintf failed.");
+    if (KvFileOpUtil::unlink(backupName) != KvFileOpUtil::kDone) {
+        KV_ERROR(kLevelProgress, "callBackForUpdate: unlink failed.");
+    }
+    return result;
+}
+
+// kGoOn when the backup file is in the record; `recorded` is then the record's entry.
+int recordOldFile(const Entry& entry, const ItemContext& context, const char* backupFile,
+                  const char*& recorded) {
+    const KvSimpleString name = KvFileOpUtil::getFileName(backupFile);
+    char* text = nullptr;
+    const HeapCopy made = makeBackupEntry(name.c_str(), entry.destination, text);
+    ScopedHeap<char> written(text);
+    if (made == HeapCopy::kCopyFailed) {
+        return dropBareName(name.c_str());
+    }
+    if (made != HeapCopy::kDone || !appendWrittenFile(context.backup, written.get())) {
+        return dropBackupFile(backupFile);
+    }
+    recorded = written.release();  // the record's from here on
+    return KvFileOpUtil::kGoOn;
+}
+
 int saveOldFile(const Entry& entry, const ItemContext& context, FileDecision decision) {
     char directory[kLongPathCapacity];
     char backupFile[kLongPathCapacity];
     constructBackupPath(context.backup->destination, context.itemClass, context.type, directory,
                         sizeof directory);
     if (!crtUniFile(directory, backupFile, sizeof backupFile)) {
-        KV_ERROR(kLevelProgress, "callBackForUpdate: crtUniFile failed.");
-        return KvFileOpUtil::kDestinationNotWritable;
+        return fail("callBackForUpdate: crtUniFile failed.");
     }
     // A copy that fails leaves the backup file short; the update goes on all the same.
     (void)KvFileOpUtil::copy(entry.destination, backupFile, true);
-    ScopedHeap<char> written(
-        makeBackupEntry(KvFileOpUtil::getFileName(backupFile).c_str(), entry.destination));
-    if (!written || !appendWrittenFile(context.backup, written.get())) {
-        return dropBackupFile(backupFile);
+    const char* recorded = nullptr;
+    const int result = recordOldFile(entry, context, backupFile, recorded);
+    if (result != KvFileOpUtil::kGoOn) {
+        return result;
     }
-    const char* recorded = written.release();  // the record's from here on
     const bool deferred = decision == FileDecision::kReboot;
     if (deferred && !addRebootEntry(entry.path, entry.destination, kRebootDelete)) {
         return outOfMemory();
@@ -73,6 +107,9 @@ bool isFileToAskAbout(const Entry& entry) {
 }  // namespace
 
 int callBackForUpdate(Entry* entry) {
+    if (entry == nullptr || entry->userData == nullptr) {
+        return KvFileOpUtil::kBadParameters;
+    }
     const auto& context = *static_cast<const ItemContext*>(entry->userData);
     const FileDecision decision = isFileToAskAbout(*entry)
                                       ? decideFile(context.agent, entry->destination)

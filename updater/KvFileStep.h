@@ -15,5 +15,5 @@ constexpr int kUserCancel = 1;
 
 // The callback of the tree copy; `entry->userData` is the ItemContext of the item. Go on, skip the
 // file, or stop with kUserCancel or, when the old file could not be saved or recorded, with
-// KvFileOpUtil::kDestinationNotWritable.
+// KvFileOpUtil::kDestinationNotWritable. Without an entry or a context: kBadParameters.
 [[nodiscard]] int callBackForUpdate(KvFileOpUtil::CallbackEntry* entry);

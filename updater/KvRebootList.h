@@ -22,7 +22,8 @@ struct RebootEntry {
 // The entries of this run (RebootEntry, each a heap block), in the order in which they were added.
 extern DList g_rebootCopyList;
 
-// Set when a file that the update adds takes effect only after a restart.
+// Says that a file which the update added takes effect only after a restart. Nothing sets it today:
+// new files are always written at once.
 extern bool g_RebootForNewFile;
 
 // Appends an entry; a null `source` is stored as "". False when there is no memory.
