@@ -110,8 +110,8 @@ class AgentBracket {
         }
     }
 
+    // Shows the versions as they were before the agent saw them.
     void endNew(backupItem& item) {
-        printVersions(item);
         KV_INFO(kLevelProgress, "Call PatchAgent EndItem with: TRUE, %s, %s", resultText_,
                 originText_);
         answer_ = agent_->EndItem(kTrue, &item.resultVersion, &item.originVersion);
@@ -126,8 +126,8 @@ class AgentBracket {
 
     _PatchAgent* agent_;
     int answer_ = 0;
-    char resultText_[kVersionTextCapacity];
-    char originText_[kVersionTextCapacity];
+    char resultText_[kVersionTextCapacity] = "";
+    char originText_[kVersionTextCapacity] = "";
 };
 
 // File operations that fail are passed over here: the rest of the item is still worth undoing.
@@ -172,6 +172,9 @@ bool moveWrittenFilesBack(const backupItem& item) {
 }  // namespace
 
 int autoRollback(_PatchAgent* agent, backupStru* run, unsigned mode) {
+    if (agent == nullptr || run == nullptr) {
+        return kAutoRollbackDone;
+    }
     AgentBracket bracket(agent);
     for (uint64_t i = run->itemCount; i > 0; --i) {
         backupItem& item = run->items[i - 1];

@@ -30,8 +30,16 @@ const char* nameText(const char* name) {
     return name != nullptr ? name : "NULL_String";
 }
 
+int endNewItem(int success, _PatchAgent* agent, tag_Version* origin, tag_Version* result,
+               const VersionTexts& texts) {
+    KV_INFO(kLevelProgress, "Call PatchAgent EndItem with: %s, %s, %s", truthText(success),
+            texts.origin, texts.result);
+    return agent->EndItem(success, origin, result);
+}
+
 int startNewItem(_PatchAgent* agent, const char* name, unsigned itemClass, unsigned type,
                  tag_Version* origin, tag_Version* result, unsigned flags) {
+    // Both messages show what the agent was told, not what it makes of the records.
     const VersionTexts texts(itemClass, *origin, *result);
     if (itemClass == kClassProduct) {
         KV_INFO(kLevelProgress, "Call PatchAgent StartItem with: %s, %u, %u, 0x%x, %s, %s",
@@ -40,10 +48,16 @@ int startNewItem(_PatchAgent* agent, const char* name, unsigned itemClass, unsig
         KV_INFO(kLevelProgress, "Call PatchAgent StartItem with: %s, %u, 0x%x, 0x%x, %s, %s",
                 nameText(name), itemClass, type, flags, texts.origin, texts.result);
     }
-    return agent->StartItem(name, itemClass, type, flags, origin, result);
+    const int answer = agent->StartItem(name, itemClass, type, flags, origin, result);
+    if (answer == 0) {
+        KV_ERROR(kLevelProgress, "startEachItem: start item failed.");
+        // The agent always sees a closed bracket; its answer to the end changes nothing here.
+        (void)endNewItem(0, agent, origin, result, texts);
+    }
+    return answer;
 }
 
-int startOldItem(_PatchAgent* agent, const char* name, unsigned itemClass) {
+int callOldStart(_PatchAgent* agent, const char* name, unsigned itemClass) {
     switch (itemClass) {
         case kClassEngine:
             KV_INFO(kLevelProgress, "Call PatchAgent StartEngine with: %s", nameText(name));
@@ -57,10 +71,8 @@ int startOldItem(_PatchAgent* agent, const char* name, unsigned itemClass) {
     }
 }
 
-void reportRefusedStart(const _PatchAgent* agent, unsigned itemClass) {
-    if (agent->version == PATCHAGENT_NEW) {
-        KV_ERROR(kLevelProgress, "startEachItem: start item failed.");
-    } else if (itemClass == kClassEngine) {
+void reportRefusedStart(unsigned itemClass) {
+    if (itemClass == kClassEngine) {
         KV_ERROR(kLevelProgress, "startEachItem: start engine failed.");
     } else if (itemClass == kClassPattern) {
         KV_ERROR(kLevelProgress, "startEachItem: start pattern failed.");
@@ -89,8 +101,22 @@ int endOldItem(int success, _PatchAgent* agent, unsigned itemClass, unsigned typ
     }
 }
 
+int startOldItem(_PatchAgent* agent, const char* name, unsigned itemClass, unsigned type,
+                 unsigned origin, unsigned result) {
+    const int answer = callOldStart(agent, name, itemClass);
+    if (answer == 0) {
+        reportRefusedStart(itemClass);
+        (void)endOldItem(0, agent, itemClass, type, origin, result);  // as above
+    }
+    return answer;
+}
+
 bool isKnownClass(unsigned itemClass) {
     return itemClass == kClassProduct || itemClass == kClassEngine || itemClass == kClassPattern;
+}
+
+bool isCall(const _PatchAgent* agent, const tag_Version* origin, const tag_Version* result) {
+    return agent != nullptr && origin != nullptr && result != nullptr;
 }
 
 }  // namespace
@@ -103,33 +129,33 @@ unsigned patternNumberForAgent(unsigned type, unsigned version) {
 
 unsigned startEachItem(_PatchAgent* agent, const char* name, unsigned itemClass, unsigned type,
                        tag_Version* origin, tag_Version* result, unsigned flags) {
-    int answer = 0;
+    if (!isCall(agent, origin, result)) {
+        return 0;
+    }
     if (agent->version == PATCHAGENT_NEW) {
-        answer = startNewItem(agent, name, itemClass, type, origin, result, flags);
-    } else if (agent->version != PATCHAGENT_OLD) {
+        return static_cast<unsigned>(
+            startNewItem(agent, name, itemClass, type, origin, result, flags));
+    }
+    if (agent->version != PATCHAGENT_OLD) {
         KV_ERROR(kLevelAlways, "startEachItem: unknown patch agent version.");
         return 0;
-    } else if (!isKnownClass(itemClass)) {
+    }
+    if (!isKnownClass(itemClass)) {
         KV_ERROR(kLevelAlways, "startEachItem: unknown class.");
         return 0;
-    } else {
-        answer = startOldItem(agent, name, itemClass);
     }
-    if (answer == 0) {
-        reportRefusedStart(agent, itemClass);
-        // The agent always sees a closed bracket; its answer to the end changes nothing here.
-        (void)endEachItem(0, agent, itemClass, type, origin, result);
-    }
-    return static_cast<unsigned>(answer);
+    return static_cast<unsigned>(
+        startOldItem(agent, name, itemClass, type, origin->version, result->version));
 }
 
 unsigned endEachItem(int success, _PatchAgent* agent, unsigned itemClass, unsigned type,
                      tag_Version* origin, tag_Version* result) {
+    if (!isCall(agent, origin, result)) {
+        return 0;
+    }
     if (agent->version == PATCHAGENT_NEW) {
         const VersionTexts texts(itemClass, *origin, *result);
-        KV_INFO(kLevelProgress, "Call PatchAgent EndItem with: %s, %s, %s", truthText(success),
-                texts.origin, texts.result);
-        return static_cast<unsigned>(agent->EndItem(success, origin, result));
+        return static_cast<unsigned>(endNewItem(success, agent, origin, result, texts));
     }
     if (agent->version != PATCHAGENT_OLD) {
         KV_ERROR(kLevelAlways, "endEachItem: unknown patch agent version.");

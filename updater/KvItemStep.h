@@ -12,13 +12,15 @@
 #include "updater/KvPatchAgent.h"
 
 // Not 0: the item may be processed. 0: the agent refused it (its end call has then been made
-// already, with success 0, and must not be made again), or class or interface are unknown.
+// already, with success 0, and must not be made again), or class or interface are unknown,
+// or something but the name is null.
 // `name` is the item's archive name and may be null. Only the new interface receives `flags`.
 [[nodiscard]] unsigned startEachItem(_PatchAgent* agent, const char* name, unsigned itemClass,
                                      unsigned type, tag_Version* origin, tag_Version* result,
                                      unsigned flags);
 
-// The agent's answer: not 0 when it accepted the end. 0 as well for an unknown class or interface.
+// The agent's answer: not 0 when it accepted the end. 0 as well for an unknown class or interface,
+// or a null argument.
 [[nodiscard]] unsigned endEachItem(int success, _PatchAgent* agent, unsigned itemClass,
                                    unsigned type, tag_Version* origin, tag_Version* result);
 

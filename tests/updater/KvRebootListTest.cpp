@@ -1,0 +1,85 @@
+// The list of copies that wait for the restart.
+#include "updater/KvRebootList.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// An empty list before and after.
+class RebootList : public testing::Test {
+  protected:
+    RebootList() { g_rebootCopyList.count = 0; }
+    ~RebootList() override {
+        if (!written_) {
+            for (int i = 0; i < g_rebootCopyList.count; ++i) {
+                free(g_rebootCopyList.items[i]);
+            }
+        }
+        g_rebootCopyList.count = 0;
+    }
+
+    static const RebootEntry& entry(int index) {
+        return *static_cast<const RebootEntry*>(g_rebootCopyList.items[index]);
+    }
+
+    // The entries are gone afterwards, the list still counts them.
+    bool write() {
+        written_ = true;
+        return WriteRebootList();
+    }
+
+  private:
+    bool written_ = false;
+};
+
+TEST_F(RebootList, IsNotWrittenWhenItIsEmpty) {
+    LogCapture log;
+    EXPECT_FALSE(write());
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_F(RebootList, KeepsWhatIsAdded) {
+    EXPECT_TRUE(addRebootEntry("/stage/a", "/app/a", 0));
+    EXPECT_TRUE(addRebootEntry(nullptr, "/app/b", 1));
+
+    ASSERT_EQ(g_rebootCopyList.count, 2);
+    EXPECT_STREQ(entry(0).source, "/stage/a");
+    EXPECT_STREQ(entry(0).destination, "/app/a");
+    EXPECT_EQ(entry(0).flag, 0);
+    EXPECT_STREQ(entry(1).source, "");
+    EXPECT_STREQ(entry(1).destination, "/app/b");
+    EXPECT_EQ(entry(1).flag, 1);
+}
+
+TEST_F(RebootList, CutsPathsToTheirCapacity) {
+    const std::string path(3000, 'x');
+    EXPECT_TRUE(addRebootEntry(path.c_str(), path.c_str(), 0));
+    EXPECT_EQ(std::string(entry(0).source), std::string(1023, 'x'));
+    EXPECT_EQ(std::string(entry(0).destination), std::string(1023, 'x'));
+}
+
+TEST_F(RebootList, IsLoggedInItsOrderWhenItIsWritten) {
+    ASSERT_TRUE(addRebootEntry("/stage/a", "/app/a", 0));
+    ASSERT_TRUE(addRebootEntry(nullptr, "/app/b", 0));
+    LogCapture log;
+
+    EXPECT_TRUE(write());
+
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(infoAt(6, "adding reboot list into system registry/ini..."),
+                    infoAt(6, "src[/stage/a] -> dst[/app/a]"), infoAt(6, "src[] -> dst[/app/b]")));
+    // Nothing takes the entries out again.
+    EXPECT_EQ(g_rebootCopyList.count, 2);
+}
+
+}  // namespace
