@@ -1,0 +1,243 @@
+// The update and its patch agent: what the agent is asked, and what its answers do.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/run/PatchScenario.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr char kRecord[] = "VcBackup.ini";
+
+// What an agent of either interface says of a file.
+class UpdateAnswer : public testing::TestWithParam<ScriptedAgent::Interface> {
+  protected:
+    UpdateAnswer() {
+        patch.destination().write("a.dat", "old");
+        patch.item(3, 5).stage("a.dat", "new");
+    }
+
+    // To the question about "a.dat".
+    void answer(int number) {
+        const std::string entry = GetParam() == ScriptedAgent::kOld ? "CheckFile" : "CheckFileEx";
+        patch.agent(GetParam()).script(entry + " */a.dat = " + std::to_string(number));
+    }
+
+    [[nodiscard]] std::string file() const { return patch.destination().path("a.dat"); }
+
+    PatchScenario patch;
+};
+
+TEST_P(UpdateAnswer, SkipLeavesTheFileAloneAndGoesOn) {
+    answer(0);
+    patch.item(3, 6).stage("b.dat", "more");
+
+    EXPECT_EQ(patch.update().status, 0);
+
+    EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old"}, {"b.dat", "more"}}));
+    EXPECT_EQ(patch.destination().store().count("3/5/backup.000"), 0U);
+    EXPECT_THAT(patch.destination().store().at(kRecord), Not(HasSubstr("a.dat")));
+}
+
+TEST_P(UpdateAnswer, SkipAlsoKeepsANewFileAway) {
+    answer(0);
+    fs::remove(file());
+
+    EXPECT_EQ(patch.update().status, 0);
+
+    EXPECT_THAT(patch.destination().files(), IsEmpty());
+}
+
+TEST_P(UpdateAnswer, DeferSavesTheFileAndLeavesItForTheRestart) {
+    answer(-2);
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(patch.destination().read("a.dat"), "old");
+    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old");
+    EXPECT_THAT(patch.destination().store().at(kRecord),
+                HasSubstr("written.0=backup.000, " + file()));
+    EXPECT_THAT(run.log, Contains(info("adding reboot list into system registry/ini...")));
+    EXPECT_THAT(run.log, Contains(info("src[" + patch.staging().path("3/5/a.dat") + "] -> dst[" +
+                                       file() + "]")));
+}
+
+TEST_P(UpdateAnswer, DeferDoesNotHoldBackANewFile) {
+    answer(-2);
+    fs::remove(file());
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(patch.destination().read("a.dat"), "new");
+    EXPECT_THAT(run.log, Not(Contains(info("adding reboot list into system registry/ini..."))));
+}
+
+TEST_P(UpdateAnswer, ErrorStopsTheUpdate) {
+    answer(-1);
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 60);
+    EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old"}}));
+    EXPECT_THAT(run.log, Contains(error("callBackForUpdate: check file failed.")));
+    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: user cancel this")));
+    EXPECT_THAT(run.log, Contains(error("update: updateWithPatchAgent failed.")));
+}
+
+TEST_P(UpdateAnswer, UnknownMeansWrite) {
+    answer(7);
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(patch.destination().read("a.dat"), "new");
+    EXPECT_THAT(run.log, Contains(error("callBackForUpdate: check file return unknown value.")));
+}
+
+// A deferred copy is noted once a file, and nothing is noted when the run fails afterwards.
+TEST_P(UpdateAnswer, DeferredCopiesOfAFailedRunAreForgotten) {
+    answer(-2);
+    patch.item(3, 6).stage("b.dat", "more");
+    fs::create_directories(patch.destination().path("b.dat"));
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 58);
+    EXPECT_EQ(patch.destination().read("a.dat"), "old");
+    EXPECT_THAT(run.log, Not(Contains(info("adding reboot list into system registry/ini..."))));
+}
+
+INSTANTIATE_TEST_SUITE_P(Agent, UpdateAnswer,
+                         testing::Values(ScriptedAgent::kOld, ScriptedAgent::kNew),
+                         [](const auto& test) {
+                             return test.param == ScriptedAgent::kOld ? "Old" : "New";
+                         });
+
+TEST(UpdateAgent, AsksAnOldAgentInThisOrder) {
+    PatchScenario patch;
+    patch.item(1, 7).stage("p.dat", "p").to("product").set("item.zip", "p.zip");
+    patch.item(2, 4).stage("e.dat", "e").to("engine");
+    patch.item(3, 5).stage("t.dat", "t").to("pattern");
+    ScriptedAgent& agent = patch.agent(ScriptedAgent::kOld);
+
+    EXPECT_EQ(patch.update().status, 0);
+
+    const auto at = [&](const std::string& name) { return patch.tree().path(name); };
+    EXPECT_THAT(
+        agent.calls(),
+        ElementsAre("GetPatternPath(" + at("pattern") + ")", "GetEnginePath(" + at("engine") + ")",
+                    "GetProductPath(" + at("product") + ")", "IsRollback()", "StartPatch(0x7)",
+                    "StartProduct(p.zip)", "CheckFile(" + at("product/p.dat") + ")",
+                    StartsWith("EndProduct(1, "), "StartEngine(NULL)",
+                    "CheckFile(" + at("engine/e.dat") + ")", StartsWith("EndEngine(1, "),
+                    "StartPattern(NULL)", "CheckFile(" + at("pattern/t.dat") + ")",
+                    StartsWith("EndPattern(1, "), "EndPatch(1)"));
+}
+
+TEST(UpdateAgent, ForcesAllItemsBehindAForcedOne) {
+    PatchScenario patch;
+    patch.item(3, 5);
+    patch.item(3, 6).set("forceupdate", "1");
+    patch.item(3, 7);
+    ScriptedAgent& agent = patch.agent(ScriptedAgent::kNew);
+
+    EXPECT_EQ(patch.update().status, 0);
+
+    EXPECT_THAT(
+        agent.calls(),
+        ElementsAre("StartAction()", "StartItem(NULL, 3, 5, 0x0, 0x64/0, 0x65/0)",
+                    "EndItem(1, 0x64/0, 0x65/0)", "StartItem(NULL, 3, 6, 0x1, 0x64/0, 0x65/0)",
+                    "EndItem(1, 0x64/0, 0x65/0)", "StartItem(NULL, 3, 7, 0x1, 0x64/0, 0x65/0)",
+                    "EndItem(1, 0x64/0, 0x65/0)", "EndAction()"));
+}
+
+TEST(UpdateAgent, SendsAllItemsOfAClassWhereAnOldAgentPutTheFirst) {
+    PatchScenario patch;
+    patch.tree().write("moved/a.dat", "old");
+    patch.item(3, 5).stage("a.dat", "new");
+    patch.item(3, 6).stage("b.dat", "b").to("other");
+    ScriptedAgent& agent = patch.agent(ScriptedAgent::kOld);
+    agent.script("GetPatternPath = " + patch.tree().path("moved"));
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(patch.destination("moved").files(), (FileTree{{"a.dat", "new"}, {"b.dat", "b"}}));
+    EXPECT_THAT(run.log, Contains(info("Call PatchAgent GetPatternPath result: " +
+                                       patch.tree().path("moved"))));
+    // Store and record stay at the destinations that the description names.
+    EXPECT_FALSE(patch.destination("moved").has("VC_Backup"));
+    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old");
+    EXPECT_THAT(patch.destination().store().at(kRecord),
+                HasSubstr("written.0=backup.000, " + patch.tree().path("moved/a.dat") + "\n"));
+    EXPECT_THAT(patch.destination().store().at(kRecord), HasSubstr("\ntransaction=0, 0, \n"));
+    EXPECT_THAT(patch.destination("other").store().at(kRecord),
+                HasSubstr("added.0=" + patch.tree().path("moved/b.dat") + "\n"));
+}
+
+TEST(UpdateAgent, RecordsTheVersionsThatANewAgentWrites) {
+    PatchScenario patch;
+    patch.item(1, 7).stage("a.dat", "a").versions("5.2", "5.3");
+    patch.agent(ScriptedAgent::kNew)
+        .script("StartItem writes origin 0x00052000 7\nStartItem writes result 0x00060000 12");
+
+    EXPECT_EQ(patch.update().status, 0);
+
+    EXPECT_THAT(patch.destination().store().at(kRecord),
+                HasSubstr("origin.version=5.2.7\nresult.version=6.0.12\n"));
+}
+
+TEST(UpdateAgent, IgnoresAnAgentThatWouldNotBeRolledBack) {
+    PatchScenario patch;
+    patch.item(3, 5).stage("a.dat", "a");
+    patch.agent(ScriptedAgent::kOld).script("IsRollback = 0\nStartPatch = 5\nEndPatch = 0");
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(patch.destination().read("a.dat"), "a");
+    EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: patch agent want not to rollback.")));
+}
+
+class UpdateOfClass : public testing::TestWithParam<unsigned> {};
+
+TEST_P(UpdateOfClass, IsUpToANewAgent) {
+    PatchScenario patch;
+    patch.item(GetParam(), GetParam()).stage("a.dat", "new");
+    patch.destination().write("a.dat", "old");
+
+    EXPECT_EQ(patch.update().status, 0);
+
+    const std::string number = std::to_string(GetParam());
+    EXPECT_EQ(patch.destination().read("a.dat"), "new");
+    EXPECT_EQ(patch.destination().store().at(number + "/" + number + "/backup.000"), "old");
+}
+
+TEST_P(UpdateOfClass, IsNothingForAnOldAgent) {
+    PatchScenario patch;
+    patch.item(GetParam(), GetParam()).stage("a.dat", "new");
+    ScriptedAgent& agent = patch.agent(ScriptedAgent::kOld);
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 60);
+    EXPECT_THAT(patch.destination().files(), IsEmpty());
+    EXPECT_THAT(agent.calls(), ElementsAre("IsRollback()", "StartPatch(0x0)"));
+    EXPECT_THAT(run.log, Contains(error("startEachItem: unknown class.")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Unknown, UpdateOfClass, testing::Values(0U, 4U, 5U, 0xFFFFFFFFU));
+
+}  // namespace

@@ -1,0 +1,485 @@
+// Updates that fail part-way: afterwards the destinations are what they were, in content and time.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <thread>
+
+#include "tests/run/PatchScenario.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::Contains;
+using testing::Not;
+
+using Clock = std::chrono::steady_clock;
+using FileTimes = std::map<std::string, time_t>;
+
+constexpr time_t kLongAgo = 1000000000;
+
+const std::vector<std::string> kFiles = {"app/a.dat", "app/sub/b.dat", "app/added.dat",
+                                         "lib/c.dat", "lib/sub/d.dat", "lib/added.dat"};
+const std::vector<std::string> kOldFiles = {"app/a.dat", "app/sub/b.dat", "lib/c.dat",
+                                            "lib/sub/d.dat"};
+
+FileTimes timesOf(const PatchScenario& patch, const ScenarioDir& dir, const std::string& name) {
+    FileTimes times;
+    for (const auto& file : dir.files()) {
+        if (file.first.back() != '/') {
+            times[file.first] = patch.tree().time(name + "/" + file.first);
+        }
+    }
+    return times;
+}
+
+// What the destinations hold, the store apart.
+struct Destinations {
+    explicit Destinations(const PatchScenario& patch)
+        : app(patch.destination("app").files()),
+          lib(patch.destination("lib").files()),
+          appTimes(timesOf(patch, patch.destination("app"), "app")),
+          libTimes(timesOf(patch, patch.destination("lib"), "lib")) {}
+
+    FileTree app;
+    FileTree lib;
+    FileTimes appTimes;
+    FileTimes libTimes;
+};
+
+void expectSame(const Destinations& before, const Destinations& after) {
+    EXPECT_EQ(before.app, after.app);
+    EXPECT_EQ(before.lib, after.lib);
+    EXPECT_EQ(before.appTimes, after.appTimes);
+    EXPECT_EQ(before.libTimes, after.libTimes);
+}
+
+// No backup file is left behind, and no record was begun.
+void expectEmptyStore(const ScenarioDir& dir) {
+    for (const auto& entry : dir.store()) {
+        EXPECT_EQ(entry.first.back(), '/') << entry.first;
+    }
+}
+
+// Two items of two destinations: each replaces a file, one in a subdirectory too, and adds one.
+void planUpdate(PatchScenario& patch) {
+    for (const std::string& name : kOldFiles) {
+        patch.tree().write(name, "old " + name);
+        patch.tree().setTime(name, kLongAgo);
+    }
+    patch.item(3, 5).stage("a.dat", "new a").stage("sub/b.dat", "new b").stage("added.dat", "new");
+    patch.item(2, 4)
+        .to("lib")
+        .versions("5.2", "6.0")
+        .stage("c.dat", "new c")
+        .stage("sub/d.dat", "new d")
+        .stage("added.dat", "new");
+}
+
+struct Refusal {
+    ScriptedAgent::Interface which;
+    const char* rule;
+};
+
+void PrintTo(const Refusal& refusal, std::ostream* out) {
+    *out << refusal.rule;
+}
+
+class UpdateRefused : public testing::TestWithParam<Refusal> {};
+
+TEST_P(UpdateRefused, LeavesEverythingAsItWas) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.agent(GetParam().which).script(GetParam().rule);
+    const Destinations before(patch);
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 60);
+    EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: error quit.")));
+    EXPECT_THAT(run.log, Contains(error("update: updateWithPatchAgent failed.")));
+    expectSame(before, Destinations(patch));
+    expectEmptyStore(patch.destination("app"));
+    expectEmptyStore(patch.destination("lib"));
+}
+
+INSTANTIATE_TEST_SUITE_P(ByANewAgent, UpdateRefused,
+                         testing::Values(Refusal{ScriptedAgent::kNew, "StartAction = 1"},
+                                         Refusal{ScriptedAgent::kNew, "StartAction = 2"},
+                                         Refusal{ScriptedAgent::kNew, "StartItem #1 = 0"},
+                                         Refusal{ScriptedAgent::kNew, "StartItem #2 = 0"},
+                                         Refusal{ScriptedAgent::kNew, "EndItem #1 = 0"},
+                                         Refusal{ScriptedAgent::kNew, "EndItem #2 = 0"},
+                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #1 = -1"},
+                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #2 = -1"},
+                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #3 = -1"},
+                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #4 = -1"},
+                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #5 = -1"},
+                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #6 = -1"},
+                                         // The rollback's own calls fail as well.
+                                         Refusal{ScriptedAgent::kNew,
+                                                 "CheckFileEx #6 = -1\nStartItem #3 = 0\n"
+                                                 "StartItem #4 = 0\nEndItem = 0"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    ByAnOldAgent, UpdateRefused,
+    testing::Values(Refusal{ScriptedAgent::kOld, "StartPatch = 1"},
+                    Refusal{ScriptedAgent::kOld, "StartPatch = 2"},
+                    Refusal{ScriptedAgent::kOld, "StartPattern #1 = 0"},
+                    Refusal{ScriptedAgent::kOld, "StartEngine #1 = 0"},
+                    Refusal{ScriptedAgent::kOld, "EndPattern #1 = 0"},
+                    Refusal{ScriptedAgent::kOld, "EndEngine #1 = 0"},
+                    Refusal{ScriptedAgent::kOld, "CheckFile #1 = -1"},
+                    Refusal{ScriptedAgent::kOld, "CheckFile #2 = -1"},
+                    Refusal{ScriptedAgent::kOld, "CheckFile #3 = -1"},
+                    Refusal{ScriptedAgent::kOld, "CheckFile #4 = -1"},
+                    Refusal{ScriptedAgent::kOld, "CheckFile #5 = -1"},
+                    Refusal{ScriptedAgent::kOld, "CheckFile #6 = -1"},
+                    Refusal{ScriptedAgent::kOld,
+                            "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
+                            "EndPattern = 0\nEndEngine = 0"}));
+
+TEST(UpdateFailure, BeforeTheFirstItemMakesNoRollback) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.agent(ScriptedAgent::kNew).script("StartAction = 2");
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_THAT(run.log, Not(Contains(info("updateWithPatchAgent: auto rollback."))));
+}
+
+TEST(UpdateFailure, TellsTheAgentOfTheReachedItemsOnly) {
+    PatchScenario patch;
+    planUpdate(patch);
+    ScriptedAgent& agent = patch.agent(ScriptedAgent::kNew);
+    agent.script("StartItem #2 = 0");
+
+    const RunOutcome run = patch.update();
+
+    const std::vector<std::string> calls = agent.calls();
+    ASSERT_GE(calls.size(), 4U);
+    EXPECT_EQ(
+        std::vector<std::string>(calls.end() - 4, calls.end()),
+        (std::vector<std::string>{
+            "StartItem(NULL, 2, 4, 0x0, 0x52000/0, 0x60000/0)", "EndItem(0, 0x52000/0, 0x60000/0)",
+            "StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)", "EndItem(1, 0x65/0, 0x64/0)"}));
+    EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: auto rollback.")));
+    EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: auto rollback done.")));
+}
+
+// The agent that ends an item badly outweighs the disk.
+TEST(UpdateFailure, ReportsTheAgentWhenTheDiskFailedToo) {
+    PatchScenario patch;
+    planUpdate(patch);
+    fs::create_directories(patch.destination().path("added.dat"));
+    patch.agent(ScriptedAgent::kNew).script("EndItem = 0");
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 60);
+    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: xcopy failed, disk access.")));
+    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: end item failed.")));
+}
+
+class FileInTurn : public testing::TestWithParam<std::string> {
+  protected:
+    FileInTurn() { planUpdate(patch); }
+
+    void expectDiskFailure() {
+        const Destinations before(patch);
+        const RunOutcome run = patch.update();
+        EXPECT_EQ(run.status, 58);
+        EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: xcopy failed, disk access.")));
+        expectSame(before, Destinations(patch));
+        expectEmptyStore(patch.destination("app"));
+        expectEmptyStore(patch.destination("lib"));
+    }
+
+    PatchScenario patch;
+};
+
+TEST_P(FileInTurn, FindsADirectoryInItsWay) {
+    fs::remove(patch.tree().path(GetParam()));
+    patch.tree().write(GetParam() + "/inner", "kept");
+    patch.tree().setTime(GetParam() + "/inner", kLongAgo);
+    expectDiskFailure();
+}
+
+TEST_P(FileInTurn, CannotBeReadFromTheStagingDirectory) {
+    const std::string item = GetParam().substr(0, 3) == "app" ? "staging/3/5" : "staging/2/4";
+    const std::string staged = patch.tree().path(item + GetParam().substr(3));
+    fs::permissions(staged, fs::perms::none);
+    patch.asOrdinaryUser();
+    expectDiskFailure();
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, FileInTurn, testing::ValuesIn(kFiles));
+
+TEST(UpdateFailure, FindsAFileWhereADirectoryShouldGo) {
+    PatchScenario patch;
+    planUpdate(patch);
+    fs::remove_all(patch.destination("lib").path("sub"));
+    patch.destination("lib").write("sub", "a file");
+    const Destinations before(patch);
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 58);
+    expectSame(before, Destinations(patch));
+}
+
+TEST(UpdateFailure, FindsAFileWhereTheDestinationShouldBe) {
+    PatchScenario patch;
+    patch.tree().write("file", "kept");
+    patch.item(3, 5).stage("a.dat", "a").set("destination", patch.tree().path("file"));
+
+    const RunOutcome run = patch.update();
+
+    // A pattern cannot be copied onto a file.
+    EXPECT_EQ(run.status, 12);
+    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: xcopy failed, bad parameters.")));
+    EXPECT_EQ(patch.tree().read("file"), "kept");
+}
+
+TEST(UpdateFailure, CannotWriteIntoTheDestination) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.asOrdinaryUser();
+    fs::permissions(patch.destination("lib").path(), fs::perms::owner_read | fs::perms::owner_exec);
+    const Destinations before(patch);
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 58);
+    expectSame(before, Destinations(patch));
+}
+
+TEST(UpdateFailure, LeavesTheStoreOfEarlierGenerationsAlone) {
+    PatchScenario patch;
+    planUpdate(patch);
+    EXPECT_EQ(patch.update().status, 0);
+    const FileTree appStore = patch.destination("app").store();
+    const FileTree libStore = patch.destination("lib").store();
+
+    patch.clearStaging();
+    patch.item(3, 5).stage("a.dat", "newer a");
+    patch.item(2, 4).to("lib").versions("6.0", "6.1").stage("c.dat", "newer c");
+    patch.agent(ScriptedAgent::kNew).script("EndItem #2 = 0");
+    const Destinations before(patch);
+    EXPECT_EQ(patch.update().status, 60);
+
+    expectSame(before, Destinations(patch));
+    EXPECT_EQ(patch.destination("app").store(), appStore);
+    EXPECT_EQ(patch.destination("lib").store(), libStore);
+}
+
+// From here on: what a rollback does not put back, and never did.
+
+TEST(UpdateNotUndone, DirectoriesThatItMade) {
+    PatchScenario patch;
+    patch.item(3, 5).stage("new/a.dat", "a");
+    patch.agent(ScriptedAgent::kNew).script("EndItem #1 = 0");
+
+    EXPECT_EQ(patch.update().status, 60);
+
+    EXPECT_EQ(patch.destination().files(), (FileTree{{"new/", ""}}));
+}
+
+// Nor what belongs to items before it.
+TEST(UpdateNotUndone, AReplacedFileWithACommaInItsName) {
+    PatchScenario patch;
+    patch.destination().write("a.dat", "old a");
+    patch.destination("lib").write("b,c.dat", "old b");
+    patch.item(3, 5).stage("a.dat", "new a");
+    patch.item(2, 4).to("lib").stage("b,c.dat", "new b");
+    patch.agent(ScriptedAgent::kNew).script("EndItem #2 = 0");
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 60);
+    EXPECT_THAT(run.log, Contains(error("autoRollback: written file name failed.")));
+    EXPECT_EQ(patch.destination("lib").read("b,c.dat"), "new b");
+    EXPECT_EQ(patch.destination().read("a.dat"), "new a");
+    // What was saved is still there.
+    EXPECT_EQ(patch.destination("lib").store().at("2/4/backup.000"), "old b");
+    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old a");
+}
+
+TEST(UpdateNotUndone, AReplacedFileWhoseNameIsAPattern) {
+    PatchScenario patch;
+    patch.destination().write("a*b.dat", "old");
+    patch.item(3, 5).stage("a*b.dat", "new");
+    patch.agent(ScriptedAgent::kNew).script("EndItem #1 = 0");
+
+    EXPECT_EQ(patch.update().status, 60);
+
+    EXPECT_EQ(patch.destination().read("a*b.dat"), "");
+}
+
+TEST(UpdateNotUndone, FilesThatMatchTheNameOfAnAddedOne) {
+    PatchScenario patch;
+    patch.destination().write("axb.dat", "a user's own");
+    patch.destination().write("c.dat", "kept");
+    patch.item(3, 5).stage("a*b.dat", "new");
+    patch.agent(ScriptedAgent::kNew).script("EndItem #1 = 0");
+
+    EXPECT_EQ(patch.update().status, 60);
+
+    EXPECT_EQ(patch.destination().files(), (FileTree{{"c.dat", "kept"}}));
+}
+
+// No file of this process and its children grows beyond `bytes` while the object lives.
+class FileSizeLimit {
+  public:
+    explicit FileSizeLimit(rlim_t bytes) : signal_(signal(SIGXFSZ, SIG_IGN)) {
+        (void)getrlimit(RLIMIT_FSIZE, &before_);
+        const struct rlimit limit = {bytes, before_.rlim_max};
+        (void)setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() {
+        (void)setrlimit(RLIMIT_FSIZE, &before_);
+        (void)signal(SIGXFSZ, signal_);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+  private:
+    struct rlimit before_ {};
+    void (*signal_)(int);
+};
+
+TEST(UpdateOutOfSpace, PutsAReplacedFileBack) {
+    PatchScenario patch;
+    patch.destination().write("a.dat", "old");
+    patch.tree().setTime("app/a.dat", kLongAgo);
+    patch.item(3, 5).stage("a.dat", std::string(300000, 'n'));
+    const FileSizeLimit limit(100000);
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 58);
+    EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old"}}));
+    EXPECT_EQ(patch.tree().time("app/a.dat"), kLongAgo);
+    expectEmptyStore(patch.destination());
+}
+
+// A file counts as added once it is complete.
+TEST(UpdateNotUndone, ANewFileThatBreaksOff) {
+    PatchScenario patch;
+    patch.item(3, 5).stage("a.dat", std::string(300000, 'n'));
+    const FileSizeLimit limit(100000);
+
+    EXPECT_EQ(patch.update().status, 58);
+
+    EXPECT_EQ(patch.destination().read("a.dat"), std::string(100000, 'n'));
+}
+
+TEST(UpdateNotUndone, AReplacedFileThatCouldNotBeSavedWhole) {
+    PatchScenario patch;
+    patch.destination().write("a.dat", std::string(300000, 'o'));
+    patch.item(3, 5).stage("a.dat", std::string(300000, 'n'));
+    const FileSizeLimit limit(100000);
+
+    EXPECT_EQ(patch.update().status, 58);
+
+    EXPECT_EQ(patch.destination().read("a.dat"), std::string(100000, 'o'));
+}
+
+// Death at any moment: what was there is still there, here or in the store; and the next run does
+// what the dead one should have done.
+
+bool isKept(const PatchScenario& patch, const std::string& content) {
+    for (const ScenarioDir& dir : {patch.destination("app"), patch.destination("lib")}) {
+        const FileTree& tree = dir.files();
+        const FileTree& store = dir.store();
+        for (const FileTree* files : {&tree, &store}) {
+            for (const auto& file : *files) {
+                if (file.second == content) {
+                    return true;
+                }
+            }
+        }
+    }
+    return false;
+}
+
+void expectNothingLost(const PatchScenario& patch) {
+    for (const std::string& name : kOldFiles) {
+        EXPECT_TRUE(isKept(patch, "old " + name)) << name;
+    }
+}
+
+void expectUpdated(const PatchScenario& patch) {
+    EXPECT_EQ(
+        patch.destination("app").files(),
+        (FileTree{{"a.dat", "new a"}, {"added.dat", "new"}, {"sub/", ""}, {"sub/b.dat", "new b"}}));
+    EXPECT_EQ(
+        patch.destination("lib").files(),
+        (FileTree{{"added.dat", "new"}, {"c.dat", "new c"}, {"sub/", ""}, {"sub/d.dat", "new d"}}));
+}
+
+class UpdateKilled : public testing::TestWithParam<const char*> {};
+
+TEST_P(UpdateKilled, LosesNothingAndCanBeRepeated) {
+    PatchScenario patch;
+    planUpdate(patch);
+    ScriptedAgent& agent = patch.agent(ScriptedAgent::kNew);
+    agent.script(GetParam());
+
+    EXPECT_EQ(patch.update().exitCode, -1);
+    expectNothingLost(patch);
+
+    agent.forgetScript();
+    EXPECT_EQ(patch.update().status, 0);
+    expectUpdated(patch);
+}
+
+INSTANTIATE_TEST_SUITE_P(In, UpdateKilled,
+                         testing::Values("StartAction kills", "StartItem #1 kills",
+                                         "CheckFileEx #1 kills", "CheckFileEx #2 kills",
+                                         "CheckFileEx #3 kills", "EndItem #1 kills",
+                                         "StartItem #2 kills", "CheckFileEx #4 kills",
+                                         "CheckFileEx #5 kills", "CheckFileEx #6 kills",
+                                         "EndItem #2 kills", "EndAction kills"));
+
+// One update of these files, killed after a random part of the time that it takes.
+void killOnce(std::mt19937& random, std::chrono::microseconds longest) {
+    PatchScenario patch;
+    planUpdate(patch);
+    patch.set("action", "0");
+    patch.writeDescription();
+    std::uniform_int_distribution<int64_t> moment(0, longest.count());
+
+    const std::unique_ptr<RunningPatch> run = patch.start();
+    std::this_thread::sleep_for(std::chrono::microseconds(moment(random)));
+    run->process.kill();
+    (void)patch.finish(*run);
+    expectNothingLost(patch);
+
+    EXPECT_EQ(patch.update().status, 0);
+    expectUpdated(patch);
+}
+
+TEST(UpdateKilledAtRandom, LosesNothingAndCanBeRepeated) {
+    PatchScenario whole;
+    planUpdate(whole);
+    const Clock::time_point start = Clock::now();
+    EXPECT_EQ(whole.update().status, 0);
+    const auto duration =
+        std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
+
+    std::mt19937 random(20240229);
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(1);
+    for (int i = 0; i < 40 && Clock::now() < end && !testing::Test::HasFailure(); ++i) {
+        killOnce(random, duration);
+    }
+}
+
+}  // namespace
