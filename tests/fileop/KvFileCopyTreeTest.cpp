@@ -1,4 +1,4 @@
-// Copies of patterns and whole trees, and the copy that finds a name in any case.
+// Copies of patterns and whole trees.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -19,10 +19,8 @@ namespace fs = std::filesystem;
 namespace {
 
 using testing::ElementsAre;
-using testing::Eq;
 using testing::IsEmpty;
 using testing::Pair;
-using testing::UnorderedElementsAre;
 
 class KvFileCopyTreeTest : public testing::Test {
   protected:
@@ -33,10 +31,6 @@ class KvFileCopyTreeTest : public testing::Test {
     int copy(const std::string& from, const std::string& to, bool overwrite = true) {
         return KvFileOpUtil::copy(tree.path(from).c_str(), tree.path(to).c_str(), overwrite,
                                   StepRecorder::callback, &recorder.entry);
-    }
-    int copyncase(const std::string& from, const std::string& to, bool overwrite = true) {
-        return KvFileOpUtil::copyncase(tree.path(from).c_str(), tree.path(to).c_str(), overwrite,
-                                       StepRecorder::callback, &recorder.entry);
     }
 
     TempTree tree;
@@ -352,59 +346,6 @@ TEST_F(KvFileCopyTreeTest, APlainNameInAnUnreadableDirectoryIsNoMatch) {
     ASSERT_EQ(chmod(tree.path("s").c_str(), 0111), 0);
     EXPECT_EQ(resultInChild([this] { return xcopy("s/f", "d/"); }), KvFileOpUtil::kDone);
     EXPECT_FALSE(tree.exists("d/f"));
-}
-
-TEST_F(KvFileCopyTreeTest, ANameIsFoundInAnyCase) {
-    tree.write("d/README.txt", "1");
-    tree.makeDir("d/readme.TXT");
-    EXPECT_EQ(copyncase("d/Readme.TXT", "out"), KvFileOpUtil::kDone);
-    EXPECT_EQ(tree.read("out"), "1");
-    EXPECT_EQ(recorder.steps.back(), "after new d/README.txt > out");
-}
-
-TEST_F(KvFileCopyTreeTest, TheExactNameWinsOverAnyOtherCase) {
-    const std::vector<std::string> names{"README.txt", "readme.txt", "Readme.TXT", "rEADME.txt"};
-    for (const std::string& name : names) {
-        tree.write("d/" + name, name);
-    }
-    for (const std::string& name : names) {
-        EXPECT_EQ(copyncase("d/" + name, "out"), KvFileOpUtil::kDone);
-        EXPECT_EQ(tree.read("out"), name);
-    }
-}
-
-TEST_F(KvFileCopyTreeTest, WithoutTheExactNameTheFirstListedIsTaken) {
-    tree.write("d/README", "upper");
-    tree.write("d/readme", "lower");
-    std::string first;
-    for (const auto& entry : fs::directory_iterator(tree.path("d"))) {
-        first = first.empty() ? tree.read("d/" + entry.path().filename().string()) : first;
-    }
-    EXPECT_EQ(copyncase("d/Readme", "out"), KvFileOpUtil::kDone);
-    EXPECT_EQ(tree.read("out"), first);
-}
-
-TEST_F(KvFileCopyTreeTest, NoFileOfTheNameIsTold) {
-    tree.makeDir("d/readme");
-    ASSERT_EQ(symlink("nowhere", tree.path("d/README").c_str()), 0);
-    EXPECT_EQ(copyncase("d/Readme", "out"), KvFileOpUtil::kNoSuchName);
-    EXPECT_EQ(copyncase("d/", "out"), KvFileOpUtil::kNoSuchName);
-    EXPECT_EQ(copyncase("missing/x", "out"), KvFileOpUtil::kNoSuchName);
-    EXPECT_EQ(KvFileOpUtil::copyncase("", "out", true), KvFileOpUtil::kNoSuchName);
-    EXPECT_EQ(KvFileOpUtil::copyncase(nullptr, "out", true), KvFileOpUtil::kBadParameters);
-    EXPECT_EQ(KvFileOpUtil::copyncase("in", nullptr, true), KvFileOpUtil::kBadParameters);
-    EXPECT_FALSE(tree.exists("out"));
-}
-
-TEST_F(KvFileCopyTreeTest, CopyInAnyCaseReturnsTheResultOfTheCopy) {
-    tree.write("d/README", "1");
-    tree.write("out", "2");
-    EXPECT_EQ(copyncase("d\\readme", "out", false), KvFileOpUtil::kDestinationExists);
-    EXPECT_EQ(copyncase("d/readme", "", true), KvFileOpUtil::kDone) << "into the directory";
-    EXPECT_EQ(KvFileOpUtil::copyncase(tree.path("d/readme").c_str(), "", true),
-              KvFileOpUtil::kBadParameters);
-    recorder.answers["before over d/README > out"] = 11;
-    EXPECT_EQ(copyncase("d/readme", "out"), 11);
 }
 
 }  // namespace

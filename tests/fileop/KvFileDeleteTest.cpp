@@ -204,6 +204,25 @@ TEST_F(KvFileDeleteTest, ASkippedEntryStaysAndCountsAsDeleted) {
     EXPECT_TRUE(tree.exists("d/f"));
 }
 
+TEST_F(KvFileDeleteTest, AnswersForADirectoryCountLikeThoseForAFile) {
+    withBoth([this](const auto& remove) {
+        tree.makeDir("d");
+        recorder.answers["before remove d"] = KvFileOpUtil::kSkip;
+        EXPECT_EQ(remove("d"), KvFileOpUtil::kDone);
+        EXPECT_EQ(recorder.steps.back(), "before remove d");
+        recorder.answers["before remove d"] = 7;
+        EXPECT_EQ(remove("d"), 7);
+        EXPECT_TRUE(tree.exists("d"));
+        recorder.answers.clear();
+        recorder.answers["after remove d"] = 8;
+        EXPECT_EQ(remove("d"), 8);
+        EXPECT_FALSE(tree.exists("d"));
+        tree.makeDir("d");
+        recorder.answers["after remove d"] = KvFileOpUtil::kSkip;
+        EXPECT_EQ(remove("d"), KvFileOpUtil::kDone);
+    });
+}
+
 TEST_F(KvFileDeleteTest, AnyOtherAnswerStopsAndIsReturned) {
     withBoth([this](const auto& remove) {
         for (const int stop : {1, 3, -1, -6, 1000000}) {
