@@ -130,6 +130,9 @@ KvIniUtil::LineEnd KvIniUtil::_getline(KvIniFile& file, KvIniLine& line) {
 
 // From a text a line comes with its newline, and ends at the NUL at the latest.
 KvIniUtil::LineEnd KvIniUtil::_getline(char* text, size_t& position, KvIniLine& line) {
+    if (text[position] == '\0') {
+        return LineEnd::kNoMore;
+    }
     line.text = text + position;
     const char* newline = strchr(line.text, '\n');
     line.length =
