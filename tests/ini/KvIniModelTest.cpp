@@ -72,7 +72,10 @@ class Pair {
   public:
     Pair(const std::string& text, const IniModel::Rules& rules)
         : model_(text, rules),
-          document_(text, rules.commentChar, rules.caseSensitive, rules.separator) {}
+          document_(text.c_str(), rules.commentChar, rules.caseSensitive, true, rules.separator) {}
+    // Of the file at `path`, which holds the text.
+    Pair(const std::string& text, const std::string& path)
+        : model_(text, {}), document_(path.c_str(), ';', false, false, '=') {}
 
     void edit(Dice& dice) {
         const Text section = dice.section();
@@ -135,9 +138,12 @@ class Pair {
         }
     }
 
+    // An unforced flush writes exactly the documents that are modified.
+    void expectSameModified() { EXPECT_EQ(document_.flush(false), model_.isModified()); }
+
   private:
     IniModel model_;
-    TextDocument document_;
+    KvIniUtil document_;
 };
 
 void compareThroughEdits(Dice& dice, const IniModel::Rules& rules, size_t lines, int steps) {
@@ -156,6 +162,34 @@ TEST(KvIniModel, ManySmallDocuments) {
     Dice dice(1);
     for (int i = 0; i < 250 && !HasFailure(); ++i) {
         compareThroughEdits(dice, {}, dice.below(30), 40);
+    }
+}
+
+TEST(KvIniModel, EveryLookUpAfterEveryStep) {
+    Dice dice(6);
+    dice.sectionNames = 2;
+    dice.keyNames = 6;
+    for (int i = 0; i < 50 && !HasFailure(); ++i) {
+        Pair pair(dice.document(dice.below(20)), IniModel::Rules());
+        for (int step = 0; step < 40; ++step) {
+            pair.edit(dice);
+            pair.expectSameLookUps(dice);
+        }
+    }
+}
+
+TEST(KvIniModel, ModifiedByTheSameEdits) {
+    const TempTree tree;
+    Dice dice(7);
+    dice.keyNames = 4;
+    for (int i = 0; i < 150 && !HasFailure(); ++i) {
+        const std::string text = dice.document(dice.below(6));
+        Pair pair(text, tree.write("it.ini", text));
+        for (int step = 0; step < 3; ++step) {
+            pair.expectSameModified();
+            pair.edit(dice);
+        }
+        pair.expectSameModified();
     }
 }
 
