@@ -61,6 +61,8 @@ TEST(KvLogReInitTest, writesHtmlOnlyForOneAndOnlyIntoAFile) {
         {"html=2", false},
         {"html=yes", false},
         {"html=0", false},
+        {"html=", false},
+        {"Other=1", false},
         {"log_mode=2\nhtml=1", true},
         {"log_mode=3\nhtml=1", true},
         {"log_mode=1\nhtml=1", false},
@@ -141,8 +143,9 @@ TEST(KvLogReInitTest, readsTheLimitForExtraction) {
 }
 
 TEST(KvLogReInitTest, toleratesNumbersBeyondAnInt) {
-    const LogDir log(debug("Level=99999999999999999999\nlog_size=99999999999") +
-                     "[x]\nextract_limit_size=1\n");
+    const LogDir log("code_page=99999999999999999999\nextract_limit_size=99999999999999999999\n" +
+                     debug("Level=99999999999999999999\nhtml=99999999999999999999\n"
+                           "log_size=99999999999999999999"));
     EXPECT_STREQ(s_log_file, log.tree().path(LogDir::kText).c_str());
 }
 

@@ -28,6 +28,10 @@ TEST(KvLogRecordTest, putsTheFieldsBeforeTheMessage) {
 
 TEST(KvLogRecordTest, writesAnEmptyMessageAsARecord) {
     EXPECT_EQ(text(kInfo, ""), "\nInf 20240101 12:00:05 412 7938 ");
+    EXPECT_EQ(html(kError, ""),
+              "<span id=\"typ\"> Error:\n</span><span id=\"tme\"> 20240101 12:00:05\n</span>"
+              "<span id=\"pid\"> P[412]\n</span><span id=\"tid\"> T[7938]\n</span>"
+              "<span id=\"fln\"><br>\n</span><span id=\"err\"> \n<br>\n</span>");
 }
 
 TEST(KvLogRecordTest, linesContinuationsUpUnderTheMessage) {

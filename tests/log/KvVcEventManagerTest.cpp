@@ -1,11 +1,16 @@
 #include "log/KvVcEventManager.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <climits>
 #include <cstdlib>
+#include <future>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "fileop/KvVcLock.h"
@@ -71,6 +76,25 @@ TEST(KvVcEventManagerTest, givesTheLockBack) {
     const LogDir log;
     KvVcLock lock;
     EXPECT_TRUE(lock.create(kThreadLock, "///VCPATH", false));
+    EXPECT_NE(access("///VCPATH.lock", F_OK), 0);  // of threads only: no file is made
+}
+
+TEST(KvVcEventManagerTest, waitsForAnotherThreadThatSwitches) {
+    const LogDir first;
+    const TempTree second;
+    std::promise<void> held;
+    std::atomic<bool> released{false};
+    std::thread other([&] {
+        const KvVcLock lock(kThreadLock, "///VCPATH", true);
+        held.set_value();
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        released = true;
+    });
+    held.get_future().wait();
+    g_pEventManager->resetVCPath(second.path().c_str());
+    EXPECT_TRUE(released);
+    EXPECT_EQ(s_vcpath, second.path());
+    other.join();
 }
 
 TEST(KvVcEventManagerTest, changesNothingForNull) {
@@ -149,7 +173,7 @@ TEST(KvVcEventManagerTest, registersItsListenersAndTakesThemBack) {
     EXPECT_EQ(child.finish(), 0);
 }
 
-// Where the program lies, without asking the code that looked for it.
+// That it is the right directory is shown by programs put somewhere (KvLogStartupTest.cpp).
 TEST(KvVcEventManagerTest, fillsTheContextWithTheProgramsDirectory) {
     const std::string velocore = g_DefaultContext.velocorePath;
     ASSERT_FALSE(velocore.empty());
