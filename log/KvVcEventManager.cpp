@@ -1,6 +1,7 @@
 #include "log/KvVcEventManager.h"
 
 #include <climits>
+#include <cstring>
 #include <new>
 
 #include "base/KvText.h"
@@ -29,7 +30,8 @@ bool findOwnDir(char (&path)[kPathCapacity]) {
 
 bool findWorkDir(char (&path)[kPathCapacity]) {
     char full[PATH_MAX];
-    if (!GetFullPath("./", full, sizeof full)) {
+    // A name that does not fit would be cut to another directory's.
+    if (!GetFullPath("./", full, sizeof full) || strlen(full) >= kPathCapacity) {
         return false;
     }
     (void)Strncpy(path, full, kPathCapacity);

@@ -120,6 +120,17 @@ TEST(KvLogStartupWithoutModuleTest, takesADotWhereTheWorkingDirectoryIsGone) {
     EXPECT_EQ(result.out, "./ ./ ./VC_Data\n") << result.err;
 }
 
+TEST(KvLogStartupWithoutModuleTest, takesADotWhereTheWorkingDirectorysNameIsTooLong) {
+    const TempTree tree;
+    std::string deep = "d";
+    while (deep.size() < 1100) {
+        deep += "/" + std::string(200, 'd');
+    }
+    const ChildResult result = runChild({kProbes + "startup_no_module", {}, tree.makeDir(deep)});
+    EXPECT_EQ(result.out, "./ ./ ./VC_Data\n") << result.err;
+    EXPECT_TRUE(tree.exists(deep + "/VC_Data/VC_Log/KvuDump.txt"));
+}
+
 TEST(LogCostTest, aLongMessageTakesOneOpenOneWriteAndOneClose) {
     const TempTree tree;
     const ChildResult result = runChild({kProbes + "log_cost_probe", {tree.path()}});
