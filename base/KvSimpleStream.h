@@ -15,14 +15,15 @@
 
 class KvSimpleStream {
   public:
-    // Open modes, a set of bits. in, out, out+trunc, out+app, in+out, in+out+trunc and in+out+app
-    // are known, each also with binary and each also with ate; open() refuses everything else.
+    // Open modes, a set of bits. in, out, out+truncated, out+app, in+out, in+out+truncated and
+    // in+out+app are known, each also with binary and each also with ate; open() refuses everything
+    // else.
     enum OpenMode : int {
         in = 1,
         out = 2,
         ate = 4,  // start at the end
         app = 8,
-        trunc = 16,
+        truncated = 16,  // not "trunc": that is a function of <cmath>
         binary = 32,
     };
 

@@ -17,6 +17,16 @@ has_header() {
     return 1
 }
 
+# Whether the second compiler can link its sanitizers.
+has_sanitizers() {
+    local dir result=0
+    dir=$(mktemp -d)
+    printf 'int main() {}' >"$dir/probe.cpp"
+    clang++ -fsanitize=address,undefined "$dir/probe.cpp" -o "$dir/probe" 2>/dev/null || result=1
+    rm -rf "$dir"
+    return "$result"
+}
+
 # is_present NAME: whether the thing itself can be used, whoever installed it.
 is_present() {
     case "$1" in
@@ -25,7 +35,7 @@ is_present() {
         ninja) command -v ninja >/dev/null ;;
         googletest) has_header gtest/gtest.h && has_header gmock/gmock.h ;;
         benchmark) has_header benchmark/benchmark.h ;;
-        clang) command -v clang++ >/dev/null ;;
+        clang) command -v clang++ >/dev/null && has_sanitizers ;;
         clang-format) command -v clang-format >/dev/null ;;
         clang-tidy) command -v clang-tidy >/dev/null ;;
         zoneinfo) [ -d /usr/share/zoneinfo/Europe ] ;;
@@ -39,6 +49,7 @@ debian_package() {
         ninja) echo ninja-build ;;
         googletest) echo libgtest-dev libgmock-dev ;;
         benchmark) echo libbenchmark-dev ;;
+        clang) echo clang libclang-rt-dev ;;
         zoneinfo) echo tzdata ;;
         *) echo "$1" ;;
     esac
@@ -66,7 +77,7 @@ install_on_debian() {
         fail "Missing packages. Run: sudo apt-get update && sudo apt-get install -y $*"
     fi
     DEBIAN_FRONTEND=noninteractive apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@" >/dev/null
+    DEBIAN_FRONTEND=noninteractive DEBCONF_NOWARNINGS=yes apt-get install -y -qq --no-install-recommends "$@" >/dev/null
 }
 
 require_packages() {

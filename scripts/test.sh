@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds VcPatch and runs every check. The last line says how many tests passed and failed.
 #
-#   scripts/test.sh           formatting; the tests optimised, under the sanitizers and with the
-#                             second compiler; clang-tidy over the sources
+#   scripts/test.sh           formatting; the tests optimised with the system's compiler, and with
+#                             clang under AddressSanitizer and UndefinedBehaviorSanitizer;
+#                             clang-tidy over the sources
 #   scripts/test.sh --quick   the optimised build and its tests alone
 #
 # Installs what is missing. Builds lie in build/; every run after the first is incremental.
@@ -78,7 +79,7 @@ check_format() { sources | xargs clang-format --dry-run -Werror; }
 # The tool's own sources, two at a time; a warning is an error.
 check_tidy() {
     find base fileop ini log updater -name '*.cpp' -print | sort |
-        xargs -P "$jobs" -n 4 clang-tidy -p build/clang --quiet 2>build/clang-tidy-notes.txt
+        xargs -P "$jobs" -n 4 clang-tidy -p build/asan --quiet 2>build/clang-tidy-notes.txt
 }
 
 mkdir -p build
@@ -90,7 +91,6 @@ fi
 run_preset release
 if [ "$quick" = no ]; then
     run_preset asan
-    run_preset clang
     check tidy check_tidy
 fi
 

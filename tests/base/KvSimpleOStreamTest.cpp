@@ -45,7 +45,7 @@ TEST_F(KvSimpleOStreamTest, OpenAddsOut) {
     EXPECT_EQ(written(), "Nld+");
     stream_.open(path_.c_str());
     EXPECT_EQ(written(), "");
-    stream_.open(path_.c_str(), KvSimpleStream::app | KvSimpleStream::trunc);
+    stream_.open(path_.c_str(), KvSimpleStream::app | KvSimpleStream::truncated);
     EXPECT_EQ(stream_.rdstate(), kFailed);
 }
 
