@@ -14,9 +14,8 @@ class KvIniUtil;
 void removeCachedFiles(KvIniUtil* patchDescription);
 
 // Deletes the staging directory `tempDir` after a success. After a failure moves it below
-// `baseDir`/VC_Log/TempSave, where it replaces what the last failed run left; it stays when that lies
-// within the staging directory itself. The lock that this process holds on the patch description is
-// held on.
+// `baseDir`/VC_Log/TempSave, where it replaces what the last failed run left; it stays when that
+// place lies within itself. The lock of this process on the patch description outlives the move.
 void CleanupTempFiles(bool success, const char* tempDir, const char* baseDir);
 
 // Callbacks of the first step; 0 goes on, 2 skips the entry. A null entry goes on.
