@@ -36,8 +36,8 @@ class KvVcEventManager {
     KvVcEventManager& operator=(const KvVcEventManager&) = delete;
 
     // Lets the log and its settings live in another velocore directory from now on; a callback that
-    // was installed gives way to the settings found there. Null, or a lock that another thread
-    // holds and cannot be waited for, changes nothing.
+    // was installed gives way to the settings found there. Waits for another thread that is
+    // switching. Null, and a process without a free row for the lock, change nothing.
     void resetVCPath(const char* velocorePath);
 
     // Sends every event, whatever its level, to the callback instead of the log, until the next

@@ -112,7 +112,7 @@ TEST(KvLogWriteTest, startsATooLongLogAfresh) {
     const TempTree tree;
     for (const std::string& name : {std::string("log.txt"), std::string("log.htm")}) {
         const bool html = name == "log.htm";
-        const std::string path = tree.write(name, std::string(6 * 1024 * 1024, 'x'));
+        const std::string path = tree.write(name, std::string(size_t{6} * 1024 * 1024, 'x'));
         letNextCallMeasure();
         writeInfo(path, html, "new");
         EXPECT_EQ(withoutTime(tree.read(name)),
