@@ -67,6 +67,14 @@ TEST_F(AutoRollback, DoesNothingForARunWithoutItems) {
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
+TEST_F(AutoRollback, DoesNothingWithoutAnAgentTableOrARecord) {
+    FakeAgent agent(PATCHAGENT_NEW);
+    item(3, 5);
+    EXPECT_EQ(autoRollback(nullptr, &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), nullptr, 0), 1);
+    EXPECT_THAT(agent.calls, IsEmpty());
+}
+
 TEST_F(AutoRollback, DeletesWhatWasAddedAndMovesTheSavedBack) {
     backupItem& only = item(3, 5);
     added(only, "new.dat");

@@ -74,4 +74,15 @@ TEST(KvBackupEntryTest, BackupFileThatDoesNotFitIsNoFile) {
     EXPECT_FALSE(backupFileOfEntry(parts, "d/", nullptr, 0));
 }
 
+TEST(MakeBackupEntry, SaysWhatBecameOfIt) {
+    char* text = nullptr;
+    EXPECT_EQ(HeapCopy::kDone, makeBackupEntry("backup.00a", "/opt/app/old.dat", text));
+    const ScopedHeap<char> entry(text);
+    EXPECT_STREQ("backup.00a, /opt/app/old.dat", text);
+
+    char* none = entry.get();
+    EXPECT_EQ(HeapCopy::kCopyFailed, makeBackupEntry(nullptr, "/x", none));
+    EXPECT_EQ(nullptr, none);
+}
+
 }  // namespace

@@ -220,4 +220,15 @@ TEST(EndEachItem, LeavesPatternNumbersOfHigherTypesAsTheyAre) {
     }
 }
 
+TEST(ItemStep, RefusesNullArguments) {
+    FakeAgent agent(PATCHAGENT_NEW);
+    EXPECT_EQ(startEachItem(nullptr, "x", 1, 1, &from, &to, kNoFlags), 0U);
+    EXPECT_EQ(startEachItem(agent.table(), "x", 1, 1, nullptr, &to, kNoFlags), 0U);
+    EXPECT_EQ(startEachItem(agent.table(), "x", 1, 1, &from, nullptr, kNoFlags), 0U);
+    EXPECT_EQ(endEachItem(1, nullptr, 1, 1, &from, &to), 0U);
+    EXPECT_EQ(endEachItem(1, agent.table(), 1, 1, nullptr, &to), 0U);
+    EXPECT_EQ(endEachItem(1, agent.table(), 1, 1, &from, nullptr), 0U);
+    EXPECT_THAT(agent.calls, IsEmpty());
+}
+
 }  // namespace
