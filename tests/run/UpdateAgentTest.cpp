@@ -199,6 +199,20 @@ TEST(UpdateAgent, RecordsTheVersionsThatANewAgentWrites) {
                 HasSubstr("origin.version=5.2.7\nresult.version=6.0.12\n"));
 }
 
+TEST(UpdateAgent, MayChangeItsMindAboutAFile) {
+    PatchScenario patch;
+    patch.item(3, 5).stage("a.dat", "first");
+    patch.item(3, 6).stage("a.dat", "second");
+    patch.item(3, 7).stage("a.dat", "third");
+    patch.agent(ScriptedAgent::kNew).script("CheckFileEx #2 = 0\nCheckFileEx #3 = -2");
+
+    EXPECT_EQ(patch.update().status, 1);
+
+    EXPECT_EQ(patch.destination().read("a.dat"), "first");
+    EXPECT_EQ(patch.destination().store().count("3/6/backup.000"), 0U);
+    EXPECT_EQ(patch.destination().store().at("3/7/backup.000"), "first");
+}
+
 TEST(UpdateAgent, IgnoresAnAgentThatWouldNotBeRolledBack) {
     PatchScenario patch;
     patch.item(3, 5).stage("a.dat", "a");

@@ -5,12 +5,10 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <chrono>
 #include <filesystem>
-#include <random>
-#include <thread>
 
 #include "tests/run/PatchScenario.h"
+#include "tests/run/TwoItemUpdate.h"
 
 namespace fs = std::filesystem;
 
@@ -18,69 +16,6 @@ namespace {
 
 using testing::Contains;
 using testing::Not;
-
-using Clock = std::chrono::steady_clock;
-using FileTimes = std::map<std::string, time_t>;
-
-constexpr time_t kLongAgo = 1000000000;
-
-const std::vector<std::string> kFiles = {"app/a.dat", "app/sub/b.dat", "app/added.dat",
-                                         "lib/c.dat", "lib/sub/d.dat", "lib/added.dat"};
-const std::vector<std::string> kOldFiles = {"app/a.dat", "app/sub/b.dat", "lib/c.dat",
-                                            "lib/sub/d.dat"};
-
-FileTimes timesOf(const PatchScenario& patch, const ScenarioDir& dir, const std::string& name) {
-    FileTimes times;
-    for (const auto& file : dir.files()) {
-        if (file.first.back() != '/') {
-            times[file.first] = patch.tree().time(name + "/" + file.first);
-        }
-    }
-    return times;
-}
-
-// What the destinations hold, the store apart.
-struct Destinations {
-    explicit Destinations(const PatchScenario& patch)
-        : app(patch.destination("app").files()),
-          lib(patch.destination("lib").files()),
-          appTimes(timesOf(patch, patch.destination("app"), "app")),
-          libTimes(timesOf(patch, patch.destination("lib"), "lib")) {}
-
-    FileTree app;
-    FileTree lib;
-    FileTimes appTimes;
-    FileTimes libTimes;
-};
-
-void expectSame(const Destinations& before, const Destinations& after) {
-    EXPECT_EQ(before.app, after.app);
-    EXPECT_EQ(before.lib, after.lib);
-    EXPECT_EQ(before.appTimes, after.appTimes);
-    EXPECT_EQ(before.libTimes, after.libTimes);
-}
-
-// No backup file is left behind, and no record was begun.
-void expectEmptyStore(const ScenarioDir& dir) {
-    for (const auto& entry : dir.store()) {
-        EXPECT_EQ(entry.first.back(), '/') << entry.first;
-    }
-}
-
-// Two items of two destinations: each replaces a file, one in a subdirectory too, and adds one.
-void planUpdate(PatchScenario& patch) {
-    for (const std::string& name : kOldFiles) {
-        patch.tree().write(name, "old " + name);
-        patch.tree().setTime(name, kLongAgo);
-    }
-    patch.item(3, 5).stage("a.dat", "new a").stage("sub/b.dat", "new b").stage("added.dat", "new");
-    patch.item(2, 4)
-        .to("lib")
-        .versions("5.2", "6.0")
-        .stage("c.dat", "new c")
-        .stage("sub/d.dat", "new d")
-        .stage("added.dat", "new");
-}
 
 struct Refusal {
     ScriptedAgent::Interface which;
@@ -95,7 +30,7 @@ class UpdateRefused : public testing::TestWithParam<Refusal> {};
 
 TEST_P(UpdateRefused, LeavesEverythingAsItWas) {
     PatchScenario patch;
-    planUpdate(patch);
+    planTwoItems(patch);
     patch.agent(GetParam().which).script(GetParam().rule);
     const Destinations before(patch);
 
@@ -147,7 +82,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(UpdateFailure, BeforeTheFirstItemMakesNoRollback) {
     PatchScenario patch;
-    planUpdate(patch);
+    planTwoItems(patch);
     patch.agent(ScriptedAgent::kNew).script("StartAction = 2");
 
     const RunOutcome run = patch.update();
@@ -157,7 +92,7 @@ TEST(UpdateFailure, BeforeTheFirstItemMakesNoRollback) {
 
 TEST(UpdateFailure, TellsTheAgentOfTheReachedItemsOnly) {
     PatchScenario patch;
-    planUpdate(patch);
+    planTwoItems(patch);
     ScriptedAgent& agent = patch.agent(ScriptedAgent::kNew);
     agent.script("StartItem #2 = 0");
 
@@ -177,7 +112,7 @@ TEST(UpdateFailure, TellsTheAgentOfTheReachedItemsOnly) {
 // The agent that ends an item badly outweighs the disk.
 TEST(UpdateFailure, ReportsTheAgentWhenTheDiskFailedToo) {
     PatchScenario patch;
-    planUpdate(patch);
+    planTwoItems(patch);
     fs::create_directories(patch.destination().path("added.dat"));
     patch.agent(ScriptedAgent::kNew).script("EndItem = 0");
 
@@ -190,7 +125,7 @@ TEST(UpdateFailure, ReportsTheAgentWhenTheDiskFailedToo) {
 
 class FileInTurn : public testing::TestWithParam<std::string> {
   protected:
-    FileInTurn() { planUpdate(patch); }
+    FileInTurn() { planTwoItems(patch); }
 
     void expectDiskFailure() {
         const Destinations before(patch);
@@ -220,11 +155,11 @@ TEST_P(FileInTurn, CannotBeReadFromTheStagingDirectory) {
     expectDiskFailure();
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, FileInTurn, testing::ValuesIn(kFiles));
+INSTANTIATE_TEST_SUITE_P(Each, FileInTurn, testing::ValuesIn(kTouchedFiles));
 
 TEST(UpdateFailure, FindsAFileWhereADirectoryShouldGo) {
     PatchScenario patch;
-    planUpdate(patch);
+    planTwoItems(patch);
     fs::remove_all(patch.destination("lib").path("sub"));
     patch.destination("lib").write("sub", "a file");
     const Destinations before(patch);
@@ -250,7 +185,7 @@ TEST(UpdateFailure, FindsAFileWhereTheDestinationShouldBe) {
 
 TEST(UpdateFailure, CannotWriteIntoTheDestination) {
     PatchScenario patch;
-    planUpdate(patch);
+    planTwoItems(patch);
     patch.asOrdinaryUser();
     fs::permissions(patch.destination("lib").path(), fs::perms::owner_read | fs::perms::owner_exec);
     const Destinations before(patch);
@@ -263,7 +198,7 @@ TEST(UpdateFailure, CannotWriteIntoTheDestination) {
 
 TEST(UpdateFailure, LeavesTheStoreOfEarlierGenerationsAlone) {
     PatchScenario patch;
-    planUpdate(patch);
+    planTwoItems(patch);
     EXPECT_EQ(patch.update().status, 0);
     const FileTree appStore = patch.destination("app").store();
     const FileTree libStore = patch.destination("lib").store();
@@ -278,6 +213,54 @@ TEST(UpdateFailure, LeavesTheStoreOfEarlierGenerationsAlone) {
     expectSame(before, Destinations(patch));
     EXPECT_EQ(patch.destination("app").store(), appStore);
     EXPECT_EQ(patch.destination("lib").store(), libStore);
+}
+
+TEST(UpdateFailure, PutsBackWhatTwoItemsReplacedInTurn) {
+    PatchScenario patch;
+    patch.destination().write("a.dat", "old");
+    patch.item(3, 5).stage("a.dat", "first").stage("b.dat", "first");
+    patch.item(3, 6).stage("a.dat", "second").stage("b.dat", "second");
+    patch.agent(ScriptedAgent::kNew).script("EndItem #2 = 0");
+
+    EXPECT_EQ(patch.update().status, 60);
+
+    EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old"}}));
+    expectEmptyStore(patch.destination());
+}
+
+TEST(UpdateFailure, PutsFilesBackWhereTheAgentHadThemGo) {
+    PatchScenario patch;
+    patch.tree().write("moved/a.dat", "old");
+    patch.item(3, 5).stage("a.dat", "new").stage("b.dat", "more");
+    patch.agent(ScriptedAgent::kOld)
+        .script("EndPattern #1 = 0\nGetPatternPath = " + patch.tree().path("moved"));
+
+    EXPECT_EQ(patch.update().status, 60);
+
+    EXPECT_EQ(patch.destination("moved").files(), (FileTree{{"a.dat", "old"}}));
+    expectEmptyStore(patch.destination());
+}
+
+TEST(UpdateFailure, DeletesAnAddedFileWithACommaOrABlankInItsName) {
+    PatchScenario patch;
+    patch.item(3, 5).stage("a,b.dat", "new").stage("c d.dat", "new");
+    patch.agent(ScriptedAgent::kNew).script("EndItem #1 = 0");
+
+    EXPECT_EQ(patch.update().status, 60);
+
+    EXPECT_EQ(patch.destination().files(), FileTree{});
+}
+
+TEST(UpdateFailure, KeepsADeferredFileAndItsTime) {
+    PatchScenario patch;
+    planTwoItems(patch);
+    patch.agent(ScriptedAgent::kNew).script("CheckFileEx = -2\nEndItem #2 = 0");
+    const Destinations before(patch);
+
+    EXPECT_EQ(patch.update().status, 60);
+
+    expectSame(before, Destinations(patch));
+    expectEmptyStore(patch.destination("app"));
 }
 
 // From here on: what a rollback does not put back, and never did.
@@ -390,96 +373,6 @@ TEST(UpdateNotUndone, AReplacedFileThatCouldNotBeSavedWhole) {
     EXPECT_EQ(patch.update().status, 58);
 
     EXPECT_EQ(patch.destination().read("a.dat"), std::string(100000, 'o'));
-}
-
-// Death at any moment: what was there is still there, here or in the store; and the next run does
-// what the dead one should have done.
-
-bool isKept(const PatchScenario& patch, const std::string& content) {
-    for (const ScenarioDir& dir : {patch.destination("app"), patch.destination("lib")}) {
-        const FileTree& tree = dir.files();
-        const FileTree& store = dir.store();
-        for (const FileTree* files : {&tree, &store}) {
-            for (const auto& file : *files) {
-                if (file.second == content) {
-                    return true;
-                }
-            }
-        }
-    }
-    return false;
-}
-
-void expectNothingLost(const PatchScenario& patch) {
-    for (const std::string& name : kOldFiles) {
-        EXPECT_TRUE(isKept(patch, "old " + name)) << name;
-    }
-}
-
-void expectUpdated(const PatchScenario& patch) {
-    EXPECT_EQ(
-        patch.destination("app").files(),
-        (FileTree{{"a.dat", "new a"}, {"added.dat", "new"}, {"sub/", ""}, {"sub/b.dat", "new b"}}));
-    EXPECT_EQ(
-        patch.destination("lib").files(),
-        (FileTree{{"added.dat", "new"}, {"c.dat", "new c"}, {"sub/", ""}, {"sub/d.dat", "new d"}}));
-}
-
-class UpdateKilled : public testing::TestWithParam<const char*> {};
-
-TEST_P(UpdateKilled, LosesNothingAndCanBeRepeated) {
-    PatchScenario patch;
-    planUpdate(patch);
-    ScriptedAgent& agent = patch.agent(ScriptedAgent::kNew);
-    agent.script(GetParam());
-
-    EXPECT_EQ(patch.update().exitCode, -1);
-    expectNothingLost(patch);
-
-    agent.forgetScript();
-    EXPECT_EQ(patch.update().status, 0);
-    expectUpdated(patch);
-}
-
-INSTANTIATE_TEST_SUITE_P(In, UpdateKilled,
-                         testing::Values("StartAction kills", "StartItem #1 kills",
-                                         "CheckFileEx #1 kills", "CheckFileEx #2 kills",
-                                         "CheckFileEx #3 kills", "EndItem #1 kills",
-                                         "StartItem #2 kills", "CheckFileEx #4 kills",
-                                         "CheckFileEx #5 kills", "CheckFileEx #6 kills",
-                                         "EndItem #2 kills", "EndAction kills"));
-
-// One update of these files, killed after a random part of the time that it takes.
-void killOnce(std::mt19937& random, std::chrono::microseconds longest) {
-    PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "0");
-    patch.writeDescription();
-    std::uniform_int_distribution<int64_t> moment(0, longest.count());
-
-    const std::unique_ptr<RunningPatch> run = patch.start();
-    std::this_thread::sleep_for(std::chrono::microseconds(moment(random)));
-    run->process.kill();
-    (void)patch.finish(*run);
-    expectNothingLost(patch);
-
-    EXPECT_EQ(patch.update().status, 0);
-    expectUpdated(patch);
-}
-
-TEST(UpdateKilledAtRandom, LosesNothingAndCanBeRepeated) {
-    PatchScenario whole;
-    planUpdate(whole);
-    const Clock::time_point start = Clock::now();
-    EXPECT_EQ(whole.update().status, 0);
-    const auto duration =
-        std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
-
-    std::mt19937 random(20240229);
-    const Clock::time_point end = Clock::now() + std::chrono::seconds(1);
-    for (int i = 0; i < 40 && Clock::now() < end && !testing::Test::HasFailure(); ++i) {
-        killOnce(random, duration);
-    }
 }
 
 }  // namespace
