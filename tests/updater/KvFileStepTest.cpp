@@ -232,18 +232,18 @@ TEST_F(FileStep, WithoutAnEntryOrAContextIsABadCall) {
 
 constexpr size_t kMegabyte = 1024UL * 1024;
 
-// From here on this process gets no more than a few megabytes beyond what it has.
+// From here on this process gets no more than 32 megabytes beyond what it has.
 void limitMemory() {
     long pages = 0;
     std::ifstream("/proc/self/statm") >> pages;
     const auto limit =
-        static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE)) + static_cast<rlim_t>(4 * kMegabyte);
+        static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE)) + static_cast<rlim_t>(32 * kMegabyte);
     const struct rlimit limits = {limit, limit};
     (void)setrlimit(RLIMIT_AS, &limits);
 }
 
 TEST_F(FileStep, FailsWhenANewFileCannotBeRecorded) {
-    const std::string huge(34 * kMegabyte, 'x');
+    const std::string huge(100 * kMegabyte, 'x');
     const auto body = [&]() {
         LogCapture log(6);
         limitMemory();
