@@ -24,7 +24,7 @@ std::string fetched(const std::string& path) {
 
 TEST(KvIniFile, BringsTheWholeFileWithANulBehindIt) {
     const TempTree tree;
-    for (const size_t size : {0, 1, 4094, 4095, 4096, 4097, 100000}) {
+    for (const size_t size : std::initializer_list<size_t>{0, 1, 4094, 4095, 4096, 4097, 100000}) {
         const std::string content(size, 'x');
         EXPECT_EQ(fetched(tree.write("it", content)), content) << size;
     }
