@@ -107,7 +107,7 @@ class KvIniUtil {
         kNoMore,    // there was nothing left to read
     };
 
-    // Tests set the convert-backslashes flag through this: no operation does.
+    // Tests set the convert-backslashes flag and the brackets through this: no operation does.
     friend struct KvIniUtilAccess;
 
     void _loadText(const char* text);

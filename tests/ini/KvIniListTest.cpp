@@ -7,6 +7,7 @@
 #include <map>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "ini/KvIniNode.h"
 #include "ini/KvIniPool.h"
@@ -94,6 +95,34 @@ TEST(KvIniList, AlwaysFindsTheFirstOfAName) {
         ASSERT_EQ(list.find(KvIniName(name.c_str()), false), nullptr);
     }
     EXPECT_TRUE(list.empty());
+}
+
+// Questions in list order take another way than those out of order.
+TEST(KvIniList, FindsTheFirstOfANameAlsoWhenAskedInOrder) {
+    Keys list;
+    std::vector<KvIniEntry*> entries;
+    std::map<std::string, std::deque<KvIniEntry*>> alike;
+    for (int i = 0; i < 300; ++i) {
+        // Every third name was there before; some stand twice in a row.
+        const int number = i % 3 == 0 ? i / 2 : i % 10 == 1 ? i - 1 : i;
+        const std::string name = "name" + std::to_string(number);
+        entries.push_back(list.append(name));
+        alike[name].push_back(entries.back());
+    }
+    for (const KvIniEntry* each : entries) {
+        const char* name = each->name.c_str();
+        ASSERT_EQ(list.find(KvIniName(name), false), alike[name].front()) << name;
+        ASSERT_EQ(list.find(KvIniName(name), false), alike[name].front()) << name;
+    }
+    while (!list.empty()) {
+        const std::string name = list.first()->name.c_str();
+        KvIniEntry* found = list.find(KvIniName(name.c_str()), false);
+        ASSERT_EQ(found, alike[name].front()) << name;
+        list.remove(found);
+        alike[name].pop_front();
+        KvIniEntry* next = alike[name].empty() ? nullptr : alike[name].front();
+        ASSERT_EQ(list.find(KvIniName(name.c_str()), false), next) << name;
+    }
 }
 
 }  // namespace

@@ -208,4 +208,11 @@ TEST(KvIniParse, OddSeparatorsAndCommentCharactersDoNoHarm) {
     EXPECT_EQ(dumpOf(TextDocument(text, '[', false, '=')), text);
 }
 
+TEST(KvIniParse, EveryDocumentStoresTheBracketsAgain) {
+    KvIniUtilAccess::setBrackets('<', '>');
+    const TextDocument document("<x>\n[s]\nk=v\n");
+    EXPECT_EQ(valueOf(document, "s", "k"), "v");
+    EXPECT_EQ(dumpOf(document), "<x>\n[s]\nk=v\n");
+}
+
 }  // namespace

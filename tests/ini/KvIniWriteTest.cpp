@@ -12,10 +12,6 @@
 #include "tests/support/ForkedProcess.h"
 #include "tests/support/TempTree.h"
 
-struct KvIniUtilAccess {
-    static void convertBackslashes(KvIniUtil& document) { document.convertBackslashes_ = true; }
-};
-
 namespace {
 
 // Written back, its line ends would be others.
