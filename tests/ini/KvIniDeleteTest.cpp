@@ -1,6 +1,8 @@
 // Deleting keys and sections: where their comments go, and what the lists look like afterwards.
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "tests/ini/IniDocument.h"
 
 namespace {
@@ -138,6 +140,40 @@ TEST(KvIniDeleteSection, ASectionWithoutNameCannotBeReached) {
     EXPECT_EQ(dumpOf(document), "l=w\n");
     document.del("");
     EXPECT_TRUE(document.hasNonGlobalSection());
+}
+
+// Long enough for what spares long lists the search to have remembered something.
+void addKeys(KvIniUtil& document, const char* section, const std::string& prefix) {
+    for (int i = 0; i < 40; ++i) {
+        document.add(section, (prefix + std::to_string(i)).c_str(), section);
+    }
+    (void)document.get(section, (prefix + "39").c_str());
+}
+
+TEST(KvIniDeleteKey, ADeletedKeyIsNotRememberedWhenItComesBackElsewhere) {
+    TextDocument document("");
+    addKeys(document, "one", "a");
+    addKeys(document, "two", "b");
+    document.del("one", "a39");
+    document.add("two", "elsewhere", "2");
+    EXPECT_EQ(valueOf(document, "one", "elsewhere"), "(none)");
+    EXPECT_EQ(valueOf(document, "one", "a39"), "(none)");
+}
+
+TEST(KvIniDeleteSection, NoDeletedKeyIsRememberedWhenItComesBackElsewhere) {
+    TextDocument document("");
+    addKeys(document, "", "a");
+    addKeys(document, "two", "b");
+    document.del("");
+    for (int i = 0; i < 40; ++i) {
+        document.add("two", ("elsewhere" + std::to_string(i)).c_str(), "2");
+    }
+    for (int i = 0; i < 40; ++i) {
+        document.add("", ("c" + std::to_string(i)).c_str(), "1");
+    }
+    for (int i = 0; i < 40; ++i) {
+        EXPECT_EQ(valueOf(document, "", ("elsewhere" + std::to_string(i)).c_str()), "(none)");
+    }
 }
 
 }  // namespace
