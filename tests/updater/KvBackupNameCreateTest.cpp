@@ -274,7 +274,7 @@ class RandomStore {
 TEST_F(KvBackupNameCreateTest, NamesAreThoseOfTheLiteralSearch) {
     for (const unsigned int start : {1U, 2U, 3U}) {
         RandomStore store(tree_, start);
-        for (int step = 0; step < 700; ++step) {
+        for (int step = 0; step < 300; ++step) {
             const std::string dir = store.anyDir();
             const std::string expected = literalSearch(dir, store.record());
             ASSERT_EQ(expected, freshName(dir)) << start << " " << step;
