@@ -3,8 +3,24 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
+
+namespace {
+
+// Where case does not count, a name is found that no entry bears: only a listing tells which.
+bool ignoresCase(const char* directory) {
+#ifdef _PC_CASE_SENSITIVE
+    return pathconf(directory, _PC_CASE_SENSITIVE) == 0;
+#else
+    (void)directory;
+    return false;
+#endif
+}
+
+}  // namespace
 
 KvMatchList::KvMatchList(const KvSimpleString& path) {
     name_ = FileNameOf(path.c_str());
@@ -21,9 +37,17 @@ void KvMatchList::lookUp(const KvSimpleString& path) {
     const KvSimpleString directory = DirNameOf(path.c_str());
     path_ = directory + name_;
     struct stat status {};
-    isFound_ = lstat(path_.c_str(), &status) == 0 &&
-               access(directory.empty() ? "./" : directory.c_str(), R_OK) == 0;
-    isDir_ = isFound_ && KvFileOpUtil::isDir(path_.c_str());
+    const char* const listed = directory.empty() ? "./" : directory.c_str();
+    const bool isThere = lstat(path_.c_str(), &status) == 0;
+    // A directory that may be read but not searched still lists the name.
+    const bool isUnknown = !isThere && errno != ENOENT && errno != ENOTDIR;
+    if (isUnknown || (isThere && ignoresCase(listed))) {
+        list_.emplace(path.c_str());
+        return;
+    }
+    isFound_ = isThere && access(listed, R_OK) == 0;
+    isDir_ = isFound_ && (S_ISDIR(status.st_mode) ||
+                          (S_ISLNK(status.st_mode) && KvFileOpUtil::isDir(path_.c_str())));
 }
 
 bool KvMatchList::next() {

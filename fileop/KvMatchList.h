@@ -26,7 +26,7 @@ class KvMatchList {
   private:
     void lookUp(const KvSimpleString& path);
 
-    std::optional<KvDirList> list_;  // absent for a plainly named path
+    std::optional<KvDirList> list_;  // absent where looking the name up told enough
     bool isFound_ = false;           // the named file was found and not yet handed out
     KvSimpleString path_;
     KvSimpleString name_;

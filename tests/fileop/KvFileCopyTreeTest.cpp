@@ -336,6 +336,19 @@ TEST_F(KvFileCopyTreeTest, ADirectoryThatCannotBeSearchedFailsLikeAFile) {
               KvFileOpUtil::kCannotOpenSource);
 }
 
+TEST_F(KvFileCopyTreeTest, APlainNameInADirectoryThatCannotBeSearchedFailsToo) {
+    tree.write("s/f", "1");
+    tree.makeDir("d");
+    for (const char* const name : {"", "d"}) {
+        ASSERT_EQ(chmod(tree.path(name).c_str(), 0777), 0);
+    }
+    ASSERT_EQ(chmod(tree.path("s").c_str(), 0444), 0);
+    EXPECT_EQ(resultInChild([this] { return xcopy("s/f", "d/"); }),
+              KvFileOpUtil::kCannotOpenSource);
+    EXPECT_EQ(resultInChild([this] { return copy("s/f", "d/"); }), KvFileOpUtil::kCannotOpenSource);
+    EXPECT_EQ(resultInChild([this] { return xcopy("s/none", "d/"); }), KvFileOpUtil::kDone);
+}
+
 // A name in a directory that may be searched but not read is found by no listing.
 TEST_F(KvFileCopyTreeTest, APlainNameInAnUnreadableDirectoryIsNoMatch) {
     tree.write("s/f", "1");
