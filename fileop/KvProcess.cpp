@@ -12,6 +12,13 @@
 
 namespace {
 
+const char kInThisModule = 0;
+
+bool isThisModule(const Dl_info& module) {
+    Dl_info own{};
+    return dladdr(&kInThisModule, &own) != 0 && own.dli_fbase == module.dli_fbase;
+}
+
 // Where the program was started by a bare name, the loader knows no more than that name. Systems
 // that show a process its own file fill the gap; on others the bare name stays.
 bool readOwnProgramFile(char* out) {
@@ -39,7 +46,8 @@ bool GetDllFilename(const void* address, char* out) {
     if (address == nullptr || dladdr(address, &module) == 0 || module.dli_fname == nullptr) {
         return false;
     }
-    if (strchr(module.dli_fname, '/') != nullptr || !readOwnProgramFile(out)) {
+    const bool isBareOwnName = strchr(module.dli_fname, '/') == nullptr && isThisModule(module);
+    if (!isBareOwnName || !readOwnProgramFile(out)) {
         (void)Strncpy(out, module.dli_fname, kPathCapacity);  // never null: `out` is given
     }
     return true;

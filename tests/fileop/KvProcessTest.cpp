@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#ifdef __linux__
+#include <sys/auxv.h>
+#endif
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -66,6 +69,20 @@ TEST(GetDllFilename, NamesTheLibraryOfAnAddress) {
     EXPECT_EQ(strstr(out, "kv_fileop_tests"), nullptr) << out;
     EXPECT_TRUE(fs::exists(out)) << out;
 }
+
+#ifdef __linux__
+// The system's own page is a module with a bare name, and not the program.
+TEST(GetDllFilename, ABareNameOfAnotherModuleStays) {
+    const unsigned long page = getauxval(AT_SYSINFO_EHDR);
+    char out[kPathCapacity];
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the system tells the address as a number.
+    if (page == 0 || !GetDllFilename(reinterpret_cast<const void*>(page), out)) {
+        GTEST_SKIP() << "this system shows no such module";
+    }
+    EXPECT_EQ(strchr(out, '/'), nullptr) << out;
+    EXPECT_STRNE(out, "");
+}
+#endif
 
 TEST(GetDllFilename, LeavesTheNameEmptyWhenNoModuleHoldsTheAddress) {
     char out[kPathCapacity] = "before";
