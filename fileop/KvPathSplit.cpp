@@ -3,12 +3,9 @@
 
 #include "base/KvText.h"
 #include "fileop/KvPath.h"
+#include "fileop/KvPathArgument.h"
 
 namespace {
-
-bool isEmpty(const char* text) {
-    return text == nullptr || *text == '\0';
-}
 
 bool isNameWithExtension(const char* name, const char* extension, const char* candidate) {
     char replaced[kPathCapacity];
@@ -30,7 +27,7 @@ KvSimpleString DirNameOf(const char* path) {
 }
 
 KvSimpleString FileNameOf(const char* path) {
-    if (isEmpty(path)) {
+    if (isMissing(path)) {
         return {};
     }
     const char* const last = strrchr(path, '/');
@@ -46,7 +43,7 @@ int ReplaceExtName(char* out, int size, const char* name, const char* newExt) {
     if (out == nullptr || size <= 0) {
         return kPathMissingArgument;
     }
-    if (isEmpty(name)) {
+    if (isMissing(name)) {
         out[0] = '\0';
         return kPathDone;
     }

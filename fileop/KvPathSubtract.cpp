@@ -4,12 +4,9 @@
 
 #include "base/KvText.h"
 #include "fileop/KvPath.h"
+#include "fileop/KvPathArgument.h"
 
 namespace {
-
-bool isEmpty(const char* text) {
-    return text == nullptr || *text == '\0';
-}
 
 bool startsWithIgnoringCase(const char* full, const char* prefix) {
     const size_t length = strlen(prefix);
@@ -26,7 +23,7 @@ std::optional<int> subtractTrivially(char* out, int size, const char* full, cons
     if (out == nullptr || size <= 0) {
         return kPathMissingArgument;
     }
-    if (isEmpty(full) || isEmpty(prefix)) {
+    if (isMissing(full) || isMissing(prefix)) {
         (void)Strncpy(out, full, static_cast<size_t>(size));  // never null: `out` is given
         return kPathDone;
     }
