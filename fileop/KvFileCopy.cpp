@@ -2,6 +2,8 @@
 #include <strings.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+
 #include "fileop/KvDirList.h"
 #include "fileop/KvFileContents.h"
 #include "fileop/KvFileOpUtil.h"
@@ -50,8 +52,9 @@ int _copy(CopyJob& job, const char* src, const char* dst) {
     }
     job.step.begin(src, dst);
     struct stat status {};
-    // What `stat` does not find cannot be opened either: a new file costs this one look.
-    const bool isThere = stat(dst, &status) == 0;
+    // What is not there cannot be opened either: a new file costs this one look. Any other failure
+    // may be that of a network file system, which then answers.
+    const bool isThere = stat(dst, &status) == 0 || (errno != ENOENT && stat(dst, &status) == 0);
     if (isThere && S_ISDIR(status.st_mode)) {
         return KvFileOpUtil::kDestinationNotWritable;
     }

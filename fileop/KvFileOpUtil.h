@@ -72,7 +72,8 @@ class KvFileOpUtil {
     // "a/b/" goes as "b/". Otherwise `dst` names the new file, whose parents are made, and a
     // pattern or directory source is kBadParameters. A pattern also takes the directories that
     // match, whole. No match at all is kDone. A copied file keeps the modification and access time
-    // of its source in whole seconds, and nothing else (no permissions, no owner).
+    // of its source in whole seconds, and nothing else (no permissions, no owner). A file copied
+    // onto itself is emptied, and that is kDone.
     [[nodiscard]] static int xcopy(const char* src, const char* dst, bool overwrite,
                                    Callback callback = nullptr, CallbackEntry* entry = nullptr);
 

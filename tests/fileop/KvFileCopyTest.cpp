@@ -102,15 +102,24 @@ TEST_P(KvFileCopyTest, BackslashesSeparate) {
 TEST_P(KvFileCopyTest, ABadParameterIsRefusedBeforeAnyStep) {
     tree.write("s/a.txt", "");
     tree.write("file", "");
+    tree.write("a*b/f", "");
     EXPECT_EQ(GetParam()(nullptr, "d/", true, nullptr, nullptr), KvFileOpUtil::kBadParameters);
     EXPECT_EQ(GetParam()("", "d/", true, nullptr, nullptr), KvFileOpUtil::kBadParameters);
     EXPECT_EQ(GetParam()("s/", nullptr, true, nullptr, nullptr), KvFileOpUtil::kBadParameters);
     EXPECT_EQ(GetParam()("s/", "", true, nullptr, nullptr), KvFileOpUtil::kBadParameters);
-    for (const char* const source : {"s", "s/", "s\\", "s/*.txt", "s/?.txt"}) {
+    for (const char* const source : {"s", "s/", "s\\", "s/*.txt", "s/?.txt", "a*b/f"}) {
         EXPECT_EQ(copy(source, "file"), KvFileOpUtil::kBadParameters) << source;
         EXPECT_EQ(copy(source, "missing"), KvFileOpUtil::kBadParameters) << source;
     }
     EXPECT_THAT(recorder.steps, IsEmpty());
+}
+
+TEST_P(KvFileCopyTest, AFileCopiedOntoItselfIsEmptied) {
+    tree.write("a", "text");
+    EXPECT_EQ(copy("a", "a"), KvFileOpUtil::kDone);
+    EXPECT_EQ(recorder.steps.back(), "after over a > a");
+    EXPECT_TRUE(tree.exists("a"));
+    EXPECT_EQ(tree.read("a"), "");
 }
 
 TEST_P(KvFileCopyTest, ASkippedFileStaysAndCountsAsCopied) {
