@@ -133,6 +133,15 @@ TEST_F(KvDirListTest, ABackslashSeparates) {
     EXPECT_THAT(list("d\\e\\*.ini"), ElementsAre("d/e/a.ini"));
 }
 
+// Kept: a directory is recognised before backslashes become separators.
+TEST_F(KvDirListTest, ADirectoryNamedWithABackslashIsAFilter) {
+    tree.write("d/e/x", "");
+    tree.write("d/f", "");
+    EXPECT_THAT(list("d\\e"), ElementsAre("d/e"));
+    EXPECT_STREQ(KvDirList("d\\e").getFilter().c_str(), "e");
+    EXPECT_THAT(list("d\\"), UnorderedElementsAre("d/e", "d/f"));
+}
+
 TEST_F(KvDirListTest, ADirectoryThatBearsAPatternAsItsNameIsListed) {
     tree.write("*/inside", "");
     tree.write("outside", "");

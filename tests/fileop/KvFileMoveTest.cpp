@@ -11,7 +11,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Pair;
 
 class KvFileMoveTest : public testing::Test {

@@ -157,6 +157,15 @@ TEST(KvFileOpUtil, AnEmptyDirectoryHasNoEntryAtAll) {
     EXPECT_FALSE(KvFileOpUtil::isEmptyDir(tree.path("missing").c_str()));
 }
 
+TEST(KvFileOpUtil, ADirectoryThatCannotBeReadCountsAsEmpty) {
+    const TempTree tree;
+    tree.write("d/f", "");
+    ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
+    ASSERT_EQ(chmod(tree.path("d").c_str(), 0111), 0);
+    const std::string dir = tree.path("d");
+    EXPECT_EQ(resultInChild([&] { return KvFileOpUtil::isEmptyDir(dir.c_str()) ? 1 : 0; }), 1);
+}
+
 TEST(KvFileOpUtil, ADirectorySizeIsTheSumOfItsFiles) {
     const TempTree tree;
     tree.write("d/a", "123");

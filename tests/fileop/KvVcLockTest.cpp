@@ -158,6 +158,15 @@ TEST_F(Lock, FileLocksOfOneProcessDoNotExcludeEachOther) {
     EXPECT_TRUE(KvVcLock(kFileLock, path.c_str(), kTry).isLocked());
 }
 
+TEST_F(Lock, AFileLockThatWaitsJoinsALockOfBothKinds) {
+    KvVcLock first(kFileAndThreadLock, path.c_str(), kWait);
+    KvVcLock second;
+    EXPECT_FALSE(second.create(kFileAndThreadLock, path.c_str(), kTry));
+    EXPECT_TRUE(second.create(kFileLock, path.c_str(), kWait));
+    EXPECT_TRUE(first.isLocked());
+    EXPECT_TRUE(second.isLocked());
+}
+
 TEST_F(Lock, PathsThatDifferInCaseAreDifferentResources) {
     const KvVcLock lower(kFileAndThreadLock, tree.path("name").c_str(), kTry);
     const KvVcLock upper(kFileAndThreadLock, tree.path("NAME").c_str(), kTry);
