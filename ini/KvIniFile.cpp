@@ -18,6 +18,7 @@ constexpr mode_t kNewFileMode = 0666;
 }  // namespace
 
 bool KvIniFile::open(const char* path) {
+    // Not passed on to programs that an agent may start.
     fd_.reset(::open(path, O_RDONLY | O_CLOEXEC));
     return fd_.isOpen();
 }
@@ -42,6 +43,7 @@ ScopedHeap<char> KvIniFile::releaseBytes() {
     return std::move(bytes_);
 }
 
+// Only a hint: the file may grow meanwhile, and pipes and devices have no size at all.
 size_t KvIniFile::expectedSize() const {
     struct stat status {};
     return fstat(fd_.get(), &status) == 0 && S_ISREG(status.st_mode)

@@ -4,6 +4,7 @@
 
 namespace {
 
+// Values are searched with regard to case in every document: they are file names and the like.
 bool contains(const KvIniEntry& entry, const KvSimpleString& pattern) {
     return Str_Find(entry.value.c_str(), pattern.c_str(), true) >= 0;
 }
@@ -16,6 +17,7 @@ bool anyContains(const KvIniSection& section, const KvSimpleString& pattern) {
     return key != nullptr;
 }
 
+// The C text of the name is what counts, as in every comparison.
 bool startsWith(const KvIniNode& node, const KvSimpleString& prefix, bool caseSensitive) {
     return Str_Find(node.name.c_str(), prefix.c_str(), caseSensitive) == 0;
 }

@@ -4,6 +4,7 @@
 
 namespace {
 
+// Room for the shortest list that is indexed, so that it does not grow at once.
 constexpr size_t kFewestSlots = 32;
 
 }  // namespace
@@ -36,6 +37,7 @@ bool KvIniIndex::add(KvIniNode* node) {
     if (!reserve(names_ + 1)) {
         return false;
     }
+    // The ring stays in list order because a list only ever grows at its end.
     const uint32_t hash = KvIniName::hash(node->name, caseSensitive_);
     Slot& slot = slots()[slotOf(node->name, hash)];
     node->isFirstOfName = slot.last == nullptr;
@@ -57,6 +59,7 @@ void KvIniIndex::remove(KvIniNode* node) {
         vacate(slot);
         --names_;
     } else {
+        // Only the first of a name is ever deleted, so nobody has to look for the one before it.
         last->nextSame = node->nextSame;
         node->nextSame->isFirstOfName = true;
     }

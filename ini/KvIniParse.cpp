@@ -43,6 +43,7 @@ void KvIniPending::append(const KvIniLine& line, bool withNewline) {
         begin = line.text;
         end = line.text;
     }
+    // What was trimmed off the lines before has left gaps; the text closes up over them.
     memmove(end, line.text, line.length);
     end += line.length;
     if (withNewline) {
@@ -63,6 +64,7 @@ KvIniUtil::KvIniUtil(const char* file, char commentChar, bool caseSensitive, boo
       commentChar_(commentChar),
       separator_(separator),
       fromText_(fromText) {
+    // Shared by all documents and never anything else, whoever may have touched them.
     s_LeftSquareBracket = '[';
     s_RightSquareBracket = ']';
     _appendSection(KvIniText(), KvIniText());
@@ -169,6 +171,7 @@ void KvIniUtil::_takeKey(const KvIniLine& line, KvIniPending& pending) {
     section->keys.append(entry);
 }
 
+// Under a double-byte code page a "]" may be the second half of a character.
 bool KvIniUtil::_isSectionDefine(const KvIniLine& line) {
     return line.length >= 2 && line.text[0] == s_LeftSquareBracket &&
            line.text[line.length - 1] == s_RightSquareBracket &&

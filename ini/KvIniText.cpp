@@ -4,6 +4,7 @@
 #include <cstring>
 
 bool KvIniText::copy(const char* text) {
+    // Copied before the old block goes: the text may be a part of it.
     KvIniText fresh;
     const size_t length = text != nullptr ? strlen(text) : 0;
     if (length > 0) {

@@ -23,6 +23,8 @@ void handTextsOver(const KvIniEntry& entry, KvSimpleString& to) {
 
 }  // namespace
 
+// Also after a flush, with the same content once more: flushing does not take the mark of a
+// modified document away. Kept so; who wants exactly one write discards after it.
 KvIniUtil::~KvIniUtil() {
     if (modified_ && !discarded_ && !fromText_) {
         (void)flush(true);  // nobody is left to be told
@@ -39,6 +41,7 @@ void KvIniUtil::set(const char* section, const char* key, const char* value) {
     if (isMissing(key)) {
         return;
     }
+    // Even when the value turns out to be the same: callers count on the file being rewritten.
     modified_ = true;
     KvIniSection* found = _findSection(section);
     if (found == nullptr) {
@@ -60,6 +63,8 @@ void KvIniUtil::add(const char* section, const char* key, const char* value) {
     modified_ = true;
     KvIniSection* found = _findSection(section);
     if (found == nullptr) {
+        // Untrimmed, while every look-up is trimmed: a name with blanks around it is never found
+        // again and makes a new section each time. Kept so; files must come out as they always did.
         KvIniText name;
         found = name.copy(section) ? _appendSection(std::move(name), KvIniText()) : nullptr;
     }
@@ -74,6 +79,7 @@ void KvIniUtil::del(const char* section) {
         return;
     }
     const bool isGlobal = found == sections_.first();
+    // The global section stays, as it must always be there; so do its texts.
     if (isGlobal && found->keys.empty()) {
         return;
     }
@@ -123,6 +129,7 @@ KvIniSection* KvIniUtil::_appendSection(KvIniText name, KvIniText leadingText) {
     return section;
 }
 
+// Untrimmed as well, with the same consequence.
 void KvIniUtil::_appendKey(KvIniSection& section, const char* key, const char* value) {
     KvIniEntry* entry = keyPool_.make();
     if (entry == nullptr) {

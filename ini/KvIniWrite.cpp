@@ -70,6 +70,8 @@ bool KvIniUtil::_dumpTo(KvSimpleString& out) const {
         for (const KvIniSection* each = sections_.first(); each != nullptr;
              each = sections_.after(each)) {
             sink.put(each->leadingText);
+            // The global section never gets a header, and nor does a section that came as "[]": its
+            // keys then stand under the header before. Kept so; no look-up ever reached them.
             if (!each->name.empty()) {
                 sink.put(s_LeftSquareBracket);
                 sink.put(each->name);
@@ -94,6 +96,7 @@ bool KvIniUtil::_dumpTo(KvSimpleString& out) const {
     return true;
 }
 
+// The text is complete before the file is touched: without memory for it nothing gets lost.
 bool KvIniUtil::flushTo(const char* path) const {
     if (path == nullptr || *path == '\0') {
         return false;
@@ -102,6 +105,7 @@ bool KvIniUtil::flushTo(const char* path) const {
     if (!_dumpTo(text)) {
         return false;
     }
+    // Every such byte, whatever the code page.
     if (convertBackslashes_ && !text.empty()) {
         std::replace(&text[0], &text[0] + text.length(), '\\', '/');
     }
