@@ -41,7 +41,7 @@ void KvIniUtil::set(const char* section, const char* key, const char* value) {
     if (isMissing(key)) {
         return;
     }
-    // Even when the value turns out to be the same: callers count on the file being rewritten.
+    // Also when the value turns out to be the same: nobody compares.
     modified_ = true;
     KvIniSection* found = _findSection(section);
     if (found == nullptr) {
