@@ -47,13 +47,6 @@ HeapCopy makeBackupEntry(const char* backupName, const char* target, char*& entr
     return HeapCopy::kDone;
 }
 
-char* makeBackupEntry(const char* backupName, const char* target) {
-    char* entry = nullptr;
-    // Null says it all.
-    (void)makeBackupEntry(backupName, target, entry);
-    return entry;
-}
-
 bool backupFileOfEntry(const BackupEntryParts& parts, const char* backupDir, char* out,
                        size_t size) {
     if (out == nullptr || size == 0) {

@@ -26,9 +26,6 @@ struct BackupEntryParts {
 // after a failure, which null arguments are, too (kCopyFailed).
 [[nodiscard]] HeapCopy makeBackupEntry(const char* backupName, const char* target, char*& entry);
 
-// The same text; null when it cannot be made.
-[[nodiscard]] char* makeBackupEntry(const char* backupName, const char* target);
-
 // Stores the path of the entry's backup file: `backupDir` joined with the backup name. An empty
 // `backupDir` gives the bare name. False when it does not fit; `out` then holds no usable path.
 [[nodiscard]] bool backupFileOfEntry(const BackupEntryParts& parts, const char* backupDir,

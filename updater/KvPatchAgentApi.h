@@ -59,7 +59,10 @@ enum PatchStartAnswer {
     PATCH_CLOSEPROGRAM = 2, /* the same: the protected program must be closed first */
 };
 
-/* Answers of CheckFile and CheckFileEx. Every other value means CHECKFILE_REPLACE. */
+/* Answers of CheckFile and CheckFileEx, in the words of an update. In a rollback CHECKFILE_REPLACE
+ * deletes an added file or puts the saved one back; SKIP and REBOOT leave the file. Every other
+ * value means CHECKFILE_REPLACE in an update; in a rollback the file is then handled like the one
+ * before it (the first one like CHECKFILE_REPLACE). */
 enum PatchFileAnswer {
     CHECKFILE_REBOOT = -2, /* an existing file is not replaced now but put on the reboot list */
     CHECKFILE_ERROR = -1,  /* ends the run; what it did so far is undone */

@@ -130,8 +130,11 @@ unsigned RollbackRun::rollbackItems() {
     return kStatusSuccess;
 }
 
+// No item ends this low; the range is the one that the tree operations have.
+constexpr int kLowestAccessFailure = -6;
+
 unsigned statusOfItem(int result) {
-    if (result >= kLastAccessFailure && result <= kItemNoRecord) {
+    if (result >= kLowestAccessFailure && result <= kItemNoRecord) {
         KV_ERROR(kLevelProgress, "rollbackWithPatchAgent: access failed.");
         return kStatusDiskAccess;
     }
@@ -215,7 +218,8 @@ unsigned rollBackWithNewAgent(ActionScope& scope) {
 }  // namespace
 
 unsigned rollbackWithPatchAgent(_PatchAgent* agent, updateStru* description) {
-    if (description->itemCount == 0 || description->items == nullptr) {
+    if (agent == nullptr || description == nullptr || description->itemCount == 0 ||
+        description->items == nullptr) {
         KV_ERROR(kLevelProgress, "rollbackWithPatchAgent: parameters failed.");
         return kStatusNothingToRollBack;
     }

@@ -2,19 +2,14 @@
 
 #include <sys/stat.h>
 
-#include <memory>
-#include <new>
-
 #include "base/KvScoped.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
-#include "ini/KvIniUtil.h"
 #include "log/KvReport.h"
 #include "updater/KvBackupEntry.h"
 #include "updater/KvBackupName.h"
-#include "updater/KvBackupRecord.h"
 #include "updater/KvRebootList.h"
-#include "updater/KvRunPaths.h"
+#include "updater/KvRecordContents.h"
 
 namespace {
 
@@ -54,7 +49,7 @@ class ItemRollback {
         return status_ == kItemRolledBack || status_ == kItemLeftFiles;
     }
 
-    void undoAdded(char* path);
+    void undoAdded(const char* path);
     void undoWritten(const char* entry);
     bool prepareFile(const RollbackFile& file);
     bool takeAnswer(const RollbackFile& file, const char* copy);
@@ -86,7 +81,7 @@ int ItemRollback::run() {
     return status_;
 }
 
-void ItemRollback::undoAdded(char* path) {
+void ItemRollback::undoAdded(const char* path) {
     const RollbackFile file{path, "", kRebootDelete, kAddedWords};
     if (prepareFile(file) && status_ != kItemLeftFiles) {
         // A file that cannot be deleted stays; the rollback goes on.
@@ -164,32 +159,27 @@ bool ItemRollback::takeAnswer(const RollbackFile& file, const char* copy) {
 }
 
 bool ItemRollback::recordCopy(const char* copy, const char* path) {
-    ScopedHeap<char> entry(makeBackupEntry(KvFileOpUtil::getFileName(copy).c_str(), path));
-    if (!entry || !appendWrittenFile(context_.backup, entry.get())) {
-        KV_ERROR(kLevelProgress, "rollbackItem: malloc failed.");
-        status_ = kItemNotSaved;
-        return false;
+    char* text = nullptr;
+    const HeapCopy made = makeBackupEntry(KvFileOpUtil::getFileName(copy).c_str(), path, text);
+    ScopedHeap<char> entry(text);
+    if (made == HeapCopy::kDone && appendWrittenFile(context_.backup, entry.get())) {
+        (void)entry.release();  // the record's from here on
+        return true;
     }
-    (void)entry.release();  // the record's from here on
-    return true;
+    KV_ERROR(kLevelProgress, "%s",
+             made == HeapCopy::kCopyFailed ? "rollbackItem: Snprintf failed."
+                                           : "rollbackItem: malloc failed.");
+    status_ = kItemNotSaved;
+    return false;
 }
 
-struct ScopedRecord {
-    ScopedRecord() = default;
-    ~ScopedRecord() { freeBackupStru(&record); }
-    ScopedRecord(const ScopedRecord&) = delete;
-    ScopedRecord& operator=(const ScopedRecord&) = delete;
-    backupStru record{};
-};
-
-int readRecord(const char* path, backupStru& record) {
-    std::unique_ptr<KvIniUtil> document(new (std::nothrow) KvIniUtil(path, ';', false, false, '='));
+int readRecord(const char* path, RecordContents& contents) {
+    RecordDocument document = openRecord(path);
     if (!document) {
         KV_ERROR(kLevelProgress, "rollbackItem: create KvIniUtil object failed.");
         return kItemNoRecord;
     }
-    KvIniUtil* parsed = document.get();
-    if (phaseIniForBackup(&parsed, &record, 0, path, nullptr) == kBackupRecordFailed) {
+    if (!contents.parse(document)) {
         KV_ERROR(kLevelProgress, "rollbackItem: phaseIniForBackup failed.");
         return kItemNoRecord;
     }
@@ -213,17 +203,20 @@ int findRecord(const char* destination, char (&path)[kLongPathCapacity]) {
 }  // namespace
 
 int rollbackItem(ItemContext* context) {
+    if (context == nullptr || context->agent == nullptr || context->backup == nullptr) {
+        return kItemBadPath;
+    }
     char path[kLongPathCapacity];
-    ScopedRecord scope;
+    RecordContents contents;
     int result = findRecord(context->destination, path);
     if (result == kItemRolledBack) {
-        result = readRecord(path, scope.record);
+        result = readRecord(path, contents);
     }
     if (result != kItemRolledBack) {
         return result;
     }
     KV_INFO(kLevelProgress, "rollbackItem: find out the item with same class/type.");
-    const backupItem* recorded = findBackupItem(&scope.record, context->itemClass, context->type);
+    const backupItem* recorded = findBackupItem(&contents.get(), context->itemClass, context->type);
     if (recorded == nullptr) {
         KV_INFO(kLevelProgress, "rollbackItem: item not found.");
         return kItemNotRecorded;

@@ -14,10 +14,10 @@ enum RollbackItemResult : int {
     kItemNoRecord = -2,     // the record is missing or cannot be read
     kItemNotRecorded = -3,  // the record has no item of this class and type
     kItemNotSaved = -5,     // no backup name, or no memory for the entry
-    kLastAccessFailure = -6,  // the lowest result that the action reports as an access failure
 };
 
 // Deletes the files that the last update of the item added and moves the saved copies of those it
 // overwrote back into place, asking the agent about each. `context->backup` receives one written
 // entry for each file. Files handled before a failure stay handled and recorded.
+// A null context, or one without an agent or a backup item, gives kItemBadPath.
 [[nodiscard]] int rollbackItem(ItemContext* context);

@@ -42,13 +42,16 @@ TEST(KvBackupEntryTest, EntriesAreSplitAtCommasAndTrimmed) {
 }
 
 TEST(KvBackupEntryTest, MadeEntryIsReadBack) {
-    const ScopedHeap<char> entry(makeBackupEntry("backup.00a", "/opt/app/old.dat"));
-    ASSERT_TRUE(entry);
+    char* text = nullptr;
+    ASSERT_EQ(HeapCopy::kDone, makeBackupEntry("backup.00a", "/opt/app/old.dat", text));
+    const ScopedHeap<char> entry(text);
     EXPECT_STREQ("backup.00a, /opt/app/old.dat", entry.get());
     const BackupEntryParts parts = splitBackupEntry(entry.get());
     EXPECT_EQ(kBackupEntryPieces, parts.pieceCount);
-    EXPECT_EQ(nullptr, makeBackupEntry(nullptr, "/x"));
-    EXPECT_EQ(nullptr, makeBackupEntry("backup.000", nullptr));
+    EXPECT_EQ(HeapCopy::kCopyFailed, makeBackupEntry(nullptr, "/x", text));
+    EXPECT_EQ(nullptr, text);
+    EXPECT_EQ(HeapCopy::kCopyFailed, makeBackupEntry("backup.000", nullptr, text));
+    EXPECT_EQ(nullptr, text);
 }
 
 TEST(KvBackupEntryTest, BackupFileLiesInTheBackupDirectory) {
