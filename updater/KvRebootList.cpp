@@ -44,3 +44,10 @@ bool WriteRebootList() {
     }
     return true;
 }
+
+void DropRebootList() {
+    for (int i = 0; i < g_rebootCopyList.count; ++i) {
+        free(g_rebootCopyList.items[i]);
+    }
+    g_rebootCopyList.Clear();
+}

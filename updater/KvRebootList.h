@@ -32,3 +32,6 @@ extern bool g_RebootForNewFile;
 // Hands every entry to `writeReboot`, logs and frees it. False when there are no entries. The list
 // keeps its (then dangling) pointers: it is called once, at the end of a run.
 [[nodiscard]] bool WriteRebootList();
+
+// Frees all entries and empties the list: the deferred copies of a run that failed are forgotten.
+void DropRebootList();

@@ -199,6 +199,7 @@ unsigned rollBackItemsOf(ActionScope& scope) {
     const unsigned status = rollbackWithPatchAgent(&scope.agent, &scope.description);
     if (status != kStatusSuccess) {
         KV_ERROR(kLevelProgress, "rollback: rollbackWithPatchAgent failed.");
+        DropRebootList();
         return status;
     }
     return WriteRebootList() ? kStatusRebootRequired : kStatusSuccess;

@@ -256,6 +256,7 @@ unsigned update(KvIniUtil* document) {
     const unsigned status = UpdateRun(scope.agent, scope.description).run();
     if (status != kStatusSuccess) {
         KV_ERROR(kLevelProgress, "update: updateWithPatchAgent failed.");
+        DropRebootList();
         return status;
     }
     return WriteRebootList() || g_RebootForNewFile ? kStatusRebootRequired : kStatusSuccess;

@@ -82,4 +82,13 @@ TEST_F(RebootList, IsLoggedInItsOrderWhenItIsWritten) {
     EXPECT_EQ(g_rebootCopyList.count, 2);
 }
 
+TEST_F(RebootList, IsEmptyAfterARunThatFailed) {
+    ASSERT_TRUE(addRebootEntry("/stage/a", "/app/a", kRebootDelete));
+
+    DropRebootList();
+
+    EXPECT_EQ(g_rebootCopyList.count, 0);
+    EXPECT_FALSE(WriteRebootList());
+}
+
 }  // namespace
