@@ -38,8 +38,9 @@ enum BackupRecordResult : int {
 //   deleted, `*doc` becomes null and the parse fails.
 // - An item section is damaged: it is dropped, the sections that are left are renumbered without
 //   gaps, the record is written to `path` and `*doc` becomes the rewritten document, which has no
-//   path of its own. `out` keeps its count and its numbering from before, the dropped items with
-//   class 0 (see `sectionOfBackupItem` in updater/KvBackupSection.h).
+//   path of its own. `out` keeps its count (cut 65536 missing sections after the last one found)
+//   and its numbering from before, the dropped items with class 0 (see `sectionOfBackupItem` in
+//   updater/KvBackupSection.h).
 //
 // kBackupRecordParsed: `out` holds the record and goes with `freeBackupStru`.
 // kBackupRecordFailed: `out` is empty (count 0, null items). `*doc` is left as it was, or null

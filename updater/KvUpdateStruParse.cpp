@@ -3,10 +3,10 @@
 #include <cstring>
 
 #include "base/KvNumber.h"
-#include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "ini/KvIniUtil.h"
 #include "log/KvReport.h"
+#include "updater/KvHeap.h"
 #include "updater/KvUpdateStru.h"
 #include "updater/KvUpdateStruDump.h"
 
@@ -42,15 +42,14 @@ bool fail(const char* reason) {
 
 // An exact-size heap copy into `copy`, which the structure owns; false is logged.
 bool copyText(const char* text, char*& copy) {
-    const size_t size = strlen(text) + 1;
-    ScopedHeap<char> block(static_cast<char*>(malloc(size)));
-    if (block == nullptr) {
-        return fail("phaseIniForUpdate: malloc failed.");
+    switch (copyToHeap(text, copy)) {
+        case HeapCopy::kNoMemory:
+            return fail("phaseIniForUpdate: malloc failed.");
+        case HeapCopy::kCopyFailed:
+            return fail("phaseIniForUpdate: Strncpy failed.");
+        case HeapCopy::kDone:
+            break;
     }
-    if (Strncpy(block.get(), text, size) == nullptr) {
-        return fail("phaseIniForUpdate: Strncpy failed.");
-    }
-    copy = block.release();
     return true;
 }
 

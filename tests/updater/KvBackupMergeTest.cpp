@@ -3,10 +3,14 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "tests/support/ForkedProcess.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempTree.h"
 #include "tests/updater/LogLines.h"
@@ -304,6 +308,31 @@ TEST_F(KvBackupMergeTest, RecordThatCannotBeWrittenIsOnlyReported) {
     EXPECT_EQ("6 info mergeBackupIni: done.", linesOf(log_).back());
     EXPECT_EQ(kCommon + "1\npatchagent.version=1\n" + plainItem(0, 3, 6, "2"),
               tree_.read("other/VC_Backup/VcBackup.ini"));
+}
+
+// The repair loses the document itself when it cannot delete the file.
+TEST_F(KvBackupMergeTest, CrashedRecordThatCannotBeDeletedEndsTheMerge) {
+    tree_.write(kRecord, "");
+    ASSERT_EQ(0, chmod(tree_.path().c_str(), 0755));
+    ASSERT_EQ(0, chmod(tree_.path("app/VC_Backup").c_str(), 0555));
+    ForkedProcess ordinary([&](const Talk&) {
+        if (geteuid() == 0 && setuid(65534) != 0) {
+            return 2;
+        }
+        RunBackup run(1);
+        run.item(3, 5, "1", "2", app_);
+        mergeBackupIni(run.get(), 1);
+        const std::vector<std::string> lines = linesOf(log_);
+        const auto has = [&lines](const char* line) {
+            return std::find(lines.begin(), lines.end(), line) != lines.end();
+        };
+        return has("6 error Delete crashed VcBackup.ini file failed!") &&
+                       has("6 error Merge backup ini faild") && !has("6 info mergeBackupIni: done.")
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(0, ordinary.finish());
+    EXPECT_EQ("", tree_.read(kRecord));
 }
 
 TEST_F(KvBackupMergeTest, DestinationTooLongForARecordEndsTheMerge) {
