@@ -168,7 +168,7 @@ void PatchScenario::clearStaging() {
     const std::map<std::string, std::string> former = common_;
     common_ = {{"velocore_path", tree_.path("vc")}, {"patchagent.version", "1"}};
     if (agent_ != nullptr) {
-        set("patchagent", former.at("patchagent"));
+        set("patchagent", agent_->path());
         set("patchagent.version", former.at("patchagent.version"));
     }
 }
