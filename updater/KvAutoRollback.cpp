@@ -132,7 +132,7 @@ class AgentBracket {
 
 // File operations that fail are passed over here: the rest of the item is still worth undoing.
 void deleteAddedFiles(const backupItem& item) {
-    for (uint64_t i = 0; i < item.addedCount; ++i) {
+    for (uint64_t i = 0; item.addedList != nullptr && i < item.addedCount; ++i) {
         const char* added = item.addedList[i];
         KV_INFO(kLevelProgress, "Auto Rollback in Update: Unlinking %s .",
                 added != nullptr ? added : "Empty File");
@@ -161,7 +161,7 @@ bool moveBack(const char* entry, const char* backupDir) {
 bool moveWrittenFilesBack(const backupItem& item) {
     char backupDir[kLongPathCapacity];
     constructBackupPath(item.destination, item.itemClass, item.type, backupDir, sizeof backupDir);
-    for (uint64_t i = 0; i < item.writtenCount; ++i) {
+    for (uint64_t i = 0; item.writtenList != nullptr && i < item.writtenCount; ++i) {
         if (!moveBack(item.writtenList[i], backupDir)) {
             return false;
         }
@@ -172,7 +172,7 @@ bool moveWrittenFilesBack(const backupItem& item) {
 }  // namespace
 
 int autoRollback(_PatchAgent* agent, backupStru* run, unsigned mode) {
-    if (agent == nullptr || run == nullptr) {
+    if (agent == nullptr || run == nullptr || run->items == nullptr) {
         return kAutoRollbackDone;
     }
     AgentBracket bracket(agent);

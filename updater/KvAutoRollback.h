@@ -19,5 +19,5 @@ enum AutoRollbackResult : int {
 // Undoes what `run` has recorded, last item first; items without a destination were never reached
 // and are passed over. The agent is told of each item as if it went from its result version back to
 // its origin version, with action code 2. What the agent answers, and failing file operations, do
-// not stop the rollback. Without an agent table or a record there is nothing to do.
+// not stop the rollback. Without an agent table, a record or its items there is nothing to do.
 int autoRollback(_PatchAgent* agent, backupStru* run, unsigned mode);

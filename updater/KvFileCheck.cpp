@@ -39,7 +39,8 @@ int askOldAgent(_PatchAgent* agent, const char* destination) {
 }  // namespace
 
 FileDecision decideFile(_PatchAgent* agent, const char* destination) {
-    if (agent->version != PATCHAGENT_OLD && agent->version != PATCHAGENT_NEW) {
+    if (agent == nullptr ||
+        (agent->version != PATCHAGENT_OLD && agent->version != PATCHAGENT_NEW)) {
         return FileDecision::kSkip;
     }
     const int answer = agent->version == PATCHAGENT_NEW ? askNewAgent(agent, destination)

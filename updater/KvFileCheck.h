@@ -12,5 +12,5 @@ enum class FileDecision {
 
 // Asks CheckFile or CheckFileEx, whichever the agent's interface has, and logs the answer. An
 // answer that has no meaning is logged and counts as "write"; an unknown interface gives kSkip,
-// without a word. A null `destination` is logged as "Null_File".
+// without a word, and so does a null `agent`. A null `destination` is logged as "Null_File".
 [[nodiscard]] FileDecision decideFile(_PatchAgent* agent, const char* destination);

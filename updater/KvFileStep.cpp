@@ -92,7 +92,7 @@ int saveOldFile(const Entry& entry, const ItemContext& context, FileDecision dec
         return result;
     }
     const bool deferred = decision == FileDecision::kReboot;
-    if (deferred && !addRebootEntry(entry.path, entry.destination, kRebootDelete)) {
+    if (deferred && !addRebootEntry(entry.path, entry.destination, kRebootReplace)) {
         return outOfMemory();
     }
     KV_INFO(kLevelProgress, "callBackForUpdate: Overwrite file(%s) done.", recorded);

@@ -28,10 +28,13 @@ enum class HeapCopy {
     kCopyFailed,
 };
 
-// Stores in `out` a heap copy of `text`, which must not be null, in a block of exactly its size.
+// Stores in `out` a heap copy of `text` in a block of exactly its size; a null text is kCopyFailed.
 // After a failure `out` is null.
 [[nodiscard]] inline HeapCopy copyToHeap(const char* text, char*& out) {
     out = nullptr;
+    if (text == nullptr) {
+        return HeapCopy::kCopyFailed;
+    }
     const size_t size = strlen(text) + 1;
     ScopedHeap<char> block(static_cast<char*>(malloc(size)));
     if (!block) {

@@ -75,6 +75,22 @@ TEST_F(AutoRollback, DoesNothingWithoutAnAgentTableOrARecord) {
     EXPECT_THAT(agent.calls, IsEmpty());
 }
 
+TEST_F(AutoRollback, DoesNotTrustACountWithoutItems) {
+    FakeAgent agent(PATCHAGENT_NEW);
+    backupStru empty{1, nullptr, 3, nullptr};
+    EXPECT_EQ(autoRollback(agent.table(), &empty, 0), 1);
+    EXPECT_THAT(agent.calls, IsEmpty());
+}
+
+TEST_F(AutoRollback, DoesNotTrustCountsWithoutLists) {
+    backupItem& only = item(3, 5);
+    only.addedCount = 2;
+    only.writtenCount = 2;
+    FakeAgent agent(PATCHAGENT_NEW);
+    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(agent.calls.size(), 2U);
+}
+
 TEST_F(AutoRollback, DeletesWhatWasAddedAndMovesTheSavedBack) {
     backupItem& only = item(3, 5);
     added(only, "new.dat");

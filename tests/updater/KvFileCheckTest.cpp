@@ -84,6 +84,10 @@ TEST(DecideFile, LogsAWordForANullPath) {
                             infoAt(9, "Call PatchAgent CheckFileEx( Null_File ) return 1,(OK)")));
 }
 
+TEST(DecideFile, SkipsEveryFileWithoutAnAgentTable) {
+    EXPECT_EQ(decideFile(nullptr, "/app/a.dat"), FileDecision::kSkip);
+}
+
 TEST(DecideFile, SkipsEveryFileForAnUnknownInterface) {
     FakeAgent unknown(2);
     LogCapture log;

@@ -138,6 +138,33 @@ TEST_F(FileStep, DoesNotAskAboutADirectory) {
     EXPECT_THAT(agent.calls, IsEmpty());
 }
 
+TEST_F(FileStep, WithoutAnAgentOrABackupItemIsABadCall) {
+    tree.write("app/a.dat", "old");
+    const std::string target = tree.path("app/a.dat");
+    ItemContext noAgent{&item, nullptr, "", 0, 3, 5};
+    ItemContext noBackup{nullptr, agent.table(), "", 0, 3, 5};
+    for (ItemContext* context : {&noAgent, &noBackup}) {
+        Ops::CallbackEntry entry{};
+        entry.userData = context;
+        entry.destination = target.c_str();
+        entry.action = Ops::kOverwrite;
+        EXPECT_EQ(callBackForUpdate(&entry), -1);
+    }
+    EXPECT_THAT(agent.calls, IsEmpty());
+    EXPECT_FALSE(tree.exists("app/VC_Backup"));
+}
+
+TEST_F(FileStep, CannotRecordANewFileWithoutADestination) {
+    LogCapture log;
+
+    EXPECT_EQ(stepTo("x", nullptr, Ops::kNewFile, Ops::kBefore), 0);
+    EXPECT_EQ(stepTo("x", nullptr, Ops::kNewFile, Ops::kAfter), kNotSaved);
+
+    EXPECT_THAT(agent.calls, IsEmpty());
+    EXPECT_THAT(added(), IsEmpty());
+    EXPECT_THAT(log.records(), ElementsAre(errorAt(6, "callBackForUpdate: Strncpy failed.")));
+}
+
 TEST_F(FileStep, SkipsWhatTheAgentSkips) {
     tree.write("app/a.dat", "old");
     agent.answers["CheckFileEx"] = 0;

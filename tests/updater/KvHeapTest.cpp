@@ -29,4 +29,11 @@ TEST(KvHeapTest, TextsAreCopiedWhole) {
     }
 }
 
+TEST(KvHeapTest, NullTextIsNotCopied) {
+    char untouched = 'x';
+    char* copy = &untouched;
+    EXPECT_EQ(HeapCopy::kCopyFailed, copyToHeap(nullptr, copy));
+    EXPECT_EQ(nullptr, copy);
+}
+
 }  // namespace
