@@ -111,6 +111,9 @@ int callBackForUpdate(Entry* entry) {
         return KvFileOpUtil::kBadParameters;
     }
     const auto& context = *static_cast<const ItemContext*>(entry->userData);
+    if (context.agent == nullptr || context.backup == nullptr) {
+        return KvFileOpUtil::kBadParameters;
+    }
     const FileDecision decision = isFileToAskAbout(*entry)
                                       ? decideFile(context.agent, entry->destination)
                                       : FileDecision::kWrite;

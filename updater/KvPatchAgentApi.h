@@ -21,6 +21,10 @@
  * calls come from one thread. A start call that fails is followed at once by its end call, with
  * success 0. EndPatch and EndAction are called only when every item succeeded.
  *
+ * When a run fails, what it did is undone, last item first: each item that was reached is started
+ * and ended once more, with an empty name. These answers are only logged; a start that fails is
+ * followed by its end with success 1, as if it had not failed, when the item has been undone.
+ *
  * All texts are NUL-terminated bytes and belong to the tool; they are valid during the call. */
 #pragma once
 
@@ -104,12 +108,15 @@ extern "C" {
 #endif
 
 /* The types of the entry points. In both interfaces
- *   name      is the item's archive ("item.zip"), or null when the description names none;
+ *   name      is the item's archive ("item.zip"), or null when the description names none; it is
+ *             "" while a failed run is undone;
  *   path      is the destination file that is about to be written;
- *   success   is 1, or 0 when the patch, component or item failed;
+ *   success   is 1, or 0 when the patch, component or item failed; always 1 while a failed run is
+ *             undone;
  *   origin, result are the versions before and after the patch: the old interface gets the first
  *             word (of patterns: 16 bits to the left, for the types 0 to 4 in the old numbering),
- *             the new one the records of the run, which are the tool's.
+ *             the new one the records of the run, which are the tool's. While a failed run is
+ * undone the result comes first: the item goes back from there.
  *
  * Old interface. A PatchGetPathFn receives the destination of the first item of its class in a
  * buffer of PATCHAGENT_PATH_CAPACITY bytes and may write another path in its place. */

@@ -7,10 +7,12 @@
 
 constexpr size_t kRebootPathCapacity = 1024;
 
-// What an entry asks for at the restart. The update's entries carry 0 as well.
+// What an entry asks for at the restart. A deferred copy and a deferred deletion bear the same
+// number: the entry's source tells them apart.
 enum RebootMarker : char {
-    kRebootDelete = 0,
-    kRebootPutBack = 1,
+    kRebootReplace = 0,  // an update's new file, at `source`
+    kRebootDelete = 0,   // a rollback's deletion of an added file, without a source
+    kRebootPutBack = 1,  // a rollback's saved file, at `source`
 };
 
 struct RebootEntry {

@@ -18,7 +18,8 @@ constexpr char kCommon[] = "common";
 constexpr size_t kSectionNameCapacity = 128;
 constexpr uint32_t kDefaultBackup = 1;
 
-// The largest count whose items of 56 bytes stay within a 32-bit allocation size.
+// So many items of 56 bytes, the fields that a section fills, stay within a 32-bit size. The record
+// is larger by its selector words, but no array of this many is ever asked for: see appendItem.
 constexpr uint64_t kMaxItemCount = 76695844;
 constexpr uint64_t kFirstItemCapacity = 16;
 

@@ -48,8 +48,8 @@ TEST_F(RebootList, IsNotWrittenWhenItIsEmpty) {
 }
 
 TEST_F(RebootList, KeepsWhatIsAdded) {
-    EXPECT_TRUE(addRebootEntry("/stage/a", "/app/a", 0));
-    EXPECT_TRUE(addRebootEntry(nullptr, "/app/b", 1));
+    EXPECT_TRUE(addRebootEntry("/stage/a", "/app/a", kRebootReplace));
+    EXPECT_TRUE(addRebootEntry(nullptr, "/app/b", kRebootPutBack));
 
     ASSERT_EQ(g_rebootCopyList.count, 2);
     EXPECT_STREQ(entry(0).source, "/stage/a");
