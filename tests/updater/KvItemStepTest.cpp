@@ -46,6 +46,20 @@ TEST(StartEachItem, TellsANewAgentOfOtherClassesWithTheirTypeInHexadecimal) {
             infoAt(6, "Call PatchAgent StartItem with: y.zip, 4, 0xffffffff, 0x3, 5.2.7, 6.0")));
 }
 
+TEST(StartEachItem, ShowsAProductsTypeInDecimalToItsEnds) {
+    FakeAgent agent(PATCHAGENT_NEW);
+    LogCapture log;
+
+    EXPECT_EQ(startEachItem(agent.table(), "x.zip", 1, 0xFFFFFFFF, &from, &to, 0), 1U);
+    EXPECT_EQ(startEachItem(agent.table(), "x.zip", 1, 0, &from, &to, 0), 1U);
+
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(
+            infoAt(6, "Call PatchAgent StartItem with: x.zip, 1, 4294967295, 0x0, 5.2.7, 6.0"),
+            infoAt(6, "Call PatchAgent StartItem with: x.zip, 1, 0, 0x0, 5.2.7, 6.0")));
+}
+
 TEST(StartEachItem, PassesANullNameOnAndLogsAWordForIt) {
     FakeAgent agent(PATCHAGENT_NEW);
     LogCapture log;
@@ -96,12 +110,13 @@ TEST(StartEachItem, RefusesAnUnknownClassForAnOldAgent) {
     FakeAgent agent(PATCHAGENT_OLD);
     LogCapture log;
 
-    EXPECT_EQ(startEachItem(agent.table(), "x", 4, 1, &from, &to, kNoFlags), 0U);
-    EXPECT_EQ(startEachItem(agent.table(), "x", 0, 1, &from, &to, kNoFlags), 0U);
+    for (const unsigned itemClass : {0U, 4U, 5U, 0xFFFFFFFFU}) {
+        EXPECT_EQ(startEachItem(agent.table(), "x", itemClass, 1, &from, &to, kNoFlags), 0U);
+    }
 
     EXPECT_THAT(agent.calls, IsEmpty());
-    EXPECT_THAT(log.records(), ElementsAre(errorAt(9, "startEachItem: unknown class."),
-                                           errorAt(9, "startEachItem: unknown class.")));
+    const LogRecord unknownClass = errorAt(9, "startEachItem: unknown class.");
+    EXPECT_THAT(log.records(), ElementsAre(unknownClass, unknownClass, unknownClass, unknownClass));
 }
 
 struct OldClass {
@@ -126,6 +141,28 @@ TEST_P(OldInterface, StartsAnItemByItsName) {
     EXPECT_THAT(log.records(),
                 ElementsAre(infoAt(6, "Call PatchAgent " + start + " with: x.zip"),
                             infoAt(6, "Call PatchAgent " + start + " with: NULL_String")));
+}
+
+TEST_P(OldInterface, TakesAnyOtherAnswerForAYesAndHandsItBack) {
+    FakeAgent agent(PATCHAGENT_OLD);
+    const std::string start = std::string("Start") + GetParam().entry;
+    const std::string end = std::string("End") + GetParam().entry;
+    for (const int answer : {-1, 2, 42}) {
+        agent.calls.clear();
+        agent.answers = {{start, answer}, {end, answer}};
+        LogCapture log;
+
+        EXPECT_EQ(startEachItem(agent.table(), "x.zip", GetParam().itemClass, 5, &from, &to, 0),
+                  static_cast<unsigned>(answer));
+        EXPECT_EQ(agent.calls.size(), 1U) << "the bracket stays open";
+        EXPECT_EQ(endEachItem(0, agent.table(), GetParam().itemClass, 5, &from, &to),
+                  static_cast<unsigned>(answer));
+
+        EXPECT_THAT(agent.calls, ElementsAre(start + "(x.zip)", GetParam().endCall));
+        EXPECT_THAT(log.records(),
+                    ElementsAre(infoAt(6, "Call PatchAgent " + start + " with: x.zip"),
+                                infoAt(6, GetParam().endMessage)));
+    }
 }
 
 TEST_P(OldInterface, ClosesTheBracketOfAStartThatFailed) {
@@ -191,11 +228,14 @@ TEST(EndEachItem, RefusesUnknownInterfacesAndClasses) {
     FakeAgent unknown(7);
     EXPECT_EQ(endEachItem(1, unknown.table(), 1, 1, &from, &to), 0U);
     FakeAgent old(PATCHAGENT_OLD);
-    EXPECT_EQ(endEachItem(1, old.table(), 4, 1, &from, &to), 0U);
+    for (const unsigned itemClass : {0U, 4U, 5U, 0xFFFFFFFFU}) {
+        EXPECT_EQ(endEachItem(1, old.table(), itemClass, 1, &from, &to), 0U);
+    }
 
     EXPECT_THAT(old.calls, IsEmpty());
+    const LogRecord unknownClass = errorAt(9, "endEachItem: unknown class.");
     EXPECT_THAT(log.records(), ElementsAre(errorAt(9, "endEachItem: unknown patch agent version."),
-                                           errorAt(9, "endEachItem: unknown class.")));
+                                           unknownClass, unknownClass, unknownClass, unknownClass));
 }
 
 // 112300 is 123 in the old numbering: 123 * 65536 = 0x7b0000. The message shows the number as it

@@ -56,6 +56,8 @@ class RunBackup {
 
     backupItem& last() { return backup_.items[backup_.itemCount - 1]; }
     [[nodiscard]] const backupStru* get() const { return &backup_; }
+    // The same for what takes a record that it could change.
+    [[nodiscard]] backupStru* record() { return &backup_; }
 
   private:
     backupStru backup_{};

@@ -1,0 +1,260 @@
+// What the agent hears of an automatic rollback, and what becomes of its answers.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+#include "tests/support/LogCapture.h"
+#include "tests/updater/AutoRollbackTest.h"
+#include "tests/updater/FakeAgent.h"
+#include "tests/updater/RunBackup.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST_F(AutoRollback, TellsANewAgentThatItGoesBackFromTheResultToTheOrigin) {
+    backupItem& product = item(1, 17);
+    added(product, "new.dat");
+    backupItem& engine = item(2, 17);
+    written(engine, "backup.000", "a.dat");
+    FakeAgent agent(PATCHAGENT_NEW);
+    LogCapture log;
+
+    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+
+    EXPECT_THAT(agent.calls, ElementsAre("StartItem(, 2, 17, 0x2, 0x60000/0, 0x52000/7)",
+                                         "EndItem(1, 0x60000/0, 0x52000/7)",
+                                         "StartItem(, 1, 17, 0x2, 0x60000/0, 0x52000/7)",
+                                         "EndItem(1, 0x60000/0, 0x52000/7)"));
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(
+            infoAt(6, "Call PatchAgent StartItem with: empty string, 2, 0x11, 0x2, 6.0, 5.2.7"),
+            infoAt(6,
+                   "autoRollback moving files, from:" + tree.path("app/VC_Backup/2/17/backup.000") +
+                       ", to:" + tree.path("app/a.dat")),
+            infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7"),
+            infoAt(6, "Call PatchAgent StartItem with: empty string, 1, 17, 0x2, 6.0, 5.2.7"),
+            infoAt(6, "Auto Rollback in Update: Unlinking " + tree.path("app/new.dat") + " ."),
+            infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7")));
+}
+
+TEST_F(AutoRollback, LogsWhatANewAgentRefusesAndGoesOn) {
+    backupItem& only = item(2, 4);
+    written(only, "backup.000", "a.dat");
+    FakeAgent agent(PATCHAGENT_NEW);
+    agent.answers = {{"StartItem", 0}, {"EndItem", 0}};
+    LogCapture log;
+
+    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+
+    EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(
+            infoAt(6, "Call PatchAgent StartItem with: empty string, 2, 0x4, 0x2, 6.0, 5.2.7"),
+            errorAt(6, "Start Class[2] error but in auto rollback ignore it"),
+            infoAt(6,
+                   "autoRollback moving files, from:" + tree.path("app/VC_Backup/2/4/backup.000") +
+                       ", to:" + tree.path("app/a.dat")),
+            infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7"),
+            errorAt(6, "End Class[2] error but in auto rollback so ignore it")));
+}
+
+TEST_F(AutoRollback, TellsAnOldAgentByClass) {
+    item(1, 1);
+    item(2, 1);
+    FakeAgent agent(PATCHAGENT_OLD);
+    LogCapture log;
+
+    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+
+    EXPECT_THAT(agent.calls, ElementsAre("StartEngine()", "EndEngine(1, 0x60000, 0x52000)",
+                                         "StartProduct()", "EndProduct(1, 0x60000, 0x52000)"));
+    EXPECT_THAT(log.records(),
+                ElementsAre(infoAt(6, "Call PatchAgent StartEngine with: empty string"),
+                            infoAt(6, "Call PatchAgent EndEngine with: TRUE, 0x60000, 0x52000"),
+                            infoAt(6, "Call PatchAgent StartProduct with: empty string"),
+                            infoAt(6, "Call PatchAgent EndProduct with: TRUE, 0x60000, 0x52000")));
+}
+
+// 112400 and 112300 are 124 and 123 in the old numbering.
+TEST_F(AutoRollback, ConvertsPatternNumbersOfTypesBelowFiveForAnOldAgent) {
+    for (const uint32_t type : {5U, 4U}) {
+        backupItem& pattern = item(3, type);
+        pattern.originVersion = {112300, 0, 0};
+        pattern.resultVersion = {112400, 0, 0};
+    }
+    FakeAgent agent(PATCHAGENT_OLD);
+    LogCapture log;
+
+    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+
+    EXPECT_THAT(agent.calls,
+                ElementsAre("StartPattern()", "EndPattern(1, 0x7c0000, 0x7b0000)", "StartPattern()",
+                            "EndPattern(1, 0xb7100000, 0xb6ac0000)"));
+    const LogRecord start = infoAt(6, "Call PatchAgent StartPattern with: empty string");
+    const LogRecord end =
+        infoAt(6, "Call PatchAgent EndPattern with: TRUE, 3071279104, 3064725504");
+    EXPECT_THAT(log.records(), ElementsAre(start, end, start, end));
+}
+
+TEST_F(AutoRollback, JudgesAClassWithoutCallsByTheAnswerBefore) {
+    item(4, 1);
+    item(2, 1);
+    item(4, 2);
+    FakeAgent agent(PATCHAGENT_OLD);
+    LogCapture log;
+
+    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+
+    EXPECT_THAT(agent.calls, ElementsAre("StartEngine()", "EndEngine(1, 0x60000, 0x52000)"));
+    // No answer yet counts as 0 for the last item; the first one follows the engine's yes.
+    EXPECT_THAT(log.records(),
+                ElementsAre(errorAt(6, "Start Class[4] error but in auto rollback so ignore it"),
+                            errorAt(6, "End Class[4] error but in auto rollback so ignore it"),
+                            infoAt(6, "Call PatchAgent StartEngine with: empty string"),
+                            infoAt(6, "Call PatchAgent EndEngine with: TRUE, 0x60000, 0x52000")));
+}
+
+// What the agent answers to one class, refused at both ends.
+struct RefusedClass {
+    uint32_t itemClass;
+    const char* entry;  // behind "Start" and "End"
+    const char* end;    // message of the end call
+};
+
+class AutoRollbackRefused : public AutoRollback,
+                            public testing::WithParamInterface<RefusedClass> {};
+
+TEST_P(AutoRollbackRefused, IsLoggedForAnOldAgentAndGoesOn) {
+    const std::string entry = GetParam().entry;
+    const std::string number = std::to_string(GetParam().itemClass);
+    backupItem& only = item(GetParam().itemClass, 5);
+    written(only, "backup.000", "a.dat");
+    FakeAgent agent(PATCHAGENT_OLD);
+    agent.answers = {{"Start" + entry, 0}, {"End" + entry, 0}};
+    LogCapture log;
+
+    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+
+    EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(
+            infoAt(6, "Call PatchAgent Start" + entry + " with: empty string"),
+            errorAt(6, "Start Class[" + number + "] error but in auto rollback so ignore it"),
+            infoAt(6, "autoRollback moving files, from:" +
+                          tree.path("app/VC_Backup/" + number + "/5/backup.000") +
+                          ", to:" + tree.path("app/a.dat")),
+            infoAt(6, GetParam().end),
+            errorAt(6, "End Class[" + number + "] error but in auto rollback so ignore it")));
+}
+
+// Shifted by 16 bits, 0x00060000 is 0 and 0x00052000 is 0x20000000.
+INSTANTIATE_TEST_SUITE_P(
+    EveryClass, AutoRollbackRefused,
+    testing::Values(
+        RefusedClass{1, "Product", "Call PatchAgent EndProduct with: TRUE, 0x60000, 0x52000"},
+        RefusedClass{2, "Engine", "Call PatchAgent EndEngine with: TRUE, 0x60000, 0x52000"},
+        RefusedClass{3, "Pattern", "Call PatchAgent EndPattern with: TRUE, 0, 536870912"}),
+    [](const auto& test) { return std::string(test.param.entry); });
+
+// No call is made of these classes, and no answer yet counts as 0.
+TEST_F(AutoRollback, CallsNothingOfAnOldAgentForAnUnknownClass) {
+    const std::pair<uint32_t, const char*> classes[] = {{0, "0"}, {5, "5"}, {0xFFFFFFFFU, "-1"}};
+    for (const auto& [itemClass, number] : classes) {
+        RunBackup lone(0);
+        lone.item(itemClass, 1, "5.2", "6.0", tree.makeDir("app"))
+            .added(tree.write("app/a.dat", "added"));
+        FakeAgent agent(PATCHAGENT_OLD);
+        LogCapture log;
+
+        EXPECT_EQ(autoRollback(agent.table(), lone.record(), 0), 1);
+
+        EXPECT_THAT(agent.calls, IsEmpty());
+        EXPECT_FALSE(tree.exists("app/a.dat"));
+        const std::string named = std::string(" Class[") + number;
+        EXPECT_THAT(
+            log.records(),
+            ElementsAre(
+                errorAt(6, "Start" + named + "] error but in auto rollback so ignore it"),
+                infoAt(6, "Auto Rollback in Update: Unlinking " + tree.path("app/a.dat") + " ."),
+                errorAt(6, "End" + named + "] error but in auto rollback so ignore it")));
+    }
+}
+
+TEST_F(AutoRollback, TellsANewAgentOfUnknownClassesToo) {
+    item(0xFFFFFFFFU, 0xFFFFFFFFU);
+    item(0, 0);
+    FakeAgent agent(PATCHAGENT_NEW);
+    agent.answers = {{"StartItem", 0}, {"EndItem", 0}};
+    LogCapture log;
+
+    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+
+    const LogRecord end = infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7");
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(
+            infoAt(6, "Call PatchAgent StartItem with: empty string, 0, 0x0, 0x2, 6.0, 5.2.7"),
+            errorAt(6, "Start Class[0] error but in auto rollback ignore it"), end,
+            errorAt(6, "End Class[0] error but in auto rollback so ignore it"),
+            infoAt(6,
+                   "Call PatchAgent StartItem with: empty string, 4294967295, 0xffffffff, 0x2, "
+                   "6.0, 5.2.7"),
+            errorAt(6, "Start Class[-1] error but in auto rollback ignore it"), end,
+            errorAt(6, "End Class[-1] error but in auto rollback so ignore it")));
+}
+
+// Of products the type is shown in decimal, of all others in hexadecimal.
+TEST_F(AutoRollback, ShowsAProductsTypeInDecimal) {
+    item(1, 0);
+    item(1, 0xFFFFFFFFU);
+    FakeAgent agent(PATCHAGENT_NEW);
+    LogCapture log;
+
+    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+
+    const LogRecord end = infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7");
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(
+            infoAt(6,
+                   "Call PatchAgent StartItem with: empty string, 1, 4294967295, 0x2, "
+                   "6.0, 5.2.7"),
+            end, infoAt(6, "Call PatchAgent StartItem with: empty string, 1, 0, 0x2, 6.0, 5.2.7"),
+            end));
+}
+
+TEST_F(AutoRollback, CallsNobodyForAnUnknownInterface) {
+    backupItem& only = item(1, 1);
+    written(only, "backup.000", "a.dat");
+    FakeAgent agent(9);
+    LogCapture log;
+
+    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+
+    EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
+    EXPECT_EQ(log.records().size(), 1U) << "only the moved file is logged";
+}
+
+TEST_F(AutoRollback, PassesOverItemsThatWereNeverReached) {
+    backupItem& reached = item(2, 1);
+    backupItem* const first = &reached;
+    written(*first, "backup.000", "a.dat");
+    backupItem& unreached = item(1, 1);
+    free(unreached.destination);
+    unreached.destination = nullptr;
+    FakeAgent agent(PATCHAGENT_OLD);
+
+    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+
+    EXPECT_THAT(agent.calls, ElementsAre("StartEngine()", "EndEngine(1, 0x60000, 0x52000)"));
+    EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
+}
+
+}  // namespace
