@@ -3,16 +3,16 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 
 #include "tests/support/LogCapture.h"
+#include "tests/support/MemoryLimit.h"
 #include "tests/support/TempTree.h"
 #include "tests/updater/FakeAgent.h"
+#include "tests/updater/RebootEntries.h"
 #include "updater/KvItemContext.h"
 #include "updater/KvRebootList.h"
 
@@ -41,14 +41,6 @@ class FileStep : public testing::Test {
         backupStru owner{0, static_cast<backupItem*>(malloc(sizeof item)), 1, nullptr};
         *owner.items = item;
         freeBackupStru(&owner);
-        forgetReboots();
-    }
-
-    static void forgetReboots() {
-        for (int i = 0; i < g_rebootCopyList.count; ++i) {
-            free(g_rebootCopyList.items[i]);
-        }
-        g_rebootCopyList.count = 0;
     }
 
     // The step of "app/<name>" from "stage/<name>".
@@ -80,6 +72,8 @@ class FileStep : public testing::Test {
     TempTree tree;
     FakeAgent agent{PATCHAGENT_NEW};
     backupItem item{};
+
+    RebootEntries reboots;
 
   private:
     std::string destination_;
@@ -200,11 +194,8 @@ TEST_F(FileStep, DefersAnExistingFileWithItsSource) {
     EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), 2);
 
     EXPECT_THAT(written(), ElementsAre("backup.000, " + tree.path("app/a.dat")));
-    ASSERT_EQ(g_rebootCopyList.count, 1);
-    const auto* entry = static_cast<const RebootEntry*>(g_rebootCopyList.items[0]);
-    EXPECT_EQ(entry->source, tree.path("stage/a.dat"));
-    EXPECT_EQ(entry->destination, tree.path("app/a.dat"));
-    EXPECT_EQ(entry->flag, 0);
+    EXPECT_THAT(reboots.texts(),
+                ElementsAre(tree.path("stage/a.dat") + " -> " + tree.path("app/a.dat") + ", 0"));
 }
 
 TEST_F(FileStep, WritesANewFileAtOnceWhateverTheAgentDefers) {
@@ -214,7 +205,7 @@ TEST_F(FileStep, WritesANewFileAtOnceWhateverTheAgentDefers) {
     EXPECT_EQ(step("a.dat", Ops::kNewFile, Ops::kAfter), 0);
 
     EXPECT_THAT(added(), ElementsAre(tree.path("app/a.dat")));
-    EXPECT_EQ(g_rebootCopyList.count, 0);
+    EXPECT_THAT(reboots.texts(), IsEmpty());
     EXPECT_FALSE(g_RebootForNewFile);
 }
 
@@ -257,23 +248,13 @@ TEST_F(FileStep, WithoutAnEntryOrAContextIsABadCall) {
 
 #ifdef __linux__
 
-constexpr size_t kMegabyte = 1024UL * 1024;
-
-// From here on this process gets no more than 32 megabytes beyond what it has.
-void limitMemory() {
-    long pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    const auto limit =
-        static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE)) + static_cast<rlim_t>(32 * kMegabyte);
-    const struct rlimit limits = {limit, limit};
-    (void)setrlimit(RLIMIT_AS, &limits);
-}
+constexpr long kSlack = 32 * kMegabyte;
 
 TEST_F(FileStep, FailsWhenANewFileCannotBeRecorded) {
     const std::string huge(100 * kMegabyte, 'x');
     const auto body = [&]() {
         LogCapture log(6);
-        limitMemory();
+        limitMemory(kSlack);
         const int result = stepTo("x", huge.c_str(), Ops::kNewFile, Ops::kAfter);
         const bool isTold = log.records().size() == 1 &&
                             log.records()[0] == errorAt(6, "callBackForUpdate: malloc failed.");
@@ -290,7 +271,7 @@ TEST_F(FileStep, LeavesNoBackupFileOfAnOldFileThatCannotBeRecorded) {
         item.writtenCount = item.writtenCapacity;
         item.writtenList = static_cast<char**>(calloc(item.writtenCapacity, sizeof(char*)));
         LogCapture log(6);
-        limitMemory();
+        limitMemory(kSlack);
         const int result = step("a.dat", Ops::kOverwrite, Ops::kBefore);
         const bool isTold = log.records().back() == errorAt(6, "callBackForUpdate: malloc failed.");
         const bool isGone = access(tree.path("app/VC_Backup/3/5/backup.000").c_str(), F_OK) != 0;

@@ -4,46 +4,28 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 
 #include "tests/support/LogCapture.h"
+#include "tests/updater/RebootEntries.h"
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// An empty list before and after.
 class RebootList : public testing::Test {
   protected:
-    RebootList() { g_rebootCopyList.count = 0; }
-    ~RebootList() override {
-        if (!written_) {
-            for (int i = 0; i < g_rebootCopyList.count; ++i) {
-                free(g_rebootCopyList.items[i]);
-            }
-        }
-        g_rebootCopyList.count = 0;
-    }
-
     static const RebootEntry& entry(int index) {
         return *static_cast<const RebootEntry*>(g_rebootCopyList.items[index]);
     }
 
-    // The entries are gone afterwards, the list still counts them.
-    bool write() {
-        written_ = true;
-        return WriteRebootList();
-    }
-
-  private:
-    bool written_ = false;
+    RebootEntries list;
 };
 
 TEST_F(RebootList, IsNotWrittenWhenItIsEmpty) {
     LogCapture log;
-    EXPECT_FALSE(write());
+    EXPECT_FALSE(WriteRebootList());
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
@@ -72,7 +54,7 @@ TEST_F(RebootList, IsLoggedInItsOrderWhenItIsWritten) {
     ASSERT_TRUE(addRebootEntry(nullptr, "/app/b", 0));
     LogCapture log;
 
-    EXPECT_TRUE(write());
+    EXPECT_TRUE(WriteRebootList());
 
     EXPECT_THAT(
         log.records(),
@@ -80,6 +62,7 @@ TEST_F(RebootList, IsLoggedInItsOrderWhenItIsWritten) {
                     infoAt(6, "src[/stage/a] -> dst[/app/a]"), infoAt(6, "src[] -> dst[/app/b]")));
     // Nothing takes the entries out again.
     EXPECT_EQ(g_rebootCopyList.count, 2);
+    list.forgetWritten();
 }
 
 TEST_F(RebootList, IsEmptyAfterARunThatFailed) {

@@ -4,14 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <memory>
-
-#include "ini/KvIniUtil.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/ScriptedAgent.h"
-#include "tests/support/TempTree.h"
-#include "tests/updater/DescriptionText.h"
-#include "tests/updater/RunGlobals.h"
+#include "tests/updater/ActionTest.h"
 
 namespace {
 
@@ -21,9 +14,9 @@ using testing::ElementsAreArray;
 using testing::Not;
 
 // One pattern item of "app" with one new file, without a backup, unless a test says more.
-class UpdateAction : public testing::Test {
+class UpdateAction : public ActionTest {
   protected:
-    explicit UpdateAction(int items = 1) : text(items) {
+    explicit UpdateAction(int items = 1) : ActionTest(items) {
         Strncpy(g_VCTempPath, tree.makeDir("stage").c_str(), sizeof g_VCTempPath);
         text.set("backup", "0");
         place(0, 3, "100", "101");
@@ -31,27 +24,7 @@ class UpdateAction : public testing::Test {
         tree.makeDir("app");
     }
 
-    // Item `index`: type 5, to "app".
-    void place(size_t index, int itemClass, const char* origin, const char* result) {
-        text.setItem(index, "class", std::to_string(itemClass))
-            .setItem(index, "type", "5")
-            .setItem(index, "origin.version", origin)
-            .setItem(index, "result.version", result)
-            .setItem(index, "destination", tree.path("app"))
-            .setItem(index, "item.zip", std::to_string(index) + ".zip");
-    }
-
-    ScriptedAgent& load(ScriptedAgent::Interface which) {
-        agent_ = std::make_unique<ScriptedAgent>(tree, which);
-        text.set("patchagent", agent_->path());
-        text.set("patchagent.version", which == ScriptedAgent::kNew ? "1" : "0");
-        return *agent_;
-    }
-
-    unsigned run() {
-        KvIniUtil document(text.text().c_str(), ';', false, true, '=');
-        return update(&document);
-    }
+    unsigned run() { return runAction(update); }
 
     [[nodiscard]] std::string copying(int itemClass = 3) const {
         return "xcopy from: " + tree.path("stage/" + std::to_string(itemClass) + "/5/*") +
@@ -59,17 +32,6 @@ class UpdateAction : public testing::Test {
     }
 
     [[nodiscard]] std::string file() const { return tree.path("app/a.dat"); }
-
-  private:
-    RunGlobals globals_;
-
-  protected:
-    TempTree tree;
-    DescriptionText text;
-    LogCapture log{6};
-
-  private:
-    std::unique_ptr<ScriptedAgent> agent_;
 };
 
 // What a run logs behind the messages `before` of its failure.

@@ -5,25 +5,17 @@
 
 #include <chrono>
 #include <cstdio>
-#include <fstream>
 #include <string>
 
 #include "log/KvReport.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MemoryLimit.h"
 #include "tests/updater/DescriptionText.h"
 #include "updater/KvUpdateStru.h"
 
 using ::testing::ExitedWithCode;
 
-#ifdef __linux__
-constexpr bool kCanLimitMemory = true;
-#else
-constexpr bool kCanLimitMemory = false;
-#endif
-
 namespace {
-
-constexpr long kMegabyte = 1024L * 1024;
 
 // The most memory that this process had so far, in bytes.
 long peakMemory() {
@@ -34,15 +26,6 @@ long peakMemory() {
 #else
     return usage.ru_maxrss * 1024;
 #endif
-}
-
-// From here on this process gets no more than `slack` bytes beyond what it has.
-void limitMemory(long slack) {
-    long pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    const auto limit = static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE) + slack);
-    const struct rlimit limits = {limit, limit};
-    (void)setrlimit(RLIMIT_AS, &limits);
 }
 
 // Reads the description in a process that can no longer get memory, and ends that process: with 0
@@ -86,8 +69,7 @@ TEST(PhaseIniForUpdateMemory, EndsWithAMessageWhenATextCannotBeCopied) {
     if (!kCanLimitMemory) {
         GTEST_SKIP() << "this platform does not limit the memory of a process";
     }
-    // More than the heap ever keeps of what was released.
-    const std::string hugeText(34 * kMegabyte, 'x');
+    const std::string hugeText(kMoreThanTheHeapKeeps, 'x');
     const std::string mark = "<huge>";
     for (const DescriptionText& description :
          {DescriptionText().set("patchagent", mark), DescriptionText().set("velocore_path", mark),
