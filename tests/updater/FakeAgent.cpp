@@ -108,6 +108,9 @@ FakeAgent::~FakeAgent() {
 
 int FakeAgent::note(const std::string& entry, const std::string& arguments, int fallback) {
     calls.push_back(entry + "(" + arguments + ")");
+    if (heard) {
+        heard(calls.back());
+    }
     const auto answer = answers.find(entry);
     return answer != answers.end() ? answer->second : fallback;
 }

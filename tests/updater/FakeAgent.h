@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -32,6 +33,8 @@ class FakeAgent {
     std::map<std::string, int> fileAnswers;
     // What GetPatternPath and its like write; unset: the path stays.
     std::map<std::string, std::string> paths;
+    // Hears every call when it comes, before it is answered.
+    std::function<void(const std::string& call)> heard;
 
     int note(const std::string& entry, const std::string& arguments, int fallback);
 

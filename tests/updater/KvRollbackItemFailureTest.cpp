@@ -1,0 +1,216 @@
+// How the rollback of one item fails: records that cannot be used, files that cannot be saved.
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <functional>
+
+#include "tests/support/LogCapture.h"
+#include "tests/support/MemoryLimit.h"
+#include "tests/updater/RollbackItemTest.h"
+#include "tests/updater/Story.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::ExitedWithCode;
+using testing::IsEmpty;
+
+const std::string kFound = "rollbackItem: item found.";
+const std::string kFailed = "6 error rollbackItem: rollback added file failed.";
+const std::string kRecord = "app/VC_Backup/VcBackup.ini";
+
+class RollbackItemFailure : public RollbackItemTest {};
+
+// --- Records that cannot be used
+
+TEST_F(RollbackItemFailure, NeedsARecord) {
+    Story story(agent());
+
+    EXPECT_EQ(run(), -2);
+
+    EXPECT_THAT(story.lines(),
+                ElementsAre("6 error rollbackItem: " + tree.path(kRecord) + " doesnot exist."));
+    EXPECT_FALSE(app.has("VC_Backup"));
+}
+
+TEST_F(RollbackItemFailure, NeedsARecordThatIsAFile) {
+    tree.makeDir(kRecord);
+    Story story(agent());
+
+    EXPECT_EQ(run(), -2);
+
+    EXPECT_THAT(
+        story.lines(),
+        ElementsAre("6 error phaseIniForBackup: there is no item count available,ignore it.",
+                    "6 info phaseIniForBackup: error quit.",
+                    "6 error rollbackItem: phaseIniForBackup failed."));
+}
+
+TEST_F(RollbackItemFailure, DoesNotRepairADamagedRecord) {
+    const std::string damaged =
+        "[common]\nitemcount=2\npatchagent.version=1\n[item_0]\nclass=3\ntype=5\n"
+        "origin.version=100\nresult.version=101\n[item_1]\ntype=5\n";
+    tree.write(kRecord, damaged);
+    Story story(agent());
+
+    EXPECT_EQ(run(), -2);
+
+    EXPECT_EQ(tree.read(kRecord), damaged);
+    const std::vector<std::string>& lines = story.lines();
+    ASSERT_GE(lines.size(), 3U);
+    EXPECT_THAT((std::vector<std::string>(lines.end() - 3, lines.end())),
+                ElementsAre("6 error phaseIniForBackup: fetch section item_1 class failed.",
+                            "6 info phaseIniForBackup: error quit.",
+                            "6 error rollbackItem: phaseIniForBackup failed."));
+}
+
+TEST_F(RollbackItemFailure, ChangesNothingWhenTheRecordDoesNotKnowTheItem) {
+    app.item(3, 6).added("x.dat").item(2, 5).written("a.dat");
+    const auto before = tree.snapshot();
+    Story story(agent());
+
+    EXPECT_EQ(run(), -3);
+
+    EXPECT_EQ(tree.snapshot(), before);
+    EXPECT_THAT(story.linesAfter("find out the item with same class/type."),
+                ElementsAre("6 info rollbackItem: item not found."));
+}
+
+TEST_F(RollbackItemFailure, DoesNotFindItsItemInAnEmptyRecord) {
+    tree.write(kRecord, "[common]\nitemcount=0\npatchagent.version=1\n");
+    Story story(agent());
+
+    EXPECT_EQ(run(), -3);
+
+    EXPECT_THAT(story.lines(),
+                ElementsAre("6 info Dump backup ini common section:Item Count: 0\n"
+                            "PatchAgent Ver: 1 (New)\nPatchAgent File: Null",
+                            "6 info phaseIniForBackup: done, item number is zero.",
+                            "6 info rollbackItem: find out the item with same class/type.",
+                            "6 info rollbackItem: item not found."));
+}
+
+// "VC_Backup" with its separator and its end takes eleven of 4096 bytes.
+TEST_F(RollbackItemFailure, NeedsADestinationThatLeavesRoomForTheStore) {
+    Story story(agent());
+
+    EXPECT_EQ(runAt(std::string(4086, 'd').c_str()), -1);
+    EXPECT_THAT(story.lines(), ElementsAre("6 error rollbackItem: CatURIWithFile failed."));
+    EXPECT_EQ(runAt(std::string(4085, 'd').c_str()), -2);
+    EXPECT_THAT(story.lines().back(), EndsWith(" doesnot exist."));
+}
+
+TEST_F(RollbackItemFailure, WithoutAnArgumentIsABadCall) {
+    const char* const destination = app.path().c_str();
+    ItemContext withoutAgent{&own(), nullptr, destination, 0, 3, 5};
+    ItemContext withoutRecord{nullptr, agent().table(), destination, 0, 3, 5};
+
+    EXPECT_EQ(rollbackItem(nullptr), -1);
+    EXPECT_EQ(rollbackItem(&withoutAgent), -1);
+    EXPECT_EQ(rollbackItem(&withoutRecord), -1);
+}
+
+TEST_F(RollbackItemFailure, TakesNoDestinationAsTheWorkingDirectory) {
+    Story story(agent());
+    EXPECT_EQ(runAt(nullptr), -2);
+    EXPECT_THAT(story.lines(),
+                ElementsAre("6 error rollbackItem: VC_Backup/VcBackup.ini doesnot exist."));
+}
+
+// --- Files that cannot be saved
+
+TEST_F(RollbackItemFailure, StopsAtAnAddedFileWhenTheStoreCannotBeMade) {
+    app.item(3, 5).added("x.dat").added("y.dat").entry("backup.000, " + app.path("a.dat"));
+    tree.write("app/VC_Backup/3", "in the way");
+    Story story(agent());
+
+    EXPECT_EQ(run(), -5);
+
+    EXPECT_THAT(story.linesAfter(kFound),
+                ElementsAre("6 error rollbackItem: crtUniFile failed.", kFailed));
+    EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat", "y.dat=added y.dat"));
+    EXPECT_THAT(recorded(), IsEmpty());
+}
+
+TEST_F(RollbackItemFailure, StopsAtAWrittenFileWhenTheStoreCannotBeMade) {
+    app.item(3, 5).entry("backup.000, " + app.path("a.dat")).entry("backup.001, /b.dat");
+    tree.write("app/a.dat", "new a.dat");
+    tree.write("app/VC_Backup/3", "in the way");
+    Story story(agent());
+
+    EXPECT_EQ(run(), -5);
+
+    EXPECT_THAT(story.linesAfter(kFound),
+                ElementsAre("6 info rollbackItem: rollback added file done.",
+                            "6 error rollbackItem: crtUniFile failed.", kFailed));
+    EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat"));
+    EXPECT_THAT(recorded(), IsEmpty());
+}
+
+// A store of more than 3100 bytes and a name of 1000 do not go into one path.
+TEST_F(RollbackItemFailure, StopsAtASavedCopyWhosePathDoesNotFit) {
+    std::string deep = "app";
+    while (deep.size() < 3100) {
+        deep += "/" + std::string(200, 'd');
+    }
+    UpdatedApp below(tree, deep);
+    below.item(3, 5).entry(std::string(1000, 'b') + ", /a.dat").entry("backup.000, /b.dat");
+    Story story(agent());
+
+    EXPECT_EQ(runAt(below.path().c_str()), -5);
+
+    EXPECT_THAT(story.linesAfter(kFound),
+                ElementsAre("6 info rollbackItem: rollback added file done.",
+                            "6 error rollbackItem: CatURIWithFile failed.", kFailed));
+}
+
+// --- Without memory
+
+// Rolls back in a process that gets no memory from the first question on, and ends that process:
+// with 0 when it stopped for this reason and the file is still there.
+[[noreturn]] void stopsForLackOfMemory(const std::function<int()>& run, FakeAgent& agent,
+                                       const std::function<bool()>& isLeft) {
+    LogCapture log;
+    agent.table()->CheckFileEx = [](const char*) {
+        limitMemory(4 * kMegabyte);
+        return 1;
+    };
+    const int result = run();
+    const std::vector<std::string> lines = linesOf(log);
+    const bool isTold = lines.size() >= 2 && lines.rbegin()[0] == kFailed &&
+                        lines.rbegin()[1] == "6 error rollbackItem: malloc failed.";
+    _exit(result == -5 && isTold && isLeft() ? 0 : 1);
+}
+
+TEST_F(RollbackItemFailure, StopsWhenTheEntryOfACopyGetsNoMemory) {
+    if (!kCanLimitMemory) {
+        GTEST_SKIP() << "this platform does not limit the memory of a process";
+    }
+    app.item(3, 5).entry("backup.000, " + std::string(kMoreThanTheHeapKeeps, 'x'));
+    tree.write("app/VC_Backup/3/5/backup.000", "old");
+    const auto isLeft = [&]() { return app.has("VC_Backup/3/5/backup.000"); };
+
+    EXPECT_EXIT(stopsForLackOfMemory([&]() { return run(); }, agent(), isLeft), ExitedWithCode(0),
+                "");
+}
+
+// The list is full and far too long to be doubled.
+TEST_F(RollbackItemFailure, StopsWhenTheListOfCopiesGetsNoMemory) {
+    if (!kCanLimitMemory) {
+        GTEST_SKIP() << "this platform does not limit the memory of a process";
+    }
+    app.item(3, 5).added("x.dat");
+    const auto isLeft = [&]() { return app.has("x.dat"); };
+    const auto runWithAFullList = [&]() {
+        own().writtenCapacity = 8 * kMegabyte;
+        own().writtenCount = own().writtenCapacity;
+        own().writtenList = static_cast<char**>(calloc(own().writtenCapacity, sizeof(char*)));
+        return run();
+    };
+
+    EXPECT_EXIT(stopsForLackOfMemory(runWithAFullList, agent(), isLeft), ExitedWithCode(0), "");
+}
+
+}  // namespace

@@ -1,0 +1,228 @@
+// The rollback of one item: what it puts back, what it records and what it says.
+#include "updater/KvRollbackItem.h"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include "tests/updater/RollbackItemTest.h"
+#include "tests/updater/Story.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const std::string kFound = "rollbackItem: item found.";
+
+class RollbackItem : public RollbackItemTest {};
+
+struct Wording {
+    uint32_t version;
+    std::string added;    // in front of the path of an added file
+    std::string written;  // and of a written one
+    std::string call;
+};
+
+class RollbackItemWording : public RollbackItem, public testing::WithParamInterface<Wording> {};
+
+TEST_P(RollbackItemWording, TellsAndAsksInThisOrder) {
+    app.item(3, 5).added("x.dat").written("a.dat");
+    use(GetParam().version);
+    Story story(agent());
+
+    EXPECT_EQ(run(), 0);
+
+    const std::string added = app.path("x.dat");
+    const std::string written = app.path("a.dat");
+    EXPECT_THAT(
+        story.lines(),
+        ElementsAre("6 info Dump backup ini common section:Item Count: 1\n"
+                    "PatchAgent Ver: 1 (New)\nPatchAgent File: Null",
+                    "6 info Dump item[0] in backup ini:\nClass[3] Type[0x5]\n"
+                    "Original Ver[100] Result Ver[101]\nDestination: Null\n"
+                    "Count of Added Files[1]\n\tFile 0: " +
+                        added + "\nCount of OverWritten Files[1]\n\tFile 0: backup.000, " +
+                        written + "\n",
+                    "6 info rollbackItem: find out the item with same class/type.",
+                    "6 info rollbackItem: item found.", "6 info " + GetParam().added + added,
+                    "call " + GetParam().call + "(" + added + ")",
+                    "6 info rollbackItem: rollback added file done.",
+                    "6 info " + GetParam().written + written,
+                    "call " + GetParam().call + "(" + written + ")"));
+}
+
+// The misspelt word and the missing colon are what readers of the log look for.
+INSTANTIATE_TEST_SUITE_P(Interfaces, RollbackItemWording,
+                         testing::Values(Wording{PATCHAGENT_OLD, "Call PatchAgent CheckFile with: ",
+                                                 "Call PatchAgent CheckFilie with: ", "CheckFile"},
+                                         Wording{
+                                             PATCHAGENT_NEW, "Call PatchAgent CheckFileEx with ",
+                                             "Call PatchAgent CheckFileEx with: ", "CheckFileEx"}),
+                         [](const auto& test) { return test.param.call; });
+
+TEST_F(RollbackItem, LeavesAllFilesForAnUnknownInterface) {
+    app.item(3, 5).added("x.dat").written("a.dat");
+    use(9);
+    Story story(agent());
+
+    EXPECT_EQ(run(), 2);
+
+    EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat", "x.dat=added x.dat"));
+    EXPECT_THAT(recorded(), ElementsAre("backup.001, " + app.path("x.dat"),
+                                        "backup.002, " + app.path("a.dat")));
+    EXPECT_THAT(story.linesAfter(kFound),
+                ElementsAre("6 error rollbackItem: unknown patch agent version.",
+                            "6 info rollbackItem: rollback added file done.",
+                            "6 error rollbackItem: unknown patch agent version."));
+}
+
+TEST_F(RollbackItem, DeletesTheAddedAndPutsTheSavedBack) {
+    app.item(3, 5).added("x.dat").written("sub/a.dat");
+    tree.setTime("app/" + app.store() + "backup.000", 1000000000);
+
+    EXPECT_EQ(run(), 0);
+
+    EXPECT_THAT(app.files(), ElementsAre("sub/=", "sub/a.dat=old sub/a.dat"));
+    EXPECT_EQ(tree.time("app/sub/a.dat"), 1000000000);
+    EXPECT_FALSE(app.has(app.store() + "backup.000")) << "it was moved";
+}
+
+TEST_F(RollbackItem, KeepsACopyOfWhatItTakesAway) {
+    app.item(3, 5).added("x.dat").written("a.dat");
+    tree.setTime("app/x.dat", 1000000000);
+    tree.setTime("app/a.dat", 1100000000);
+
+    EXPECT_EQ(run(), 0);
+
+    EXPECT_THAT(recorded(), ElementsAre("backup.001, " + app.path("x.dat"),
+                                        "backup.002, " + app.path("a.dat")));
+    EXPECT_EQ(own().addedCount, 0U) << "only written entries";
+    EXPECT_EQ(app.read(app.store() + "backup.001"), "added x.dat");
+    EXPECT_EQ(app.read(app.store() + "backup.002"), "new a.dat");
+    EXPECT_EQ(tree.time("app/" + app.store() + "backup.001"), 1000000000);
+    EXPECT_EQ(tree.time("app/" + app.store() + "backup.002"), 1100000000);
+}
+
+// At every question the file is still there and its copy already is.
+TEST_F(RollbackItem, SavesAFileBeforeTheAgentIsAsked) {
+    app.item(3, 5).added("x.dat").written("a.dat");
+    std::vector<std::string> seen;
+    agent().heard = [&](const std::string&) {
+        const char* const copy = seen.empty() ? "backup.001" : "backup.002";
+        seen.push_back(app.read(app.store() + copy) + "/" +
+                       app.read(seen.empty() ? "x.dat" : "a.dat") + "/" +
+                       std::to_string(own().writtenCount));
+    };
+
+    EXPECT_EQ(run(), 0);
+
+    EXPECT_THAT(seen, ElementsAre("added x.dat/added x.dat/0", "new a.dat/new a.dat/1"));
+}
+
+TEST_F(RollbackItem, HasNothingToDoForAnItemWithoutFiles) {
+    app.item(3, 5);
+    Story story(agent());
+
+    EXPECT_EQ(run(), 0);
+
+    EXPECT_THAT(story.linesAfter(kFound),
+                ElementsAre("6 info rollbackItem: rollback added file done."));
+    EXPECT_THAT(recorded(), IsEmpty());
+}
+
+TEST_F(RollbackItem, TakesTheFirstRecordOfItsClassAndType) {
+    app.item(3, 6).added("type.dat").item(2, 5).added("class.dat");
+    app.item(3, 5).added("x.dat").item(3, 5).added("later.dat");
+
+    EXPECT_EQ(run(), 0);
+
+    EXPECT_THAT(app.files(), ElementsAre("class.dat=added class.dat", "later.dat=added later.dat",
+                                         "type.dat=added type.dat"));
+    EXPECT_THAT(recorded(), ElementsAre("backup.000, " + app.path("x.dat")));
+}
+
+TEST_F(RollbackItem, RecordsMoreFilesThanTheListBeginsWith) {
+    app.item(3, 5);
+    for (int i = 0; i < 20; ++i) {
+        app.added("x" + std::to_string(i)).written("a" + std::to_string(i));
+    }
+
+    EXPECT_EQ(run(), 0);
+
+    ASSERT_EQ(recorded().size(), 40U);
+    // The update's copies have the names up to 19, "00j" to the base of 36; 20 is "00k", 59 "01n".
+    EXPECT_EQ(recorded()[0], "backup.00k, " + app.path("x0"));
+    EXPECT_EQ(recorded()[19], "backup.013, " + app.path("x19"));
+    EXPECT_EQ(recorded()[20], "backup.014, " + app.path("a0"));
+    EXPECT_EQ(recorded()[39], "backup.01n, " + app.path("a19"));
+    EXPECT_EQ(app.read(app.store() + "backup.01n"), "new a19");
+    EXPECT_EQ(app.read("a19"), "old a19");
+}
+
+// --- Files and entries that are not as they should be
+
+TEST_F(RollbackItem, GoesOnWithFilesThatAreGoneAlready) {
+    app.item(3, 5).added("x.dat").added("y.dat").written("a.dat");
+    unlink(app.path("x.dat").c_str());
+    unlink(app.path("a.dat").c_str());
+
+    EXPECT_EQ(run(), 0);
+
+    EXPECT_THAT(app.files(), ElementsAre("a.dat=old a.dat"));
+    EXPECT_THAT(agent().calls, Contains("CheckFileEx(" + app.path("x.dat") + ")"));
+    EXPECT_EQ(recorded()[0], "backup.001, " + app.path("x.dat"));
+    EXPECT_TRUE(app.has(app.store() + "backup.001"));
+    EXPECT_EQ(app.read(app.store() + "backup.001"), "");
+}
+
+TEST_F(RollbackItem, LeavesAFileWhoseSavedCopyIsGone) {
+    app.item(3, 5).written("a.dat").written("b.dat");
+    unlink(inStore("backup.000").c_str());
+
+    EXPECT_EQ(run(), 0);
+
+    EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat", "b.dat=old b.dat"));
+}
+
+struct Entry {
+    const char* name;
+    const char* text;        // "@" stands for the directory of "app"
+    const char* target;      // what the agent is asked about, in the same way
+    const char* afterwards;  // content of "a.dat"
+};
+
+class RollbackItemEntry : public RollbackItem, public testing::WithParamInterface<Entry> {
+  protected:
+    [[nodiscard]] std::string filled(std::string text) const {
+        const size_t at = text.find('@');
+        return at == std::string::npos ? text : text.replace(at, 1, app.path());
+    }
+};
+
+TEST_P(RollbackItemEntry, IsSplitAtItsCommas) {
+    tree.write("app/a.dat", "new");
+    tree.write("app/VC_Backup/3/5/backup.00a", "old");
+    app.item(3, 5).entry(filled(GetParam().text));
+
+    EXPECT_EQ(run(), 0);
+
+    const std::string target = filled(GetParam().target);
+    EXPECT_THAT(agent().calls, ElementsAre("CheckFileEx(" + target + ")"));
+    EXPECT_THAT(recorded(), ElementsAre("backup.000, " + target));
+    EXPECT_EQ(app.read("a.dat"), GetParam().afterwards);
+    EXPECT_EQ(app.has("VC_Backup/3/5/backup.00a"), GetParam().afterwards == std::string("new"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, RollbackItemEntry,
+    testing::Values(Entry{"Plain", "backup.00a, @/a.dat", "@/a.dat", "old"},
+                    Entry{"WithoutBlanks", "backup.00a,@/a.dat", "@/a.dat", "old"},
+                    Entry{"WithBlanks", "backup.00a  ,   @/a.dat", "@/a.dat", "old"},
+                    Entry{"WithADirectory", "/odd/place/backup.00a, @/a.dat", "@/a.dat", "old"},
+                    Entry{"OfThreePieces", "backup.00a, @/a.dat, more", "@/a.dat", "old"},
+                    Entry{"WithoutATarget", "backup.00a", "", "new"},
+                    Entry{"WithAnEmptyTarget", "backup.00a,", "", "new"}),
+    [](const auto& test) { return test.param.name; });
+
+}  // namespace
