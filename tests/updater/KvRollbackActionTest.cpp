@@ -1,0 +1,292 @@
+// The rollback on request, from the description to the run status, with real agents.
+#include "updater/KvRollbackAction.h"
+
+#include <gmock/gmock.h>
+
+#include "tests/updater/ActionTest.h"
+#include "tests/updater/RebootEntries.h"
+#include "tests/updater/UpdatedApp.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+// The pattern 3/5 of "app" went from 100 to 101: "x.dat" was added, "a.dat" replaced.
+class RollbackAction : public ActionTest {
+  protected:
+    RollbackAction() : ActionTest(1), app(tree) {
+        app.item(3, 5).added("x.dat").written("a.dat");
+        place(0, 3, "100", "101");
+        text.set("action", "1");
+    }
+
+    unsigned run() {
+        const unsigned status = runAction(rollback);
+        if (status == 1) {
+            reboots.forgetWritten();
+        }
+        return status;
+    }
+
+    // The messages without the dumps of the record, which stand in other tests.
+    [[nodiscard]] std::vector<LogRecord> messages() const {
+        std::vector<LogRecord> messages;
+        for (const LogRecord& record : log.records()) {
+            if (record.text.compare(0, 5, "Dump ") != 0) {
+                messages.push_back(record);
+            }
+        }
+        return messages;
+    }
+    [[nodiscard]] std::vector<LogRecord> lastMessages(size_t count) const {
+        const std::vector<LogRecord> all = messages();
+        return {all.end() - static_cast<std::ptrdiff_t>(std::min(count, all.size())), all.end()};
+    }
+
+    [[nodiscard]] bool isRolledBack() const {
+        return app.files() == std::vector<std::string>{"a.dat=old a.dat"};
+    }
+    [[nodiscard]] bool isUntouched() const {
+        return app.files() == std::vector<std::string>{"a.dat=new a.dat", "x.dat=added x.dat"};
+    }
+
+    UpdatedApp app;
+    RebootEntries reboots;
+};
+
+TEST_F(RollbackAction, RefusesADescriptionThatCannotBeRead) {
+    text.dropItem(0, "destination");
+
+    EXPECT_EQ(run(), 12U);
+
+    EXPECT_THAT(log.records(),
+                ElementsAre(errorAt(6, "phaseIniForUpdate: fetch destination failed."),
+                            infoAt(6, "phaseIniForUpdate: error quit."),
+                            errorAt(6, "rollback: phaseIniForUpdate failed.")));
+    EXPECT_TRUE(isUntouched());
+}
+
+TEST_F(RollbackAction, RefusesNoDescriptionAtAll) {
+    EXPECT_EQ(rollback(nullptr), 12U);
+}
+
+TEST_F(RollbackAction, SaysSoWhenThereIsNothingToRollBack) {
+    text.set("itemcount", "0");
+
+    EXPECT_EQ(run(), 5U);
+
+    EXPECT_THAT(log.records(),
+                ElementsAre(infoAt(6, "phaseIniForUpdate: done, item is zero or no item."),
+                            errorAt(6, "rollback: vcpatch contains no items.")));
+    EXPECT_TRUE(isUntouched());
+}
+
+TEST_F(RollbackAction, ReportsAnUnknownInterfaceAsSuccess) {
+    for (const char* version : {"2", "5", "-1"}) {
+        text.set("patchagent.version", version);
+        log.forget();
+
+        EXPECT_EQ(run(), 0U);
+
+        EXPECT_THAT(log.records(),
+                    ElementsAre(errorAt(6, "rollback: unkown patch agent version number.")));
+        EXPECT_TRUE(isUntouched());
+    }
+}
+
+TEST_F(RollbackAction, WithANewAgentSaysThisInThisOrder) {
+    const ScriptedAgent& agent = load(ScriptedAgent::kNew);
+
+    EXPECT_EQ(run(), 0U);
+
+    const std::string x = app.path("x.dat");
+    const std::string a = app.path("a.dat");
+    EXPECT_TRUE(isRolledBack());
+    EXPECT_THAT(
+        messages(),
+        ElementsAre(infoAt(6, "rollback: rollback with new patch agent."),
+                    infoAt(6, "Call PatchAgent IsRollbackEx with: void"),
+                    infoAt(6, "rollbackWithPatchAgent: init auto-rollback backup structure."),
+                    infoAt(6, "rollbackWithPatchAgent: init auto rollback backup info done."),
+                    infoAt(6, "rollbackWithPatchAgent: start action."),
+                    infoAt(6, "PatchAgent StartAction with: void"),
+                    infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x2, 100, 101"),
+                    infoAt(6, "rollbackItem: find out the item with same class/type."),
+                    infoAt(6, "rollbackItem: item found."),
+                    infoAt(6, "Call PatchAgent CheckFileEx with " + x),
+                    infoAt(6, "rollbackItem: rollback added file done."),
+                    infoAt(6, "Call PatchAgent CheckFileEx with: " + a),
+                    infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
+                    infoAt(6, "Call PatchAgent EndAction with: void"),
+                    infoAt(6, "updateBackupIni: done."),
+                    infoAt(6, "rollbackWithPatchAgent: action done."),
+                    infoAt(6, "rollbackWithPatchAgent: done.")));
+    EXPECT_THAT(agent.calls(),
+                ElementsAre("IsRollbackEx()", "StartAction()",
+                            "StartItem(0.zip, 3, 5, 0x2, 0x64/0, 0x65/0)", "CheckFileEx(" + x + ")",
+                            "CheckFileEx(" + a + ")", "EndItem(1, 0x64/0, 0x65/0)", "EndAction()"));
+}
+
+TEST_F(RollbackAction, WithAnOldAgentSaysThisInThisOrder) {
+    const ScriptedAgent& agent = load(ScriptedAgent::kOld);
+
+    EXPECT_EQ(run(), 0U);
+
+    const std::string x = app.path("x.dat");
+    const std::string a = app.path("a.dat");
+    EXPECT_TRUE(isRolledBack());
+    EXPECT_THAT(
+        messages(),
+        ElementsAre(infoAt(6, "rollback: rollback with old patch agent."),
+                    infoAt(6, "rollbackWithPatchAgent: init auto-rollback backup structure."),
+                    infoAt(6, "rollbackWithPatchAgent: init auto rollback backup info done."),
+                    infoAt(6, "Call PatchAgent GetPatternPath with: " + app.path()),
+                    infoAt(6, "PatchAgent GetPatternPath result: " + app.path()),
+                    infoAt(6, "rollbackWithPatchAgent: start patch."),
+                    infoAt(6, "Call PatchAgent StartPatch with: 1"),
+                    infoAt(6, "Call PatchAgent StartPattern with: 0.zip"),
+                    infoAt(6, "rollbackItem: find out the item with same class/type."),
+                    infoAt(6, "rollbackItem: item found."),
+                    infoAt(6, "Call PatchAgent CheckFile with: " + x),
+                    infoAt(6, "rollbackItem: rollback added file done."),
+                    infoAt(6, "Call PatchAgent CheckFilie with: " + a),
+                    // 100 and 101, each times 65536.
+                    infoAt(6, "Call PatchAgent EndPattern with: TRUE, 6553600, 6619136"),
+                    infoAt(6, "Call PatchAgent EndPatch with: TRUE"),
+                    infoAt(6, "updateBackupIni: done."),
+                    infoAt(6, "rollbackWithPatchAgent: action done."),
+                    infoAt(6, "rollbackWithPatchAgent: done.")));
+    EXPECT_THAT(agent.calls(),
+                ElementsAre("GetPatternPath(" + app.path() + ")", "IsRollback()", "StartPatch(0x1)",
+                            "StartPattern(0.zip)", "CheckFile(" + x + ")", "CheckFile(" + a + ")",
+                            "EndPattern(1, 0x640000, 0x650000)", "EndPatch(1)"));
+}
+
+TEST_F(RollbackAction, WithoutAnAgentTheDefaultsAcceptEverything) {
+    for (const char* version : {"0", "1"}) {
+        UpdatedApp(tree).item(3, 5).added("x.dat").written("a.dat");
+        text.set("patchagent.version", version);
+        log.forget();
+
+        EXPECT_EQ(run(), 0U);
+
+        EXPECT_TRUE(isRolledBack());
+        EXPECT_EQ(log.records()[1], infoAt(6, "No patchagent. Use default patchagent inside VC"));
+    }
+}
+
+TEST_F(RollbackAction, TouchesNothingWhenANewAgentRefuses) {
+    const ScriptedAgent& agent = load(ScriptedAgent::kNew);
+    agent.script("IsRollbackEx = 0");
+    const auto before = tree.snapshot("app");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(log.records(),
+                ElementsAre(infoAt(6, "rollback: rollback with new patch agent."),
+                            infoAt(6, "Call PatchAgent IsRollbackEx with: void"),
+                            errorAt(9, "rollback: patch agent refused to rollback.")));
+    EXPECT_THAT(agent.calls(), ElementsAre("IsRollbackEx()"));
+    EXPECT_EQ(tree.snapshot("app"), before);
+}
+
+TEST_F(RollbackAction, TouchesNothingWhenAnOldAgentRefuses) {
+    const ScriptedAgent& agent = load(ScriptedAgent::kOld);
+    agent.script("IsRollback = 0");
+    const auto before = tree.snapshot("app");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(infoAt(6, "rollback: rollback with old patch agent."),
+                    infoAt(6, "rollbackWithPatchAgent: init auto-rollback backup structure."),
+                    infoAt(6, "rollbackWithPatchAgent: init auto rollback backup info done."),
+                    infoAt(6, "Call PatchAgent GetPatternPath with: " + app.path()),
+                    infoAt(6, "PatchAgent GetPatternPath result: " + app.path()),
+                    errorAt(6, "rollbackWithPatchAgent: patch agent want not to rollback."),
+                    infoAt(6, "rollbackWithPatchAgent: error quit."),
+                    errorAt(6, "rollback: rollbackWithPatchAgent failed.")));
+    EXPECT_THAT(agent.calls(), ElementsAre("GetPatternPath(" + app.path() + ")", "IsRollback()"));
+    EXPECT_EQ(tree.snapshot("app"), before);
+}
+
+struct StartAnswer {
+    ScriptedAgent::Interface which;
+    int answer;
+    unsigned status;
+    const char* error;  // "" for none
+};
+
+class RollbackStart : public RollbackAction, public testing::WithParamInterface<StartAnswer> {};
+
+TEST_P(RollbackStart, HeedsTheAnswerOfTheAgent) {
+    const std::string entry =
+        GetParam().which == ScriptedAgent::kOld ? "StartPatch" : "StartAction";
+    const ScriptedAgent& agent = load(GetParam().which);
+    agent.script(entry + " = " + std::to_string(GetParam().answer));
+
+    EXPECT_EQ(run(), GetParam().status);
+
+    EXPECT_THAT(log.texts(), Not(Contains("rollbackWithPatchAgent: auto rollback.")));
+    if (GetParam().status == 0) {
+        EXPECT_TRUE(isRolledBack());
+        return;
+    }
+    EXPECT_TRUE(isUntouched());
+    EXPECT_THAT(
+        lastMessages(3),
+        ElementsAre(errorAt(6, GetParam().error), infoAt(6, "rollbackWithPatchAgent: error quit."),
+                    errorAt(6, "rollback: rollbackWithPatchAgent failed.")));
+    EXPECT_THAT(agent.calls().back(), StartsWith(entry + "("));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Answers, RollbackStart,
+    testing::Values(
+        StartAnswer{ScriptedAgent::kOld, 0, 0, ""},
+        StartAnswer{ScriptedAgent::kOld, 1, 60, "rollbackWithPatchAgent: start patch failed."},
+        StartAnswer{ScriptedAgent::kOld, 2, 3,
+                    "rollbackWithPatchAgent: start patch close program needed."},
+        StartAnswer{ScriptedAgent::kOld, 5, 0, ""}, StartAnswer{ScriptedAgent::kOld, -1, 0, ""},
+        StartAnswer{ScriptedAgent::kNew, 0, 0, ""},
+        StartAnswer{ScriptedAgent::kNew, 1, 60, "rollbackWithPatchAgent: start action failed."},
+        StartAnswer{ScriptedAgent::kNew, 2, 3,
+                    "rollbackWithPatchAgent: start action close program needed."},
+        StartAnswer{ScriptedAgent::kNew, 5, 0, ""}, StartAnswer{ScriptedAgent::kNew, -1, 0, ""}));
+
+// --- The reboot list
+
+TEST_F(RollbackAction, WritesTheRebootListLast) {
+    load(ScriptedAgent::kNew).script("CheckFileEx = -2");
+
+    EXPECT_EQ(run(), 1U);
+
+    EXPECT_TRUE(isUntouched());
+    EXPECT_THAT(lastMessages(5),
+                ElementsAre(infoAt(6, "rollbackWithPatchAgent: action done."),
+                            infoAt(6, "rollbackWithPatchAgent: done."),
+                            infoAt(6, "adding reboot list into system registry/ini..."),
+                            infoAt(6, "src[] -> dst[" + app.path("x.dat") + "]"),
+                            infoAt(6, "src[" + app.path(app.store() + "backup.000") + "] -> dst[" +
+                                          app.path("a.dat") + "]")));
+}
+
+TEST_F(RollbackAction, ForgetsTheRebootListWhenItFails) {
+    load(ScriptedAgent::kNew).script("CheckFileEx *x.dat = -2\nCheckFileEx *a.dat = -1");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_TRUE(isUntouched());
+    EXPECT_THAT(reboots.texts(), IsEmpty());
+    EXPECT_THAT(lastMessages(3),
+                ElementsAre(infoAt(6, "rollbackWithPatchAgent: auto rollback done."),
+                            infoAt(6, "rollbackWithPatchAgent: error quit."),
+                            errorAt(6, "rollback: rollbackWithPatchAgent failed.")));
+}
+
+}  // namespace

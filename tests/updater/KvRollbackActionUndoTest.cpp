@@ -1,0 +1,210 @@
+// The undoing of a rollback that fails: what comes back, and what the agent hears of it.
+#include <gmock/gmock.h>
+
+#include "tests/updater/RollbackWithAgentTest.h"
+#include "tests/updater/Story.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+class RollbackUndone : public RollbackWithAgentTest {
+  protected:
+    using RollbackWithAgentTest::RollbackWithAgentTest;
+};
+
+TEST_F(RollbackUndone, RefusedEndIsReportedTwiceAndPutsAllFilesBack) {
+    app.item(3, 5).added("x.dat").written("a.dat");
+    agent().answers["EndItem"] = 0;
+    Story story(agent());
+
+    EXPECT_EQ(run(), 60U);
+
+    const std::string x = app.path("x.dat");
+    const std::string a = app.path("a.dat");
+    const std::string store = app.path(app.store());
+    EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat", "x.dat=added x.dat"));
+    EXPECT_THAT(
+        story.linesAfter("call CheckFileEx(" + a + ")"),
+        ElementsAre("6 info Call PatchAgent EndItem with: TRUE, 100, 101",
+                    "call EndItem(1, 0x64/0, 0x65/0)",
+                    "6 error rollbackWithPatchAgent: end item failed.",
+                    "6 error rollbackWithPatchAgent: item failed.",
+                    "6 info rollbackWithPatchAgent: auto rollback.",
+                    "6 info Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
+                    "call StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)",
+                    "6 info autoRollback moving files, from:" + store + "backup.001, to:" + x,
+                    "6 info autoRollback moving files, from:" + store + "backup.002, to:" + a,
+                    "6 info Call PatchAgent EndItem with: TRUE, 101, 100",
+                    "call EndItem(1, 0x65/0, 0x64/0)",
+                    "6 error End Class[3] error but in auto rollback so ignore it",
+                    "6 info rollbackWithPatchAgent: auto rollback done.",
+                    "6 info rollbackWithPatchAgent: error quit."));
+}
+
+TEST_F(RollbackUndone, RefusedEndPutsAllFilesBackForAnOldAgentToo) {
+    app.item(3, 5).added("x.dat").written("a.dat");
+    use(PATCHAGENT_OLD).answers["EndPattern"] = 0;
+    const std::string recordBefore = app.read("VC_Backup/VcBackup.ini");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat", "x.dat=added x.dat"));
+    EXPECT_EQ(app.read("VC_Backup/VcBackup.ini"), recordBefore);
+    EXPECT_THAT(
+        agent().calls,
+        ElementsAre("GetPatternPath(" + app.path() + ")", "IsRollback()", "StartPatch(0x1)",
+                    "StartPattern(0.zip)", "CheckFile(" + app.path("x.dat") + ")",
+                    "CheckFile(" + app.path("a.dat") + ")", "EndPattern(1, 0x640000, 0x650000)",
+                    "StartPattern()", "EndPattern(1, 0x650000, 0x640000)"));
+}
+
+// --- An item that the agent refuses at its start is known by its destination alone
+
+TEST_F(RollbackUndone, RefusedStartIsUndoneAsAnItemOfNoClass) {
+    app.item(3, 5).added("x.dat");
+    agent().answers["StartItem"] = 0;
+    Story story(agent());
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat"));
+    EXPECT_THAT(
+        story.linesAfter("PatchAgent StartAction with: void"),
+        ElementsAre(
+            "call StartAction()",
+            "6 info Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x2, 100, 101",
+            "call StartItem(0.zip, 3, 5, 0x2, 0x64/0, 0x65/0)",
+            "6 error startEachItem: start item failed.",
+            "6 info Call PatchAgent EndItem with: FALSE, 100, 101",
+            "call EndItem(0, 0x64/0, 0x65/0)", "6 error rollbackWithPatchAgent: start item failed.",
+            "6 info rollbackWithPatchAgent: auto rollback.",
+            "6 info Call PatchAgent StartItem with: empty string, 0, 0x0, 0x2, 0.0, 0.0",
+            "call StartItem(, 0, 0, 0x2, 0x0/0, 0x0/0)",
+            "6 error Start Class[0] error but in auto rollback ignore it",
+            "6 info Call PatchAgent EndItem with: TRUE, 0.0, 0.0", "call EndItem(1, 0x0/0, 0x0/0)",
+            "6 info rollbackWithPatchAgent: auto rollback done.",
+            "6 info rollbackWithPatchAgent: error quit."));
+}
+
+// Nobody is called for it, and no answer yet counts as a failed one.
+TEST_F(RollbackUndone, RefusedStartIsOnlyLoggedForAnOldAgent) {
+    use(PATCHAGENT_OLD).answers["StartPattern"] = 0;
+    Story story(agent());
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(
+        story.linesAfter("call StartPatch(0x1)"),
+        ElementsAre("6 info Call PatchAgent StartPattern with: 0.zip", "call StartPattern(0.zip)",
+                    "6 error startEachItem: start pattern failed.",
+                    "6 info Call PatchAgent EndPattern with: FALSE, 6553600, 6619136",
+                    "call EndPattern(0, 0x640000, 0x650000)",
+                    "6 error rollbackWithPatchAgent: start item failed.",
+                    "6 info rollbackWithPatchAgent: auto rollback.",
+                    "6 error Start Class[0] error but in auto rollback so ignore it",
+                    "6 error End Class[0] error but in auto rollback so ignore it",
+                    "6 info rollbackWithPatchAgent: auto rollback done.",
+                    "6 info rollbackWithPatchAgent: error quit."));
+}
+
+TEST_F(RollbackUndone, ItemOfAnUnknownClassIsRefusedForAnOldAgent) {
+    text.setItem(0, "class", "4");
+    use(PATCHAGENT_OLD);
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(agent().calls, ElementsAre("IsRollback()", "StartPatch(0x0)"));
+    EXPECT_THAT(log.records(), Contains(errorAt(9, "startEachItem: unknown class.")));
+    EXPECT_THAT(log.records(), Contains(errorAt(6, "rollbackWithPatchAgent: start item failed.")));
+}
+
+// --- Several items
+
+// Product, engine and pattern, each with an added and a replaced file.
+class RollbackOfThreeUndone : public RollbackUndone {
+  protected:
+    RollbackOfThreeUndone() : RollbackUndone(3) {
+        app.item(1, 5).added("product.new").written("product.dat");
+        app.item(2, 5).added("engine.new").written("engine.dat");
+        app.item(3, 5).added("pattern.new").written("pattern.dat");
+        place(0, 1, "5.2", "6.0");
+        place(1, 2, "5.2", "6.0");
+        before_ = app.files();
+    }
+
+    // That all files are as the update left them.
+    void expectAllBack() const { EXPECT_EQ(app.files(), before_); }
+
+  private:
+    std::vector<std::string> before_;
+};
+
+TEST_F(RollbackOfThreeUndone, BringsBackWhatAllItemsHaveLost) {
+    tree.setTime("app/pattern.new", 1000000000);
+    tree.setTime("app/pattern.dat", 1100000000);
+    agent().fileAnswers["CheckFileEx(" + app.path("product.dat") + ")"] = -1;
+
+    EXPECT_EQ(run(), 60U);
+
+    expectAllBack();
+    EXPECT_EQ(tree.time("app/pattern.new"), 1000000000);
+    EXPECT_EQ(tree.time("app/pattern.dat"), 1100000000);
+    const std::vector<std::string>& calls = agent().calls;
+    ASSERT_GE(calls.size(), 7U);
+    EXPECT_THAT(
+        (std::vector<std::string>(calls.end() - 7, calls.end())),
+        ElementsAre("EndItem(0, 0x52000/0, 0x60000/0)", "StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)",
+                    "EndItem(1, 0x65/0, 0x64/0)", "StartItem(, 2, 5, 0x2, 0x60000/0, 0x52000/0)",
+                    "EndItem(1, 0x60000/0, 0x52000/0)",
+                    "StartItem(, 1, 5, 0x2, 0x60000/0, 0x52000/0)",
+                    "EndItem(1, 0x60000/0, 0x52000/0)"));
+}
+
+// The pattern is done, the engine is refused, the product is never reached.
+TEST_F(RollbackOfThreeUndone, PassesOverItemsThatWereNeverReached) {
+    use(PATCHAGENT_OLD).answers["StartEngine"] = 0;
+
+    EXPECT_EQ(run(), 60U);
+
+    expectAllBack();
+    const std::vector<std::string>& calls = agent().calls;
+    ASSERT_GE(calls.size(), 4U);
+    EXPECT_THAT((std::vector<std::string>(calls.end() - 4, calls.end())),
+                ElementsAre("StartEngine(1.zip)", "EndEngine(0, 0x52000, 0x60000)",
+                            "StartPattern()", "EndPattern(1, 0x650000, 0x640000)"));
+    // The refused one is judged by the pattern's answer.
+    EXPECT_THAT(log.texts(), Not(Contains(HasSubstr("Class[0]"))));
+}
+
+TEST_F(RollbackOfThreeUndone, BringsBackFilesThatTheAgentHadSkipped) {
+    agent().answers["CheckFileEx"] = 0;
+    agent().fileAnswers["CheckFileEx(" + app.path("product.dat") + ")"] = -1;
+
+    EXPECT_EQ(run(), 60U);
+
+    expectAllBack();
+}
+
+// A comma in a path has no place in an entry, so this copy cannot be put back.
+TEST_F(RollbackUndone, StatusIsThatOfTheFailureEvenIfTheUndoingStops) {
+    app.item(3, 5).added("x,y.dat").added("z.dat");
+    agent().fileAnswers["CheckFileEx(" + app.path("z.dat") + ")"] = -1;
+    Story story(agent());
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(app.files(), ElementsAre("z.dat=added z.dat"));
+    EXPECT_THAT(
+        story.linesAfter("rollbackWithPatchAgent: auto rollback."),
+        ElementsAre("6 info Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
+                    "call StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)",
+                    "6 error autoRollback: written file name failed.",
+                    "6 info rollbackWithPatchAgent: auto rollback done.",
+                    "6 info rollbackWithPatchAgent: error quit."));
+}
+
+}  // namespace

@@ -1,0 +1,350 @@
+// The rollback of all items of a description: what the agent hears, in which order, and what every
+// ending comes to.
+#include <gmock/gmock.h>
+
+#include <functional>
+
+#include "tests/updater/RollbackWithAgentTest.h"
+#include "tests/updater/Story.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const std::string kRecord = "VC_Backup/VcBackup.ini";
+
+class RollbackWithAgent : public RollbackWithAgentTest {
+  protected:
+    using RollbackWithAgentTest::RollbackWithAgentTest;
+};
+
+TEST_F(RollbackWithAgent, NeedsAnAgentAndItems) {
+    ReadDescription read(text);
+    updateStru uncounted = *read.stru();
+    uncounted.itemCount = 0;
+    updateStru itemless = *read.stru();
+    itemless.items = nullptr;
+    _PatchAgent* const table = agent().table();
+
+    for (const auto& call : {std::pair<_PatchAgent*, updateStru*>{nullptr, read.stru()},
+                             {table, nullptr},
+                             {table, &uncounted},
+                             {table, &itemless}}) {
+        log.forget();
+        EXPECT_EQ(rollbackWithPatchAgent(call.first, call.second), 5U);
+        EXPECT_THAT(log.records(),
+                    ElementsAre(errorAt(6, "rollbackWithPatchAgent: parameters failed.")));
+    }
+    EXPECT_THAT(agent().calls, IsEmpty());
+}
+
+// Asking for more items than any memory holds touches none of them.
+TEST_F(RollbackWithAgent, NeedsMemoryForItsRecord) {
+    ReadDescription read(text);
+    updateStru endless = *read.stru();
+    endless.itemCount = UINT64_MAX / 2;
+
+    EXPECT_EQ(rollbackWithPatchAgent(agent().table(), &endless), 48U);
+
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(infoAt(6, "rollbackWithPatchAgent: init auto-rollback backup structure."),
+                    errorAt(6, "initBackupStru: malloc failed."),
+                    infoAt(6, "rollbackWithPatchAgent: init auto rollback backup info done."),
+                    infoAt(6, "rollbackWithPatchAgent: error quit.")));
+    EXPECT_THAT(agent().calls, IsEmpty());
+}
+
+TEST_F(RollbackWithAgent, GetsNoItemStartedForAnUnknownInterface) {
+    app.item(3, 5).added("x.dat");
+    use(9);
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat"));
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(infoAt(6, "rollbackWithPatchAgent: init auto-rollback backup structure."),
+                    infoAt(6, "rollbackWithPatchAgent: init auto rollback backup info done."),
+                    errorAt(9, "rollbackWithPatchAgent: unknown patch agent version."),
+                    errorAt(9, "startEachItem: unknown patch agent version."),
+                    errorAt(6, "rollbackWithPatchAgent: start item failed."),
+                    infoAt(6, "rollbackWithPatchAgent: auto rollback."),
+                    infoAt(6, "rollbackWithPatchAgent: auto rollback done."),
+                    infoAt(6, "rollbackWithPatchAgent: error quit.")));
+}
+
+// --- Before the items
+
+class RollbackPaths : public RollbackWithAgent {
+  protected:
+    RollbackPaths() : RollbackWithAgent(4) { use(PATCHAGENT_OLD).answers["StartPatch"] = 1; }
+
+    void placeAt(size_t index, int itemClass, const char* destination) {
+        text.setItem(index, "class", std::to_string(itemClass))
+            .setItem(index, "destination", destination);
+    }
+};
+
+TEST_F(RollbackPaths, AreAskedForPatternEngineAndProductInThisOrder) {
+    placeAt(0, 1, "/product");
+    placeAt(1, 3, "/pattern");
+    placeAt(2, 3, "/second");
+    placeAt(3, 2, "/engine");
+    agent().paths = {{"GetPatternPath", "/moved"}};
+    Story story(agent());
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(
+        story.linesAfter("init auto rollback backup info done."),
+        ElementsAre(
+            "6 info Call PatchAgent GetPatternPath with: /pattern", "call GetPatternPath(/pattern)",
+            "6 info PatchAgent GetPatternPath result: /moved",
+            "6 info Call PatchAgent GetEnginePath with: /engine", "call GetEnginePath(/engine)",
+            "6 info PatchAgent GetEnginePath result: /engine",
+            "6 info Call PatchAgent GetProductPath with: /product", "call GetProductPath(/product)",
+            "6 info PatchAgent GetProductPath result: /product", "call IsRollback()",
+            "6 info rollbackWithPatchAgent: start patch.",
+            "6 info Call PatchAgent StartPatch with: 7", "call StartPatch(0x7)",
+            "6 error rollbackWithPatchAgent: start patch failed.",
+            "6 info rollbackWithPatchAgent: error quit."));
+}
+
+// The mask has no "0x" in the message.
+TEST_F(RollbackPaths, AreNotAskedForOfClassesThatHaveNoItem) {
+    struct Row {
+        int itemClass;
+        const char* mask;
+    };
+    for (const Row& row : {Row{3, "1"}, Row{2, "2"}, Row{1, "4"}, Row{4, "0"}}) {
+        for (size_t i = 0; i < 4; ++i) {
+            placeAt(i, row.itemClass, "/app");
+        }
+        log.forget();
+        agent().calls.clear();
+        EXPECT_EQ(run(), 60U);
+        EXPECT_THAT(log.texts(),
+                    Contains("Call PatchAgent StartPatch with: " + std::string(row.mask)));
+        EXPECT_EQ(agent().calls.size(), row.itemClass == 4 ? 2U : 3U);
+    }
+}
+
+TEST_F(RollbackWithAgent, RestoresToTheDescriptionsPathWhateverTheAgentWants) {
+    app.item(3, 5).added("x.dat").written("a.dat");
+    use(PATCHAGENT_OLD).paths = {{"GetPatternPath", tree.makeDir("elsewhere")}};
+
+    EXPECT_EQ(run(), 0U);
+
+    EXPECT_THAT(app.files(), ElementsAre("a.dat=old a.dat"));
+    EXPECT_THAT(tree.snapshot("elsewhere"), IsEmpty());
+}
+
+// --- The items
+
+class RollbackOfThree : public RollbackWithAgent {
+  protected:
+    RollbackOfThree() : RollbackWithAgent(3) {
+        for (const int itemClass : {3, 2, 1}) {
+            app.item(static_cast<unsigned>(itemClass), 5);
+        }
+        place(1, 2, "5.2", "6.0");
+        place(2, 1, "5.2", "6.0");
+    }
+};
+
+TEST_F(RollbackOfThree, GoesFromTheLastItemToTheFirstWithTheMarkOfARollback) {
+    text.setItem(1, "forceupdate", "1");
+    text.dropItem(0, "item.zip");
+
+    EXPECT_EQ(run(), 0U);
+
+    EXPECT_THAT(agent().calls,
+                ElementsAre("StartAction()", "StartItem(2.zip, 1, 5, 0x2, 0x52000/0, 0x60000/0)",
+                            "EndItem(1, 0x52000/0, 0x60000/0)",
+                            "StartItem(1.zip, 2, 5, 0x2, 0x52000/0, 0x60000/0)",
+                            "EndItem(1, 0x52000/0, 0x60000/0)",
+                            "StartItem(null, 3, 5, 0x2, 0x64/0, 0x65/0)",
+                            "EndItem(1, 0x64/0, 0x65/0)", "EndAction()"));
+    EXPECT_THAT(log.texts(),
+                Contains("Call PatchAgent StartItem with: NULL_String, 3, 0x5, 0x2, 100, 101"));
+}
+
+TEST_F(RollbackOfThree, TellsAnOldAgentByClass) {
+    use(PATCHAGENT_OLD);
+
+    EXPECT_EQ(run(), 0U);
+
+    const std::string path = "(" + app.path() + ")";
+    EXPECT_THAT(agent().calls, ElementsAre("GetPatternPath" + path, "GetEnginePath" + path,
+                                           "GetProductPath" + path, "IsRollback()",
+                                           "StartPatch(0x7)", "StartProduct(2.zip)",
+                                           "EndProduct(1, 0x52000, 0x60000)", "StartEngine(1.zip)",
+                                           "EndEngine(1, 0x52000, 0x60000)", "StartPattern(0.zip)",
+                                           "EndPattern(1, 0x640000, 0x650000)", "EndPatch(1)"));
+}
+
+// --- The end
+
+// The first item is the last one to end.
+TEST_F(RollbackOfThree, HandsTheLastAnswerToTheEndOfThePatch) {
+    for (const int last : {1, 7, -1}) {
+        use(PATCHAGENT_OLD).answers = {{"EndProduct", 9}, {"EndEngine", 8}, {"EndPattern", last}};
+        UpdatedApp(tree).item(3, 5).item(2, 5).item(1, 5);
+        log.forget();
+
+        EXPECT_EQ(run(), 0U);
+
+        EXPECT_EQ(agent().calls.back(), "EndPatch(" + std::to_string(last) + ")");
+        EXPECT_THAT(log.records(), Contains(infoAt(6, "Call PatchAgent EndPatch with: TRUE")));
+    }
+}
+
+TEST_F(RollbackWithAgent, LeavesTheResultOfTheAgentsLastCallAside) {
+    app.item(3, 5).added("x.dat");
+    agent().answers["EndAction"] = 0;
+    EXPECT_EQ(run(), 0U);
+
+    app.item(3, 5).added("x.dat");
+    use(PATCHAGENT_OLD).answers["EndPatch"] = 0;
+    EXPECT_EQ(run(), 0U);
+}
+
+TEST_F(RollbackWithAgent, EndsNothingForAnInterfaceThatIsUnknownByThen) {
+    app.item(3, 5).added("x.dat");
+    Story story(agent());
+    const auto tell = agent().heard;
+    agent().heard = [&](const std::string& call) {
+        tell(call);
+        agent().table()->version = call.compare(0, 7, "EndItem") == 0 ? 9 : PATCHAGENT_NEW;
+    };
+
+    EXPECT_EQ(run(), 0U);
+
+    EXPECT_THAT(app.files(), IsEmpty());
+    EXPECT_EQ(story.linesAfter("(1, 0x64/0, 0x65/0)").at(0),
+              "9 error rollbackWithPatchAgent: patch agent version unknown.");
+    EXPECT_EQ(agent().calls.back(), "EndItem(1, 0x64/0, 0x65/0)");
+}
+
+TEST_F(RollbackWithAgent, TakesTheItemOutOfTheRecordWithAllItsCopies) {
+    app.item(3, 4).written("a.dat").item(3, 6).written("b.dat");
+    const std::string others = app.read(kRecord);
+    UpdatedApp(tree)
+        .item(3, 4)
+        .written("a.dat")
+        .item(3, 5)
+        .added("x.dat")
+        .written("c.dat")
+        .item(3, 6)
+        .entry("backup.001, " + app.path("b.dat"));
+
+    EXPECT_EQ(run(), 0U);
+
+    EXPECT_EQ(app.read(kRecord), others) << "the last item has moved up";
+    EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat", "b.dat=new b.dat", "c.dat=old c.dat"));
+    EXPECT_THAT(tree.snapshot("app/VC_Backup/3/5"), IsEmpty());
+    EXPECT_TRUE(app.has("VC_Backup/3/4/backup.000"));
+    EXPECT_TRUE(app.has("VC_Backup/3/6/backup.001"));
+}
+
+// The update can then no longer be undone, although nothing of it was.
+TEST_F(RollbackWithAgent, TakesAnItemOutOfTheRecordEvenIfTheAgentSkippedItsFiles) {
+    app.item(3, 5).added("x.dat").written("a.dat");
+    agent().answers["CheckFileEx"] = 0;
+
+    EXPECT_EQ(run(), 0U);
+
+    EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat", "x.dat=added x.dat"));
+    EXPECT_EQ(app.read(kRecord), "[common]\nitemcount=0\npatchagent.version=1\n");
+    EXPECT_THAT(tree.snapshot("app/VC_Backup/3/5"), IsEmpty());
+}
+
+// --- What the result of an item comes to
+
+struct ItemResult {
+    const char* name;
+    std::function<void(TempTree&, DescriptionText&, FakeAgent&)> prepare;
+    unsigned status;
+    const char* error;
+};
+
+void PrintTo(const ItemResult& result, std::ostream* out) {
+    *out << result.name;
+}
+
+class RollbackResult : public RollbackWithAgent, public testing::WithParamInterface<ItemResult> {};
+
+TEST_P(RollbackResult, HasAStatusAndAMessageAndIsUndone) {
+    app.item(3, 5).added("x.dat");
+    GetParam().prepare(tree, text, agent());
+    Story story(agent());
+
+    EXPECT_EQ(run(), GetParam().status);
+
+    EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat"));
+    std::vector<std::string> lines = story.lines();
+    ASSERT_GE(lines.size(), 11U);
+    EXPECT_THAT(
+        (std::vector<std::string>(lines.end() - 11, lines.end())),
+        ElementsAre(
+            GetParam().error, "6 info Call PatchAgent EndItem with: FALSE, 100, 101",
+            "call EndItem(0, 0x64/0, 0x65/0)", "6 error rollbackWithPatchAgent: item failed.",
+            "6 info rollbackWithPatchAgent: auto rollback.",
+            "6 info Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
+            "call StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)",
+            "6 info Call PatchAgent EndItem with: TRUE, 101, 100",
+            "call EndItem(1, 0x65/0, 0x64/0)", "6 info rollbackWithPatchAgent: auto rollback done.",
+            "6 info rollbackWithPatchAgent: error quit."));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Results, RollbackResult,
+    testing::Values(ItemResult{"NoRoomForThePath",
+                               [](TempTree&, DescriptionText& text, FakeAgent&) {
+                                   text.setItem(0, "destination", "/" + std::string(4090, 'd'));
+                               },
+                               12, "6 error rollbackWithPatchAgent: bad arguments."},
+                    ItemResult{"NoRecord",
+                               [](TempTree& tree, DescriptionText& text, FakeAgent&) {
+                                   text.setItem(0, "destination", tree.makeDir("elsewhere"));
+                               },
+                               58, "6 error rollbackWithPatchAgent: access failed."},
+                    ItemResult{"NotInTheRecord",
+                               [](TempTree& tree, DescriptionText&, FakeAgent&) {
+                                   tree.write("app/" + kRecord,
+                                              "[common]\nitemcount=0\npatchagent.version=1\n");
+                               },
+                               58, "6 error rollbackWithPatchAgent: access failed."},
+                    ItemResult{"NotSaved",
+                               [](TempTree& tree, DescriptionText&, FakeAgent&) {
+                                   tree.write("app/VC_Backup/3", "in the way");
+                               },
+                               58, "6 error rollbackWithPatchAgent: access failed."},
+                    ItemResult{"Cancelled",
+                               [](TempTree&, DescriptionText&, FakeAgent& agent) {
+                                   agent.answers["CheckFileEx"] = -1;
+                               },
+                               60, "6 error rollbackWithPatchAgent: user cancel."}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(RollbackWithAgent, AgentsRefusalOfTheEndOutweighsTheDisk) {
+    agent().answers["EndItem"] = 0;
+    Story story(agent());
+
+    EXPECT_EQ(run(), 60U);
+
+    const std::vector<std::string> lines = story.linesAfter(" doesnot exist.");
+    ASSERT_GE(lines.size(), 6U);
+    EXPECT_THAT((std::vector<std::string>(lines.begin(), lines.begin() + 6)),
+                ElementsAre("6 error rollbackWithPatchAgent: access failed.",
+                            "6 info Call PatchAgent EndItem with: FALSE, 100, 101",
+                            "call EndItem(0, 0x64/0, 0x65/0)",
+                            "6 error rollbackWithPatchAgent: end item failed.",
+                            "6 error rollbackWithPatchAgent: item failed.",
+                            "6 info rollbackWithPatchAgent: auto rollback."));
+}
+
+}  // namespace
