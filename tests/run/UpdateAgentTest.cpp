@@ -12,6 +12,7 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -163,28 +164,58 @@ TEST(UpdateAgent, ForcesAllItemsBehindAForcedOne) {
                     "EndItem(1, 0x64/0, 0x65/0)", "EndAction()"));
 }
 
-TEST(UpdateAgent, SendsAllItemsOfAClassWhereAnOldAgentPutTheFirst) {
+struct PathQuestion {
+    unsigned itemClass;
+    const char* entry;
+    const char* result;  // the words before the answer
+};
+
+class UpdateOfMovedClass : public testing::TestWithParam<PathQuestion> {};
+
+TEST_P(UpdateOfMovedClass, SendsAllItemsWhereAnOldAgentPutTheFirst) {
     PatchScenario patch;
     patch.tree().write("moved/a.dat", "old");
-    patch.item(3, 5).stage("a.dat", "new");
-    patch.item(3, 6).stage("b.dat", "b").to("other");
-    ScriptedAgent& agent = patch.agent(ScriptedAgent::kOld);
-    agent.script("GetPatternPath = " + patch.tree().path("moved"));
+    patch.item(GetParam().itemClass, 5).stage("a.dat", "new");
+    patch.item(GetParam().itemClass, 6).stage("b.dat", "b").to("other");
+    const std::string moved = patch.tree().path("moved");
+    patch.agent(ScriptedAgent::kOld).script(GetParam().entry + (" = " + moved));
 
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(patch.destination("moved").files(), (FileTree{{"a.dat", "new"}, {"b.dat", "b"}}));
-    EXPECT_THAT(run.log, Contains(info("Call PatchAgent GetPatternPath result: " +
-                                       patch.tree().path("moved"))));
+    EXPECT_THAT(run.log, Contains(info(GetParam().result + moved)));
     // Store and record stay at the destinations that the description names.
     EXPECT_FALSE(patch.destination("moved").has("VC_Backup"));
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old");
-    EXPECT_THAT(patch.destination().store().at(kRecord),
-                HasSubstr("written.0=backup.000, " + patch.tree().path("moved/a.dat") + "\n"));
-    EXPECT_THAT(patch.destination().store().at(kRecord), HasSubstr("\ntransaction=0, 0, \n"));
+    const FileTree store = patch.destination().store();
+    EXPECT_EQ(store.at(std::to_string(GetParam().itemClass) + "/5/backup.000"), "old");
+    EXPECT_THAT(store.at(kRecord), HasSubstr("written.0=backup.000, " + moved + "/a.dat\n"));
+    EXPECT_THAT(store.at(kRecord), HasSubstr("\ntransaction=0, 0, \n"));
     EXPECT_THAT(patch.destination("other").store().at(kRecord),
-                HasSubstr("added.0=" + patch.tree().path("moved/b.dat") + "\n"));
+                HasSubstr("added.0=" + moved + "/b.dat\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryClass, UpdateOfMovedClass,
+    testing::Values(PathQuestion{1, "GetProductPath", "PatchAgent GetProductPath result: "},
+                    PathQuestion{2, "GetEnginePath", "Call PatchAgent GetEnginePath result: "},
+                    PathQuestion{3, "GetPatternPath", "Call PatchAgent GetPatternPath result: "}),
+    [](const auto& test) { return std::string(test.param.entry); });
+
+// As with every destination: without its separator the name of what is not there is that of a file.
+TEST(UpdateAgent, MayMoveTheItemsToADirectoryThatIsNotThere) {
+    PatchScenario patch;
+    patch.item(3, 5).stage("a.dat", "a");
+    ScriptedAgent& agent = patch.agent(ScriptedAgent::kOld);
+
+    agent.script("GetPatternPath = " + patch.tree().path("not/there"));
+    EXPECT_EQ(patch.update().status, 12);
+    EXPECT_FALSE(patch.tree().exists("not"));
+
+    agent.forgetScript();
+    agent.script("GetPatternPath = " + patch.tree().path("not/there/"));
+    EXPECT_EQ(patch.update().status, 0);
+    EXPECT_EQ(patch.destination("not/there").files(), (FileTree{{"a.dat", "a"}}));
 }
 
 TEST(UpdateAgent, RecordsTheVersionsThatANewAgentWrites) {
@@ -197,6 +228,19 @@ TEST(UpdateAgent, RecordsTheVersionsThatANewAgentWrites) {
 
     EXPECT_THAT(patch.destination().store().at(kRecord),
                 HasSubstr("origin.version=5.2.7\nresult.version=6.0.12\n"));
+}
+
+// The record holds what stood there before the copy.
+TEST(UpdateAgent, WritesVersionsInVainAtTheEndOfAnItem) {
+    PatchScenario patch;
+    patch.item(1, 7).stage("a.dat", "a").versions("5.2", "5.3");
+    patch.agent(ScriptedAgent::kNew)
+        .script("EndItem writes origin 0x00052000 7\nEndItem writes result 0x00060000 12");
+
+    EXPECT_EQ(patch.update().status, 0);
+
+    EXPECT_THAT(patch.destination().store().at(kRecord),
+                HasSubstr("origin.version=5.2\nresult.version=5.3\n"));
 }
 
 TEST(UpdateAgent, MayChangeItsMindAboutAFile) {
@@ -225,18 +269,92 @@ TEST(UpdateAgent, IgnoresAnAgentThatWouldNotBeRolledBack) {
     EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: patch agent want not to rollback.")));
 }
 
+// Answers that are neither the yes nor the no of an entry point: the update goes on.
+struct OddAnswer {
+    ScriptedAgent::Interface which;
+    const char* rule;
+};
+
+void PrintTo(const OddAnswer& answer, std::ostream* out) {
+    *out << answer.rule;
+}
+
+class UpdateOddAnswer : public testing::TestWithParam<OddAnswer> {};
+
+TEST_P(UpdateOddAnswer, CountsAsAYes) {
+    PatchScenario patch;
+    patch.destination().write("a.dat", "old");
+    patch.item(3, 5).stage("a.dat", "new");
+    const ScriptedAgent& agent = patch.agent(GetParam().which);
+    agent.script(GetParam().rule);
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(patch.destination().read("a.dat"), "new");
+    EXPECT_THAT(run.log, testing::Each(testing::Field(&LogLine::isError, false)));
+    EXPECT_THAT(run.texts(),
+                Not(Contains("updateWithPatchAgent: patch agent want not to rollback.")));
+    const std::string file = patch.destination().path("a.dat");
+    if (GetParam().which == ScriptedAgent::kNew) {
+        EXPECT_THAT(
+            agent.calls(),
+            ElementsAre("StartAction()", "StartItem(NULL, 3, 5, 0x0, 0x64/0, 0x65/0)",
+                        "CheckFileEx(" + file + ")", "EndItem(1, 0x64/0, 0x65/0)", "EndAction()"));
+    } else {
+        EXPECT_THAT(agent.calls(), ElementsAre("GetPatternPath(" + patch.destination().path() + ")",
+                                               "IsRollback()", "StartPatch(0x1)",
+                                               "StartPattern(NULL)", "CheckFile(" + file + ")",
+                                               "EndPattern(1, 0x640000, 0x650000)", "EndPatch(1)"));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OfANewAgent, UpdateOddAnswer,
+                         testing::Values(OddAnswer{ScriptedAgent::kNew, "StartItem = -1"},
+                                         OddAnswer{ScriptedAgent::kNew, "StartItem = 42"},
+                                         OddAnswer{ScriptedAgent::kNew, "EndItem = -1"},
+                                         OddAnswer{ScriptedAgent::kNew, "EndItem = 2"},
+                                         OddAnswer{ScriptedAgent::kNew, "EndAction = -1"},
+                                         OddAnswer{ScriptedAgent::kNew, "EndAction = 0"}));
+
+INSTANTIATE_TEST_SUITE_P(OfAnOldAgent, UpdateOddAnswer,
+                         testing::Values(OddAnswer{ScriptedAgent::kOld, "StartPattern = -1"},
+                                         OddAnswer{ScriptedAgent::kOld, "StartPattern = 42"},
+                                         OddAnswer{ScriptedAgent::kOld, "EndPattern = -1"},
+                                         OddAnswer{ScriptedAgent::kOld, "EndPattern = 42"},
+                                         OddAnswer{ScriptedAgent::kOld, "IsRollback = -1"},
+                                         OddAnswer{ScriptedAgent::kOld, "EndPatch = -1"},
+                                         OddAnswer{ScriptedAgent::kOld, "EndPatch = 0"}));
+
 class UpdateOfClass : public testing::TestWithParam<unsigned> {};
 
+// Its versions are read and shown like a product's, its type in hexadecimal.
 TEST_P(UpdateOfClass, IsUpToANewAgent) {
     PatchScenario patch;
     patch.item(GetParam(), GetParam()).stage("a.dat", "new");
     patch.destination().write("a.dat", "old");
+    const ScriptedAgent& agent = patch.agent(ScriptedAgent::kNew);
 
-    EXPECT_EQ(patch.update().status, 0);
+    const RunOutcome run = patch.update();
 
+    EXPECT_EQ(run.status, 0);
     const std::string number = std::to_string(GetParam());
+    const std::string file = patch.destination().path("a.dat");
     EXPECT_EQ(patch.destination().read("a.dat"), "new");
     EXPECT_EQ(patch.destination().store().at(number + "/" + number + "/backup.000"), "old");
+    EXPECT_THAT(agent.calls(), ElementsAre("StartAction()",
+                                           "StartItem(NULL, " + number + ", " + number +
+                                               ", 0x0, 0x640000/0, 0x650000/0)",
+                                           "CheckFileEx(" + file + ")",
+                                           "EndItem(1, 0x640000/0, 0x650000/0)", "EndAction()"));
+    const std::string type = GetParam() == 0xFFFFFFFFU ? "0xffffffff" : "0x" + number;
+    EXPECT_THAT(run.log, Contains(info("Call PatchAgent StartItem with: NULL_String, " + number +
+                                       ", " + type + ", 0x0, 100.0, 101.0")));
+    EXPECT_THAT(patch.destination().store().at(kRecord),
+                EndsWith("[item_0]\nclass=" + number + "\ntype=" + number +
+                         "\norigin.version=100.0\nresult.version=101.0\nadded.filecount=0\n"
+                         "written.filecount=1\nwritten.0=backup.000, " +
+                         file + "\n"));
 }
 
 TEST_P(UpdateOfClass, IsNothingForAnOldAgent) {
