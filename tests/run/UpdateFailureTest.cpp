@@ -1,8 +1,6 @@
 // Updates that fail part-way: afterwards the destinations are what they were, in content and time.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 
 #include <filesystem>
 
@@ -78,6 +76,47 @@ INSTANTIATE_TEST_SUITE_P(
                     Refusal{ScriptedAgent::kOld,
                             "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
                             "EndPattern = 0\nEndEngine = 0"}));
+
+class ThirdItemRefused : public testing::TestWithParam<Refusal> {};
+
+TEST_P(ThirdItemRefused, LeavesEverythingAsItWas) {
+    PatchScenario patch;
+    planTwoItems(patch);
+    patch.destination().write("e.dat", "old e");
+    patch.tree().setTime("app/e.dat", kLongAgo);
+    patch.item(1, 7).versions("5.2", "6.0").stage("e.dat", "new e").stage("f.dat", "new f");
+    patch.agent(GetParam().which).script(GetParam().rule);
+    const Destinations before(patch);
+
+    EXPECT_EQ(patch.update().status, 60);
+
+    expectSame(before, Destinations(patch));
+    expectEmptyStore(patch.destination("app"));
+    expectEmptyStore(patch.destination("lib"));
+}
+
+INSTANTIATE_TEST_SUITE_P(AProduct, ThirdItemRefused,
+                         testing::Values(Refusal{ScriptedAgent::kOld, "StartProduct #1 = 0"},
+                                         Refusal{ScriptedAgent::kOld, "EndProduct #1 = 0"},
+                                         Refusal{ScriptedAgent::kOld, "CheckFile #8 = -1"},
+                                         Refusal{ScriptedAgent::kNew, "StartItem #3 = 0"},
+                                         Refusal{ScriptedAgent::kNew, "EndItem #3 = 0"},
+                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #8 = -1"}));
+
+// Old files are saved whatever the description says of a backup.
+TEST(UpdateFailure, IsUndoneWithoutABackupToo) {
+    PatchScenario patch;
+    planTwoItems(patch);
+    patch.set("backup", "0");
+    patch.agent(ScriptedAgent::kNew).script("EndItem #2 = 0");
+    const Destinations before(patch);
+
+    EXPECT_EQ(patch.update().status, 60);
+
+    expectSame(before, Destinations(patch));
+    expectEmptyStore(patch.destination("app"));
+    expectEmptyStore(patch.destination("lib"));
+}
 
 TEST(UpdateFailure, BeforeTheFirstItemMakesNoRollback) {
     PatchScenario patch;
@@ -156,6 +195,16 @@ TEST_P(FileInTurn, CannotBeReadFromTheStagingDirectory) {
 
 INSTANTIATE_TEST_SUITE_P(Each, FileInTurn, testing::ValuesIn(kTouchedFiles));
 
+class OldFileInTurn : public FileInTurn {};
+
+TEST_P(OldFileInTurn, MayBeReadButNotWritten) {
+    fs::permissions(patch.tree().path(GetParam()), fs::perms::owner_read);
+    patch.asOrdinaryUser();
+    expectDiskFailure();
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, OldFileInTurn, testing::ValuesIn(kOldFiles));
+
 TEST(UpdateFailure, FindsAFileWhereADirectoryShouldGo) {
     PatchScenario patch;
     planTwoItems(patch);
@@ -217,6 +266,7 @@ TEST(UpdateFailure, LeavesTheStoreOfEarlierGenerationsAlone) {
 TEST(UpdateFailure, PutsBackWhatTwoItemsReplacedInTurn) {
     PatchScenario patch;
     patch.destination().write("a.dat", "old");
+    patch.tree().setTime("app/a.dat", kLongAgo);
     patch.item(3, 5).stage("a.dat", "first").stage("b.dat", "first");
     patch.item(3, 6).stage("a.dat", "second").stage("b.dat", "second");
     patch.agent(ScriptedAgent::kNew).script("EndItem #2 = 0");
@@ -224,12 +274,14 @@ TEST(UpdateFailure, PutsBackWhatTwoItemsReplacedInTurn) {
     EXPECT_EQ(patch.update().status, 60);
 
     EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old"}}));
+    EXPECT_EQ(patch.tree().time("app/a.dat"), kLongAgo);
     expectEmptyStore(patch.destination());
 }
 
 TEST(UpdateFailure, PutsFilesBackWhereTheAgentHadThemGo) {
     PatchScenario patch;
     patch.tree().write("moved/a.dat", "old");
+    patch.tree().setTime("moved/a.dat", kLongAgo);
     patch.item(3, 5).stage("a.dat", "new").stage("b.dat", "more");
     patch.agent(ScriptedAgent::kOld)
         .script("EndPattern #1 = 0\nGetPatternPath = " + patch.tree().path("moved"));
@@ -237,17 +289,21 @@ TEST(UpdateFailure, PutsFilesBackWhereTheAgentHadThemGo) {
     EXPECT_EQ(patch.update().status, 60);
 
     EXPECT_EQ(patch.destination("moved").files(), (FileTree{{"a.dat", "old"}}));
+    EXPECT_EQ(patch.tree().time("moved/a.dat"), kLongAgo);
     expectEmptyStore(patch.destination());
 }
 
 TEST(UpdateFailure, DeletesAnAddedFileWithACommaOrABlankInItsName) {
     PatchScenario patch;
+    patch.destination().write("a.dat", "kept");
+    patch.tree().setTime("app/a.dat", kLongAgo);
     patch.item(3, 5).stage("a,b.dat", "new").stage("c d.dat", "new");
     patch.agent(ScriptedAgent::kNew).script("EndItem #1 = 0");
 
     EXPECT_EQ(patch.update().status, 60);
 
-    EXPECT_EQ(patch.destination().files(), FileTree{});
+    EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "kept"}}));
+    EXPECT_EQ(patch.tree().time("app/a.dat"), kLongAgo);
 }
 
 TEST(UpdateFailure, KeepsADeferredFileAndItsTime) {
@@ -260,118 +316,6 @@ TEST(UpdateFailure, KeepsADeferredFileAndItsTime) {
 
     expectSame(before, Destinations(patch));
     expectEmptyStore(patch.destination("app"));
-}
-
-// From here on: what a rollback does not put back, and never did.
-
-TEST(UpdateNotUndone, DirectoriesThatItMade) {
-    PatchScenario patch;
-    patch.item(3, 5).stage("new/a.dat", "a");
-    patch.agent(ScriptedAgent::kNew).script("EndItem #1 = 0");
-
-    EXPECT_EQ(patch.update().status, 60);
-
-    EXPECT_EQ(patch.destination().files(), (FileTree{{"new/", ""}}));
-}
-
-// Nor what belongs to items before it.
-TEST(UpdateNotUndone, AReplacedFileWithACommaInItsName) {
-    PatchScenario patch;
-    patch.destination().write("a.dat", "old a");
-    patch.destination("lib").write("b,c.dat", "old b");
-    patch.item(3, 5).stage("a.dat", "new a");
-    patch.item(2, 4).to("lib").stage("b,c.dat", "new b");
-    patch.agent(ScriptedAgent::kNew).script("EndItem #2 = 0");
-
-    const RunOutcome run = patch.update();
-
-    EXPECT_EQ(run.status, 60);
-    EXPECT_THAT(run.log, Contains(error("autoRollback: written file name failed.")));
-    EXPECT_EQ(patch.destination("lib").read("b,c.dat"), "new b");
-    EXPECT_EQ(patch.destination().read("a.dat"), "new a");
-    // What was saved is still there.
-    EXPECT_EQ(patch.destination("lib").store().at("2/4/backup.000"), "old b");
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old a");
-}
-
-TEST(UpdateNotUndone, AReplacedFileWhoseNameIsAPattern) {
-    PatchScenario patch;
-    patch.destination().write("a*b.dat", "old");
-    patch.item(3, 5).stage("a*b.dat", "new");
-    patch.agent(ScriptedAgent::kNew).script("EndItem #1 = 0");
-
-    EXPECT_EQ(patch.update().status, 60);
-
-    EXPECT_EQ(patch.destination().read("a*b.dat"), "");
-}
-
-TEST(UpdateNotUndone, FilesThatMatchTheNameOfAnAddedOne) {
-    PatchScenario patch;
-    patch.destination().write("axb.dat", "a user's own");
-    patch.destination().write("c.dat", "kept");
-    patch.item(3, 5).stage("a*b.dat", "new");
-    patch.agent(ScriptedAgent::kNew).script("EndItem #1 = 0");
-
-    EXPECT_EQ(patch.update().status, 60);
-
-    EXPECT_EQ(patch.destination().files(), (FileTree{{"c.dat", "kept"}}));
-}
-
-// No file of this process and its children grows beyond `bytes` while the object lives.
-class FileSizeLimit {
-  public:
-    explicit FileSizeLimit(rlim_t bytes) : signal_(signal(SIGXFSZ, SIG_IGN)) {
-        (void)getrlimit(RLIMIT_FSIZE, &before_);
-        const struct rlimit limit = {bytes, before_.rlim_max};
-        (void)setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() {
-        (void)setrlimit(RLIMIT_FSIZE, &before_);
-        (void)signal(SIGXFSZ, signal_);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-  private:
-    struct rlimit before_ {};
-    void (*signal_)(int);
-};
-
-TEST(UpdateOutOfSpace, PutsAReplacedFileBack) {
-    PatchScenario patch;
-    patch.destination().write("a.dat", "old");
-    patch.tree().setTime("app/a.dat", kLongAgo);
-    patch.item(3, 5).stage("a.dat", std::string(300000, 'n'));
-    const FileSizeLimit limit(100000);
-
-    const RunOutcome run = patch.update();
-
-    EXPECT_EQ(run.status, 58);
-    EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old"}}));
-    EXPECT_EQ(patch.tree().time("app/a.dat"), kLongAgo);
-    expectEmptyStore(patch.destination());
-}
-
-// A file counts as added once it is complete.
-TEST(UpdateNotUndone, ANewFileThatBreaksOff) {
-    PatchScenario patch;
-    patch.item(3, 5).stage("a.dat", std::string(300000, 'n'));
-    const FileSizeLimit limit(100000);
-
-    EXPECT_EQ(patch.update().status, 58);
-
-    EXPECT_EQ(patch.destination().read("a.dat"), std::string(100000, 'n'));
-}
-
-TEST(UpdateNotUndone, AReplacedFileThatCouldNotBeSavedWhole) {
-    PatchScenario patch;
-    patch.destination().write("a.dat", std::string(300000, 'o'));
-    patch.item(3, 5).stage("a.dat", std::string(300000, 'n'));
-    const FileSizeLimit limit(100000);
-
-    EXPECT_EQ(patch.update().status, 58);
-
-    EXPECT_EQ(patch.destination().read("a.dat"), std::string(100000, 'o'));
 }
 
 }  // namespace

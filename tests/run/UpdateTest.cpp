@@ -12,6 +12,7 @@ namespace {
 
 using testing::Contains;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 constexpr time_t kLongAgo = 1000000000;
@@ -162,6 +163,44 @@ TEST(Update, KeepsOneGenerationAndNeverReusesANameThatTheRecordHolds) {
     EXPECT_EQ(app.files(), (FileTree{{"a.dat", "fourth"}}));
 }
 
+TEST(Update, KeepsOneGenerationAtEachDestination) {
+    PatchScenario patch;
+    patch.destination("app").write("a.dat", "a0");
+    patch.destination("lib").write("b.dat", "b0");
+    const char* const names[] = {"backup.000", "backup.001", "backup.000"};
+    for (int i = 0; i < 3; ++i) {
+        const std::string before = std::to_string(i);
+        const std::string after = std::to_string(i + 1);
+        patch.clearStaging();
+        patch.item(3, 5).stage("a.dat", "a" + after);
+        patch.item(3, 6).to("lib").stage("b.dat", "b" + after).stage("b" + after, "new");
+
+        EXPECT_EQ(patch.update().status, 0);
+
+        const ScenarioDir app = patch.destination("app");
+        const ScenarioDir lib = patch.destination("lib");
+        const std::string name = names[i];
+        EXPECT_EQ(
+            app.store(),
+            (FileTree{
+                {"3/", ""},
+                {"3/5/", ""},
+                {"3/5/" + name, "a" + before},
+                {kRecord, recordOf(1) + section(0, 3, 5, writtenOnly(name, app.path("a.dat")))}}));
+        EXPECT_EQ(
+            lib.store(),
+            (FileTree{{"3/", ""},
+                      {"3/6/", ""},
+                      {"3/6/" + name, "b" + before},
+                      {kRecord,
+                       recordOf(1) + section(0, 3, 6,
+                                             "added.filecount=1\nadded.0=" + lib.path("b" + after) +
+                                                 "\nwritten.filecount=1\nwritten.0=" + name + ", " +
+                                                 lib.path("b.dat") + "\n")}}));
+        EXPECT_EQ(lib.read("b.dat"), "b" + after);
+    }
+}
+
 TEST(Update, LeavesOtherItemsOfTheRecordAlone) {
     PatchScenario patch;
     const ScenarioDir app = patch.destination();
@@ -209,6 +248,48 @@ TEST(Update, MakesARecordThatIsNotOneAnew) {
     EXPECT_THAT(run.log, Contains(info("New VcBackup.ini file created!")));
 }
 
+// The record can neither be read nor taken away: the files stay updated, what was saved is dropped.
+TEST(Update, SucceedsWithoutARecordThatItCanMerge) {
+    PatchScenario patch;
+    patch.destination().write("a.dat", "old");
+    patch.tree().makeDir("app/VC_Backup/VcBackup.ini");
+    patch.tree().makeDir("app/VC_Backup/3/5");
+    patch.item(3, 5).stage("a.dat", "new").stage("b.dat", "more");
+    patch.asOrdinaryUser();
+    fs::permissions(patch.destination().path("VC_Backup"),
+                    fs::perms::owner_read | fs::perms::owner_exec);
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.log, Contains(error("Delete crashed VcBackup.ini file failed!")));
+    EXPECT_THAT(run.log, Contains(error("Merge backup ini faild")));
+    EXPECT_THAT(run.texts(), Not(Contains("mergeBackupIni: done.")));
+    EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "new"}, {"b.dat", "more"}}));
+    EXPECT_EQ(patch.destination().store(),
+              (FileTree{{"3/", ""}, {"3/5/", ""}, {"VcBackup.ini/", ""}}));
+}
+
+// A directory that holds something counts as deleted, as everywhere, and takes no record.
+TEST(Update, SucceedsWithADirectoryInThePlaceOfTheRecord) {
+    PatchScenario patch;
+    patch.destination().write("a.dat", "old");
+    patch.destination().write("VC_Backup/VcBackup.ini/inner", "kept");
+    patch.item(3, 5).stage("a.dat", "new");
+
+    const RunOutcome run = patch.update();
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.log, Contains(info("Flush VcBackup.ini failed")));
+    EXPECT_THAT(run.log, Contains(info("mergeBackupIni: done.")));
+    EXPECT_EQ(patch.destination().read("a.dat"), "new");
+    EXPECT_EQ(patch.destination().store(), (FileTree{{"3/", ""},
+                                                     {"3/5/", ""},
+                                                     {"3/5/backup.000", "old"},
+                                                     {"VcBackup.ini/", ""},
+                                                     {"VcBackup.ini/inner", "kept"}}));
+}
+
 TEST(Update, DropsADamagedItemFromTheRecord) {
     PatchScenario patch;
     patch.destination().write(
@@ -222,89 +303,6 @@ TEST(Update, DropsADamagedItemFromTheRecord) {
               recordOf(2) + section(0, 3, 6, kNothing) +
                   section(1, 3, 5, addedOnly(patch.destination().path("a.dat"))));
 }
-
-TEST(Update, TakesNamesWithBlanks) {
-    PatchScenario patch;
-    const ScenarioDir app = patch.destination("my app");
-    app.write("a b.dat", "old");
-    patch.item(3, 5).to("my app").stage("a b.dat", "new");
-
-    EXPECT_EQ(patch.update().status, 0);
-    EXPECT_EQ(app.read("a b.dat"), "new");
-    EXPECT_EQ(app.store().at(kRecord),
-              recordOf(1) + section(0, 3, 5, writtenOnly("backup.000", app.path("a b.dat"))));
-
-    EXPECT_EQ(patch.rollback().status, 0);
-    EXPECT_EQ(app.read("a b.dat"), "old");
-}
-
-// The record cannot represent the name, but writes it.
-TEST(Update, WritesNamesWithCommasAsTheyAre) {
-    PatchScenario patch;
-    patch.destination().write("a,b.dat", "old");
-    patch.item(3, 5).stage("a,b.dat", "new");
-
-    EXPECT_EQ(patch.update().status, 0);
-
-    EXPECT_EQ(patch.destination().read("a,b.dat"), "new");
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old");
-    EXPECT_EQ(patch.destination().store().at(kRecord),
-              recordOf(1) +
-                  section(0, 3, 5, writtenOnly("backup.000", patch.destination().path("a,b.dat"))));
-}
-
-// A name with '*' is a pattern to the copy that saves the old file: it is not saved, and the update
-// goes on all the same.
-TEST(Update, DoesNotSaveAFileWhoseNameIsAPattern) {
-    PatchScenario patch;
-    patch.destination().write("a*b.dat", "old");
-    patch.item(3, 5).stage("a*b.dat", "new").stage("c*d.dat", "more");
-
-    EXPECT_EQ(patch.update().status, 0);
-
-    EXPECT_EQ(patch.destination().files(), (FileTree{{"a*b.dat", "new"}, {"c*d.dat", "more"}}));
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "");
-}
-
-class UpdateInCodePage : public testing::TestWithParam<const char*> {};
-
-// The second byte of the character is that of a backslash.
-TEST_P(UpdateInCodePage, KeepsDoubleByteNamesWhole) {
-#ifdef __APPLE__
-    GTEST_SKIP() << "file names are UTF-8 here";
-#endif
-    PatchScenario patch;
-    const std::string name = "\x81\\x.dat";
-    patch.set("codepage", GetParam());
-    patch.destination().write(name, "old");
-    patch.item(3, 5).stage(name, "new");
-
-    EXPECT_EQ(patch.update().status, 0);
-
-    EXPECT_EQ(patch.destination().files(), (FileTree{{name, "new"}}));
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old");
-    EXPECT_THAT(patch.destination().store().at(kRecord),
-                HasSubstr("written.0=backup.000, " + patch.destination().path(name)));
-}
-
-TEST_P(UpdateInCodePage, UndoesDoubleByteNames) {
-#ifdef __APPLE__
-    GTEST_SKIP() << "file names are UTF-8 here";
-#endif
-    PatchScenario patch;
-    const std::string name = "\x81\\x.dat";
-    const std::string added = "\x81|y.dat";
-    patch.set("codepage", GetParam());
-    patch.destination().write(name, "old");
-    patch.item(3, 5).stage(name, "new").stage(added, "more");
-    patch.agent(ScriptedAgent::kNew).script("EndItem #1 = 0");
-
-    EXPECT_EQ(patch.update().status, 60);
-
-    EXPECT_EQ(patch.destination().files(), (FileTree{{name, "old"}}));
-}
-
-INSTANTIATE_TEST_SUITE_P(DoubleByte, UpdateInCodePage, testing::Values("932", "936", "949", "950"));
 
 TEST(Update, RecordsAnItemWithoutFiles) {
     PatchScenario patch;
