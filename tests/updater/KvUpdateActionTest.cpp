@@ -4,7 +4,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/updater/ActionTest.h"
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "tests/updater/UpdateActionTest.h"
+#include "updater/KvRebootList.h"
 
 namespace {
 
@@ -12,38 +17,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::Not;
-
-// One pattern item of "app" with one new file, without a backup, unless a test says more.
-class UpdateAction : public ActionTest {
-  protected:
-    explicit UpdateAction(int items = 1) : ActionTest(items) {
-        Strncpy(g_VCTempPath, tree.makeDir("stage").c_str(), sizeof g_VCTempPath);
-        text.set("backup", "0");
-        place(0, 3, "100", "101");
-        tree.write("stage/3/5/a.dat", "new");
-        tree.makeDir("app");
-    }
-
-    unsigned run() { return runAction(update); }
-
-    [[nodiscard]] std::string copying(int itemClass = 3) const {
-        return "xcopy from: " + tree.path("stage/" + std::to_string(itemClass) + "/5/*") +
-               " to: " + tree.path("app");
-    }
-
-    [[nodiscard]] std::string file() const { return tree.path("app/a.dat"); }
-};
-
-// What a run logs behind the messages `before` of its failure.
-std::vector<LogRecord> withRollback(std::vector<LogRecord> before,
-                                    const std::vector<LogRecord>& undoing) {
-    before.push_back(infoAt(6, "updateWithPatchAgent: auto rollback."));
-    before.insert(before.end(), undoing.begin(), undoing.end());
-    before.push_back(infoAt(6, "updateWithPatchAgent: auto rollback done."));
-    before.push_back(infoAt(6, "updateWithPatchAgent: error quit."));
-    before.push_back(errorAt(6, "update: updateWithPatchAgent failed."));
-    return before;
-}
 
 TEST_F(UpdateAction, RefusesADescriptionThatCannotBeRead) {
     text.dropItem(0, "destination");
@@ -160,14 +133,107 @@ TEST_F(UpdateOfTwoItems, WordsTheQuestionsForThePathsEachInItsWay) {
                     errorAt(6, "update: updateWithPatchAgent failed.")));
 }
 
-TEST_F(UpdateAction, WithoutAnAgentTheDefaultsAcceptEverything) {
-    for (const char* version : {"0", "1"}) {
-        text.set("patchagent.version", version);
-        log.forget();
-        EXPECT_EQ(run(), 0U);
-        EXPECT_EQ(tree.read("app/a.dat"), "new");
-        EXPECT_EQ(log.records()[1], infoAt(6, "No patchagent. Use default patchagent inside VC"));
-    }
+TEST_F(UpdateAction, WithoutAnAgentTheDefaultsOfTheNewInterfaceAcceptEverything) {
+    EXPECT_EQ(run(), 0U);
+
+    EXPECT_EQ(tree.read("app/a.dat"), "new");
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(infoAt(6, "update: update with new patch agent."),
+                    infoAt(6, "No patchagent. Use default patchagent inside VC"),
+                    infoAt(6, "Call PatchAgent StartAction with: void."),
+                    infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101"),
+                    infoAt(6, copying()),
+                    infoAt(9, "Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)"),
+                    infoAt(6, "callBackForUpdate: Create file (" + file() + ") done."),
+                    infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
+                    infoAt(6, "Call PatchAgent EndAction with: void"),
+                    infoAt(6, "mergeBackupIni: no need to backup."),
+                    infoAt(6, "mergeBackupIni: no backup done.")));
+}
+
+TEST_F(UpdateAction, WithoutAnAgentTheDefaultsOfTheOldInterfaceAcceptEverything) {
+    text.set("patchagent.version", "0");
+
+    EXPECT_EQ(run(), 0U);
+
+    EXPECT_EQ(tree.read("app/a.dat"), "new");
+    const std::string app = tree.path("app");
+    EXPECT_THAT(
+        log.records(),
+        ElementsAre(infoAt(6, "update: update with old patch agent."),
+                    infoAt(6, "No patchagent. Use default patchagent inside VC"),
+                    infoAt(6, "Call PatchAgent GetPatternPath with: " + app),
+                    infoAt(6, "Call PatchAgent GetPatternPath result: " + app),
+                    infoAt(6, "Call PatchAgent IsRollback with: void"),
+                    infoAt(6, "Call PatchAgent StartPatch with: 0x1"),
+                    infoAt(6, "Call PatchAgent StartPattern with: 0.zip"), infoAt(6, copying()),
+                    infoAt(9, "Call PatchAgent CheckFile( " + file() + " ) return 1"),
+                    infoAt(6, "callBackForUpdate: Create file (" + file() + ") done."),
+                    infoAt(6, "Call PatchAgent EndPattern with: TRUE, 6553600, 6619136"),
+                    infoAt(6, "Call PatchAgent EndPatch with: TRUE"),
+                    infoAt(6, "mergeBackupIni: no need to backup."),
+                    infoAt(6, "mergeBackupIni: no backup done.")));
+}
+
+TEST_F(UpdateAction, WithABackupSaysThisInThisOrder) {
+    ScriptedAgent& agent = load(ScriptedAgent::kNew);
+    tree.write("app/a.dat", "old");
+    text.set("backup", "1");
+
+    EXPECT_EQ(run(), 0U);
+
+    EXPECT_EQ(tree.read("app/VC_Backup/3/5/backup.000"), "old");
+    EXPECT_THAT(
+        log.records(),
+        ElementsAreArray(upToTheCopy(
+            {infoAt(6, copying()),
+             infoAt(9, "Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)"),
+             infoAt(6, "callBackForUpdate: Overwrite file(backup.000, " + file() + ") done."),
+             infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
+             infoAt(6, "Call PatchAgent EndAction with: void"),
+             infoAt(6, "mergeBackupIni: backup needed."),
+             infoAt(6, "Start parsing the original backup ini(" +
+                           tree.path("app/VC_Backup/VcBackup.ini") + ")."),
+             infoAt(6,
+                    "Dump backup ini common section:Item Count: 0\nPatchAgent Ver: 1 (New)\n"
+                    "PatchAgent File: " +
+                        agent.path()),
+             infoAt(6, "phaseIniForBackup: done, item number is zero."),
+             infoAt(6, "mergeBackupIni: done.")})));
+}
+
+// The record is merged before the copies are handed to the system.
+TEST_F(UpdateAction, WithADeferredFileSaysThisInThisOrder) {
+    load(ScriptedAgent::kNew).script("CheckFileEx = -2");
+    tree.write("app/a.dat", "old");
+
+    EXPECT_EQ(run(), 1U);
+
+    EXPECT_EQ(tree.read("app/a.dat"), "old");
+    EXPECT_THAT(
+        log.records(),
+        ElementsAreArray(upToTheCopy(
+            {infoAt(6, copying()),
+             infoAt(9, "Call PatchAgent CheckFileEx( " + file() +
+                           " ) return -2,(Do not copy the file now, but add to the reboot-list, "
+                           "to be executed on the next restart of the OS. (Windows only))"),
+             infoAt(6, "callBackForUpdate: Overwrite file(backup.000, " + file() + ") done."),
+             infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
+             infoAt(6, "Call PatchAgent EndAction with: void"),
+             infoAt(6, "mergeBackupIni: no need to backup."),
+             infoAt(6, "mergeBackupIni: no backup done."),
+             infoAt(6, "adding reboot list into system registry/ini..."),
+             infoAt(6, "src[" + tree.path("stage/3/5/a.dat") + "] -> dst[" + file() + "]")})));
+}
+
+TEST_F(UpdateAction, AsksForARestartForANewFileWithoutARebootList) {
+    g_RebootForNewFile = true;
+
+    EXPECT_EQ(run(), 1U);
+
+    EXPECT_EQ(tree.read("app/a.dat"), "new");
+    EXPECT_THAT(log.texts(), Not(Contains("adding reboot list into system registry/ini...")));
 }
 
 struct StartAnswer {
@@ -240,111 +306,60 @@ TEST_F(UpdateOfThreeItems, ForcesAllItemsBehindAForcedOne) {
                             "EndItem(1, 0x52000/0, 0x60000/0)", "EndAction()"));
 }
 
-TEST_F(UpdateAction, RefusedAtItsStartHasNothingToUndo) {
-    ScriptedAgent& agent = load(ScriptedAgent::kNew);
-    agent.script("StartItem = 0");
+// Every class, types of both pattern numberings and at their ends, and both interfaces.
+class UpdateOfEveryKind
+    : public UpdateAction,
+      public testing::WithParamInterface<std::tuple<int, uint32_t, ScriptedAgent::Interface>> {
+  protected:
+    const int itemClass = std::get<0>(GetParam());
+    const uint32_t type = std::get<1>(GetParam());
+    const bool isOld = std::get<2>(GetParam()) == ScriptedAgent::kOld;
+    const std::string number = std::to_string(type);
 
-    EXPECT_EQ(run(), 60U);
+    [[nodiscard]] std::vector<std::string> callsOfANewAgent() const {
+        const bool isPattern = itemClass == 3;
+        const std::string versions = isPattern ? "0x1b6ac/0, 0x1b710/0" : "0x52000/7, 0x60000/0";
+        return {"StartAction()",
+                "StartItem(0.zip, " + std::to_string(itemClass) + ", " + number + ", 0x0, " +
+                    versions + ")",
+                "CheckFileEx(" + file() + ")", "EndItem(1, " + versions + ")", "EndAction()"};
+    }
 
-    EXPECT_THAT(log.records(),
-                ElementsAreArray(withRollback(
-                    {infoAt(6, "update: update with new patch agent."),
-                     infoAt(6, "Call PatchAgent StartAction with: void."),
-                     infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101"),
-                     errorAt(6, "startEachItem: start item failed."),
-                     infoAt(6, "Call PatchAgent EndItem with: FALSE, 100, 101"),
-                     errorAt(6, "updateWithPatchAgent: start item failed.")},
-                    {})));
-    // Closed once, and the action is not ended.
-    EXPECT_THAT(agent.calls(),
-                ElementsAre("StartAction()", "StartItem(0.zip, 3, 5, 0x0, 0x64/0, 0x65/0)",
-                            "EndItem(0, 0x64/0, 0x65/0)"));
-}
-
-// The records of the versions are the agent's to write; what it was told is what is shown.
-TEST_F(UpdateAction, ShowsARefusingAgentTheVersionsThatItWasTold) {
-    load(ScriptedAgent::kNew).script("StartItem writes origin 200 0\nStartItem = 0");
-
-    EXPECT_EQ(run(), 60U);
-
-    EXPECT_THAT(log.texts(), Contains("Call PatchAgent EndItem with: FALSE, 100, 101"));
-}
-
-TEST_F(UpdateAction, ShowsTheSameVersionsAtBothEndsOfTheRollback) {
-    load(ScriptedAgent::kNew).script("EndItem #1 = 0\nStartItem #2 writes origin 200 0");
-
-    EXPECT_EQ(run(), 60U);
-
-    EXPECT_THAT(log.texts(), Contains("Call PatchAgent EndItem with: TRUE, 101, 100"));
-}
-
-TEST_F(UpdateAction, RefusedAtItsEndIsUndone) {
-    load(ScriptedAgent::kNew).script("EndItem #1 = 0");
-
-    EXPECT_EQ(run(), 60U);
-
-    EXPECT_THAT(
-        log.records(),
-        ElementsAreArray(withRollback(
-            {infoAt(6, "update: update with new patch agent."),
-             infoAt(6, "Call PatchAgent StartAction with: void."),
-             infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101"),
-             infoAt(6, copying()),
-             infoAt(9, "Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)"),
-             infoAt(6, "callBackForUpdate: Create file (" + file() + ") done."),
-             infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
-             errorAt(6, "updateWithPatchAgent: end item failed.")},
-            {infoAt(6, "Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100"),
-             infoAt(6, "Auto Rollback in Update: Unlinking " + file() + " ."),
-             infoAt(6, "Call PatchAgent EndItem with: TRUE, 101, 100")})));
-    EXPECT_FALSE(tree.exists("app/a.dat"));
-}
-
-struct CopyResult {
-    const char* name;
-    const char* destination;  // below the test's directory
-    const char* rule;         // of the agent
-    unsigned status;
-    const char* error;
+    // 112300 and 112400 are 123 and 124 in the old numbering, which the types 0 to 4 have.
+    [[nodiscard]] std::vector<std::string> callsOfAnOldAgent() const {
+        const char* const names[] = {"", "Product", "Engine", "Pattern"};
+        const char* const masks[] = {"", "0x4", "0x2", "0x1"};
+        const std::string name = names[itemClass];
+        std::string versions = "0x52000, 0x60000";
+        if (itemClass == 3) {
+            versions = type <= 4 ? "0x7b0000, 0x7c0000" : "0xb6ac0000, 0xb7100000";
+        }
+        return {"Get" + name + "Path(" + tree.path("app") + ")",
+                "IsRollback()",
+                std::string("StartPatch(") + masks[itemClass] + ")",
+                "Start" + name + "(0.zip)",
+                "CheckFile(" + file() + ")",
+                "End" + name + "(1, " + versions + ")",
+                "EndPatch(1)"};
+    }
 };
 
-class UpdateCopy : public UpdateAction, public testing::WithParamInterface<CopyResult> {};
+TEST_P(UpdateOfEveryKind, IsDone) {
+    const ScriptedAgent& agent = load(std::get<2>(GetParam()));
+    place(0, itemClass, itemClass == 3 ? "112300" : "5.2.7", itemClass == 3 ? "112400" : "6.0");
+    text.setItem(0, "type", number);
+    tree.write("stage/" + std::to_string(itemClass) + "/" + number + "/a.dat", "of its kind");
 
-TEST_P(UpdateCopy, FailsWithAStatusAndAMessage) {
-    ScriptedAgent& agent = load(ScriptedAgent::kNew);
-    agent.script(GetParam().rule);
-    tree.write("file", "not a directory");
-    tree.makeDir("full/a.dat");
-    text.setItem(0, "destination", tree.path(GetParam().destination));
+    EXPECT_EQ(run(), 0U);
 
-    EXPECT_EQ(run(), GetParam().status);
-
-    EXPECT_THAT(log.records(), Contains(errorAt(6, GetParam().error)));
-    EXPECT_THAT(log.texts(), Contains("Call PatchAgent EndItem with: FALSE, 100, 101"));
-    EXPECT_THAT(log.texts(), Contains("updateWithPatchAgent: auto rollback."));
-    EXPECT_THAT(log.texts(), Not(Contains("Call PatchAgent EndAction with: void")));
-    EXPECT_EQ(log.records().back(), errorAt(6, "update: updateWithPatchAgent failed."));
+    EXPECT_EQ(tree.read("app/a.dat"), "of its kind");
+    EXPECT_EQ(agent.calls(), isOld ? callsOfAnOldAgent() : callsOfANewAgent());
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Rows, UpdateCopy,
-    testing::Values(CopyResult{"DiskAccess", "full", "", 58,
-                               "updateWithPatchAgent: xcopy failed, disk access."},
-                    CopyResult{"BadParameters", "file", "", 12,
-                               "updateWithPatchAgent: xcopy failed, bad parameters."},
-                    CopyResult{"Cancelled", "app", "CheckFileEx = -1", 60,
-                               "updateWithPatchAgent: user cancel this"}),
-    [](const auto& test) { return test.param.name; });
-
-TEST_F(UpdateAction, AgentsRefusalOfTheEndOutweighsTheDisk) {
-    load(ScriptedAgent::kNew).script("EndItem = 0");
-    tree.makeDir("app/a.dat");
-
-    EXPECT_EQ(run(), 60U);
-
-    EXPECT_THAT(log.texts(), Contains("updateWithPatchAgent: xcopy failed, disk access."));
-    EXPECT_THAT(log.texts(), Contains("updateWithPatchAgent: end item failed."));
-}
+    All, UpdateOfEveryKind,
+    testing::Combine(testing::Values(1, 2, 3), testing::Values(0U, 4U, 5U, 0xFFFFFFFFU),
+                     testing::Values(ScriptedAgent::kOld, ScriptedAgent::kNew)));
 
 TEST_F(UpdateAction, LeavesTheResultOfTheAgentsLastCallAside) {
     load(ScriptedAgent::kNew).script("EndAction = 0");

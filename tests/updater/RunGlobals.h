@@ -6,6 +6,7 @@
 
 #include "log/KvVcEventManager.h"
 #include "tests/support/CodePage.h"
+#include "updater/KvRebootList.h"
 #include "updater/KvRunPaths.h"
 
 class RunGlobals {
@@ -27,6 +28,9 @@ class RunGlobals {
         memset(g_VelocoreLib, 0, sizeof g_VelocoreLib);
         memset(g_SavFileLib, 0, sizeof g_SavFileLib);
         memset(g_RstFileLib, 0, sizeof g_RstFileLib);
+        g_RebootForNewFile = false;
+        // Writing the list frees its entries but leaves their pointers.
+        g_rebootCopyList.Clear();
     }
 
     CodePage codePage_;

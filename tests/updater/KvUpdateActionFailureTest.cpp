@@ -1,0 +1,260 @@
+// Update actions that fail at an item: whole sequences of what is logged and called.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/updater/UpdateActionTest.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+
+TEST_F(UpdateAction, RefusedAtItsStartHasNothingToUndo) {
+    ScriptedAgent& agent = load(ScriptedAgent::kNew);
+    agent.script("StartItem = 0");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(log.records(),
+                ElementsAreArray(withRollback(
+                    {infoAt(6, "update: update with new patch agent."),
+                     infoAt(6, "Call PatchAgent StartAction with: void."),
+                     infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101"),
+                     errorAt(6, "startEachItem: start item failed."),
+                     infoAt(6, "Call PatchAgent EndItem with: FALSE, 100, 101"),
+                     errorAt(6, "updateWithPatchAgent: start item failed.")},
+                    {})));
+    // Closed once, and the action is not ended.
+    EXPECT_THAT(agent.calls(),
+                ElementsAre("StartAction()", "StartItem(0.zip, 3, 5, 0x0, 0x64/0, 0x65/0)",
+                            "EndItem(0, 0x64/0, 0x65/0)"));
+}
+
+// The records of the versions are the agent's to write; what it was told is what is shown.
+TEST_F(UpdateAction, ShowsARefusingAgentTheVersionsThatItWasTold) {
+    load(ScriptedAgent::kNew).script("StartItem writes origin 200 0\nStartItem = 0");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(log.texts(), Contains("Call PatchAgent EndItem with: FALSE, 100, 101"));
+}
+
+TEST_F(UpdateAction, ShowsTheSameVersionsAtBothEndsOfTheRollback) {
+    load(ScriptedAgent::kNew).script("EndItem #1 = 0\nStartItem #2 writes origin 200 0");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(log.texts(), Contains("Call PatchAgent EndItem with: TRUE, 101, 100"));
+}
+
+TEST_F(UpdateAction, RefusedAtItsEndIsUndone) {
+    load(ScriptedAgent::kNew).script("EndItem #1 = 0");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(
+        log.records(),
+        ElementsAreArray(withRollback(
+            {infoAt(6, "update: update with new patch agent."),
+             infoAt(6, "Call PatchAgent StartAction with: void."),
+             infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101"),
+             infoAt(6, copying()),
+             infoAt(9, "Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)"),
+             infoAt(6, "callBackForUpdate: Create file (" + file() + ") done."),
+             infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
+             errorAt(6, "updateWithPatchAgent: end item failed.")},
+            {infoAt(6, "Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100"),
+             infoAt(6, "Auto Rollback in Update: Unlinking " + file() + " ."),
+             infoAt(6, "Call PatchAgent EndItem with: TRUE, 101, 100")})));
+    EXPECT_FALSE(tree.exists("app/a.dat"));
+}
+
+// The messages of a copy, of this file, before its end.
+using CopyMessages = std::vector<LogRecord> (*)(const std::string& file);
+
+struct CopyResult {
+    const char* name;
+    const char* destination;  // below the test's directory
+    const char* link;         // what the staged file points to in place of what it holds; or null
+    const char* rule;         // of the agent
+    unsigned status;
+    CopyMessages messages;
+};
+
+class UpdateCopy : public UpdateAction, public testing::WithParamInterface<CopyResult> {};
+
+TEST_P(UpdateCopy, FailsWithAStatusAndAMessage) {
+    ScriptedAgent& agent = load(ScriptedAgent::kNew);
+    agent.script(GetParam().rule);
+    tree.write("file", "not a directory");
+    tree.makeDir("full/a.dat");
+    const std::string destination = tree.path(GetParam().destination);
+    text.setItem(0, "destination", destination);
+    if (GetParam().link != nullptr) {
+        fs::remove(tree.path("stage/3/5/a.dat"));
+        fs::create_symlink(GetParam().link, tree.path("stage/3/5/a.dat"));
+    }
+
+    EXPECT_EQ(run(), GetParam().status);
+
+    std::vector<LogRecord> expected =
+        upToTheCopy({infoAt(6, "xcopy from: " + tree.path("stage/3/5/*") + " to: " + destination)});
+    for (const LogRecord& message : GetParam().messages(destination + "/a.dat")) {
+        expected.push_back(message);
+    }
+    expected.push_back(infoAt(6, "Call PatchAgent EndItem with: FALSE, 100, 101"));
+    EXPECT_THAT(
+        log.records(),
+        ElementsAreArray(withRollback(
+            expected,
+            {infoAt(6, "Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100"),
+             infoAt(6, "Call PatchAgent EndItem with: TRUE, 101, 100")})));
+}
+
+std::vector<LogRecord> diskAccess(const std::string& /*file*/) {
+    return {errorAt(6, "updateWithPatchAgent: xcopy failed, disk access.")};
+}
+
+std::vector<LogRecord> diskAccessOfAnAllowedFile(const std::string& file) {
+    return {infoAt(9, "Call PatchAgent CheckFileEx( " + file + " ) return 1,(OK)"),
+            errorAt(6, "updateWithPatchAgent: xcopy failed, disk access.")};
+}
+
+std::vector<LogRecord> badParameters(const std::string& /*file*/) {
+    return {errorAt(6, "updateWithPatchAgent: xcopy failed, bad parameters.")};
+}
+
+std::vector<LogRecord> cancelled(const std::string& file) {
+    return {infoAt(9, "Call PatchAgent CheckFileEx( " + file +
+                          " ) return -1,(Error, and VC will try to auto-rollback)"),
+            errorAt(6, "callBackForUpdate: check file failed."),
+            errorAt(6, "updateWithPatchAgent: user cancel this")};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, UpdateCopy,
+    testing::Values(CopyResult{"DirectoryInTheWay", "full", nullptr, "", 58, diskAccess},
+                    CopyResult{"NoSource", "app", "nowhere", "", 58, diskAccessOfAnAllowedFile},
+                    CopyResult{"BadParameters", "file", nullptr, "", 12, badParameters},
+                    CopyResult{"Cancelled", "app", nullptr, "CheckFileEx = -1", 60, cancelled}),
+    [](const auto& test) { return test.param.name; });
+
+#ifdef __linux__
+// A file that opens but cannot be read where it begins.
+INSTANTIATE_TEST_SUITE_P(RowsOfLinux, UpdateCopy,
+                         testing::Values(CopyResult{"ReadError", "app", "/proc/self/mem", "", 58,
+                                                    diskAccessOfAnAllowedFile}),
+                         [](const auto& test) { return test.param.name; });
+#endif
+
+TEST_F(UpdateAction, AgentsRefusalOfTheEndOutweighsTheDisk) {
+    load(ScriptedAgent::kNew).script("EndItem = 0");
+    tree.makeDir("app/a.dat");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(
+        log.records(),
+        ElementsAreArray(withRollback(
+            upToTheCopy({infoAt(6, copying()),
+                         errorAt(6, "updateWithPatchAgent: xcopy failed, disk access."),
+                         infoAt(6, "Call PatchAgent EndItem with: FALSE, 100, 101"),
+                         errorAt(6, "updateWithPatchAgent: end item failed.")}),
+            {infoAt(6, "Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100"),
+             infoAt(6, "Call PatchAgent EndItem with: TRUE, 101, 100"),
+             errorAt(6, "End Class[3] error but in auto rollback so ignore it")})));
+}
+
+// Behind a start that is granted, an old agent is never told of the end of the whole patch.
+class UpdateWithAnOldAgent : public UpdateAction {
+  protected:
+    UpdateWithAnOldAgent() : agent(load(ScriptedAgent::kOld)), app(tree.path("app")) {}
+
+    [[nodiscard]] std::vector<LogRecord> upToTheStart(const std::vector<LogRecord>& behind) const {
+        std::vector<LogRecord> all = {infoAt(6, "update: update with old patch agent."),
+                                      infoAt(6, "Call PatchAgent GetPatternPath with: " + app),
+                                      infoAt(6, "Call PatchAgent GetPatternPath result: " + app),
+                                      infoAt(6, "Call PatchAgent IsRollback with: void"),
+                                      infoAt(6, "Call PatchAgent StartPatch with: 0x1"),
+                                      infoAt(6, "Call PatchAgent StartPattern with: 0.zip")};
+        all.insert(all.end(), behind.begin(), behind.end());
+        return all;
+    }
+
+    [[nodiscard]] std::vector<std::string> callsWith(const std::vector<std::string>& behind) const {
+        std::vector<std::string> all = {"GetPatternPath(" + app + ")", "IsRollback()",
+                                        "StartPatch(0x1)", "StartPattern(0.zip)"};
+        all.insert(all.end(), behind.begin(), behind.end());
+        return all;
+    }
+
+    ScriptedAgent& agent;
+    const std::string app;
+};
+
+TEST_F(UpdateWithAnOldAgent, RefusedAtItsStartHasNothingToUndo) {
+    agent.script("StartPattern #1 = 0");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(log.records(),
+                ElementsAreArray(withRollback(
+                    upToTheStart({errorAt(6, "startEachItem: start pattern failed."),
+                                  infoAt(6,
+                                         "Call PatchAgent EndPattern with: FALSE, 6553600, "
+                                         "6619136"),
+                                  errorAt(6, "updateWithPatchAgent: start item failed.")}),
+                    {})));
+    EXPECT_EQ(agent.calls(), callsWith({"EndPattern(0, 0x640000, 0x650000)"}));
+}
+
+TEST_F(UpdateWithAnOldAgent, RefusedAtAFileIsUndone) {
+    agent.script("CheckFile = -1");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(
+        log.records(),
+        ElementsAreArray(withRollback(
+            upToTheStart({infoAt(6, copying()),
+                          infoAt(9, "Call PatchAgent CheckFile( " + file() + " ) return -1"),
+                          errorAt(6, "callBackForUpdate: check file failed."),
+                          errorAt(6, "updateWithPatchAgent: user cancel this"),
+                          infoAt(6, "Call PatchAgent EndPattern with: FALSE, 6553600, 6619136")}),
+            {infoAt(6, "Call PatchAgent StartPattern with: empty string"),
+             infoAt(6, "Call PatchAgent EndPattern with: TRUE, 6619136, 6553600")})));
+    EXPECT_EQ(agent.calls(),
+              callsWith({"CheckFile(" + file() + ")", "EndPattern(0, 0x640000, 0x650000)",
+                         "StartPattern()", "EndPattern(1, 0x650000, 0x640000)"}));
+}
+
+TEST_F(UpdateWithAnOldAgent, RefusedAtItsEndIsUndone) {
+    agent.script("EndPattern #1 = 0");
+
+    EXPECT_EQ(run(), 60U);
+
+    EXPECT_THAT(
+        log.records(),
+        ElementsAreArray(withRollback(
+            upToTheStart({infoAt(6, copying()),
+                          infoAt(9, "Call PatchAgent CheckFile( " + file() + " ) return 1"),
+                          infoAt(6, "callBackForUpdate: Create file (" + file() + ") done."),
+                          infoAt(6, "Call PatchAgent EndPattern with: TRUE, 6553600, 6619136"),
+                          errorAt(6, "updateWithPatchAgent: end item failed.")}),
+            {infoAt(6, "Call PatchAgent StartPattern with: empty string"),
+             infoAt(6, "Auto Rollback in Update: Unlinking " + file() + " ."),
+             infoAt(6, "Call PatchAgent EndPattern with: TRUE, 6619136, 6553600")})));
+    EXPECT_EQ(agent.calls(),
+              callsWith({"CheckFile(" + file() + ")", "EndPattern(1, 0x640000, 0x650000)",
+                         "StartPattern()", "EndPattern(1, 0x650000, 0x640000)"}));
+    EXPECT_FALSE(tree.exists("app/a.dat"));
+}
+
+}  // namespace
