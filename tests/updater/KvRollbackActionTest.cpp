@@ -215,6 +215,24 @@ TEST_F(RollbackAction, TouchesNothingWhenAnOldAgentRefuses) {
     EXPECT_EQ(tree.snapshot("app"), before);
 }
 
+using Consent = std::tuple<ScriptedAgent::Interface, int>;
+
+class RollbackConsent : public RollbackAction, public testing::WithParamInterface<Consent> {};
+
+TEST_P(RollbackConsent, IsEveryOtherAnswer) {
+    const ScriptedAgent& agent = load(std::get<0>(GetParam()));
+    const std::string answer = std::to_string(std::get<1>(GetParam()));
+    agent.script("IsRollback = " + answer + "\nIsRollbackEx = " + answer);
+
+    EXPECT_EQ(run(), 0U);
+
+    EXPECT_TRUE(isRolledBack());
+}
+
+INSTANTIATE_TEST_SUITE_P(Answers, RollbackConsent,
+                         testing::Combine(testing::Values(ScriptedAgent::kOld, ScriptedAgent::kNew),
+                                          testing::Values(7, -1)));
+
 struct StartAnswer {
     ScriptedAgent::Interface which;
     int answer;

@@ -1,5 +1,7 @@
-// The undoing of a rollback that fails: what comes back, and what the agent hears of it.
+// A rollback that fails: its status, what comes back, and what the agent hears of the undoing.
 #include <gmock/gmock.h>
+
+#include <functional>
 
 #include "tests/updater/RollbackWithAgentTest.h"
 #include "tests/updater/Story.h"
@@ -60,6 +62,91 @@ TEST_F(RollbackUndone, RefusedEndPutsAllFilesBackForAnOldAgentToo) {
                     "StartPattern(0.zip)", "CheckFile(" + app.path("x.dat") + ")",
                     "CheckFile(" + app.path("a.dat") + ")", "EndPattern(1, 0x640000, 0x650000)",
                     "StartPattern()", "EndPattern(1, 0x650000, 0x640000)"));
+}
+
+// --- What the result of an item comes to
+
+struct ItemResult {
+    const char* name;
+    std::function<void(TempTree&, DescriptionText&, FakeAgent&)> prepare;
+    unsigned status;
+    const char* error;
+};
+
+void PrintTo(const ItemResult& result, std::ostream* out) {
+    *out << result.name;
+}
+
+class RollbackResult : public RollbackUndone, public testing::WithParamInterface<ItemResult> {};
+
+TEST_P(RollbackResult, HasAStatusAndAMessageAndIsUndone) {
+    app.item(3, 5).added("x.dat");
+    GetParam().prepare(tree, text, agent());
+    Story story(agent());
+
+    EXPECT_EQ(run(), GetParam().status);
+
+    EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat"));
+    std::vector<std::string> lines = story.lines();
+    ASSERT_GE(lines.size(), 11U);
+    EXPECT_THAT(
+        (std::vector<std::string>(lines.end() - 11, lines.end())),
+        ElementsAre(
+            GetParam().error, "6 info Call PatchAgent EndItem with: FALSE, 100, 101",
+            "call EndItem(0, 0x64/0, 0x65/0)", "6 error rollbackWithPatchAgent: item failed.",
+            "6 info rollbackWithPatchAgent: auto rollback.",
+            "6 info Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
+            "call StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)",
+            "6 info Call PatchAgent EndItem with: TRUE, 101, 100",
+            "call EndItem(1, 0x65/0, 0x64/0)", "6 info rollbackWithPatchAgent: auto rollback done.",
+            "6 info rollbackWithPatchAgent: error quit."));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Results, RollbackResult,
+    testing::Values(ItemResult{"NoRoomForThePath",
+                               [](TempTree&, DescriptionText& text, FakeAgent&) {
+                                   text.setItem(0, "destination", "/" + std::string(4090, 'd'));
+                               },
+                               12, "6 error rollbackWithPatchAgent: bad arguments."},
+                    ItemResult{"NoRecord",
+                               [](TempTree& tree, DescriptionText& text, FakeAgent&) {
+                                   text.setItem(0, "destination", tree.makeDir("elsewhere"));
+                               },
+                               58, "6 error rollbackWithPatchAgent: access failed."},
+                    ItemResult{"NotInTheRecord",
+                               [](TempTree& tree, DescriptionText&, FakeAgent&) {
+                                   tree.write("app/VC_Backup/VcBackup.ini",
+                                              "[common]\nitemcount=0\npatchagent.version=1\n");
+                               },
+                               58, "6 error rollbackWithPatchAgent: access failed."},
+                    ItemResult{"NotSaved",
+                               [](TempTree& tree, DescriptionText&, FakeAgent&) {
+                                   tree.write("app/VC_Backup/3", "in the way");
+                               },
+                               58, "6 error rollbackWithPatchAgent: access failed."},
+                    ItemResult{"Cancelled",
+                               [](TempTree&, DescriptionText&, FakeAgent& agent) {
+                                   agent.answers["CheckFileEx"] = -1;
+                               },
+                               60, "6 error rollbackWithPatchAgent: user cancel."}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(RollbackUndone, AgentsRefusalOfTheEndOutweighsTheDisk) {
+    agent().answers["EndItem"] = 0;
+    Story story(agent());
+
+    EXPECT_EQ(run(), 60U);
+
+    const std::vector<std::string> lines = story.linesAfter(" doesnot exist.");
+    ASSERT_GE(lines.size(), 6U);
+    EXPECT_THAT((std::vector<std::string>(lines.begin(), lines.begin() + 6)),
+                ElementsAre("6 error rollbackWithPatchAgent: access failed.",
+                            "6 info Call PatchAgent EndItem with: FALSE, 100, 101",
+                            "call EndItem(0, 0x64/0, 0x65/0)",
+                            "6 error rollbackWithPatchAgent: end item failed.",
+                            "6 error rollbackWithPatchAgent: item failed.",
+                            "6 info rollbackWithPatchAgent: auto rollback."));
 }
 
 // --- An item that the agent refuses at its start is known by its destination alone

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 
 #include "tests/support/LogCapture.h"
@@ -147,6 +148,20 @@ TEST_F(RollbackItemFailure, StopsAtAWrittenFileWhenTheStoreCannotBeMade) {
                             "6 error rollbackItem: crtUniFile failed.", kFailed));
     EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat"));
     EXPECT_THAT(recorded(), IsEmpty());
+}
+
+// The store goes while the first file is asked about.
+TEST_F(RollbackItemFailure, LeavesWhatWasDoneBeforeDoneAndRecorded) {
+    app.item(3, 5).added("x.dat").added("y.dat");
+    agent().heard = [&](const std::string&) {
+        std::filesystem::remove_all(app.path("VC_Backup/3"));
+        tree.write("app/VC_Backup/3", "in the way");
+    };
+
+    EXPECT_EQ(run(), -5);
+
+    EXPECT_THAT(app.files(), ElementsAre("y.dat=added y.dat"));
+    EXPECT_THAT(recorded(), ElementsAre("backup.000, " + app.path("x.dat")));
 }
 
 // A store of more than 3100 bytes and a name of 1000 do not go into one path.
