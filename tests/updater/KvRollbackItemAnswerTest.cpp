@@ -36,11 +36,11 @@ constexpr Answer kAnswers[] = {
 enum Kind { kAdded, kWritten };
 
 // Interface, kind of the three files, place of the one with the answer, answer.
-using Case = std::tuple<uint32_t, Kind, int, Answer>;
+using Case = std::tuple<uint32_t, Kind, size_t, Answer>;
 
 class RollbackItemAnswer : public RollbackItemTest, public testing::WithParamInterface<Case> {
   protected:
-    static constexpr int kFiles = 3;
+    static constexpr size_t kFiles = 3;
     static constexpr const char* kNames[kFiles] = {"a", "b", "c"};
 
     RollbackItemAnswer() {
@@ -53,10 +53,10 @@ class RollbackItemAnswer : public RollbackItemTest, public testing::WithParamInt
     }
 
     static bool isAdded() { return std::get<1>(GetParam()) == kAdded; }
-    static int place() { return std::get<2>(GetParam()); }
+    static size_t place() { return std::get<2>(GetParam()); }
     static const Answer& given() { return std::get<3>(GetParam()); }
 
-    static bool isUndone(int file) {
+    static bool isUndone(size_t file) {
         return file == place() ? given().isUndone : file < place() || given().goesOn;
     }
 
@@ -67,7 +67,7 @@ class RollbackItemAnswer : public RollbackItemTest, public testing::WithParamInt
 
     static std::vector<std::string> expectedFiles() {
         std::vector<std::string> files;
-        for (int i = 0; i < kFiles; ++i) {
+        for (size_t i = 0; i < kFiles; ++i) {
             const std::string name = kNames[i];
             if (!isUndone(i)) {
                 files.push_back(name + (isAdded() ? "=added " : "=new ") + name);
@@ -83,7 +83,7 @@ TEST_P(RollbackItemAnswer, DecidesAboutTheFileAndTheItem) {
     EXPECT_EQ(run(), expectedResult());
 
     EXPECT_EQ(app.files(), expectedFiles());
-    const size_t asked = given().goesOn ? kFiles : place() + 1U;
+    const size_t asked = given().goesOn ? kFiles : place() + 1;
     EXPECT_EQ(agent().calls.size(), asked);
 }
 
@@ -92,8 +92,8 @@ TEST_P(RollbackItemAnswer, DecidesAboutTheFileAndTheItem) {
 TEST_P(RollbackItemAnswer, RecordsTheCopies) {
     (void)run();
 
-    const int firstCopy = isAdded() ? 0 : kFiles;
-    for (int i = 0; i < kFiles; ++i) {
+    const size_t firstCopy = isAdded() ? 0 : kFiles;
+    for (size_t i = 0; i < kFiles; ++i) {
         const std::string copy = "backup.00" + std::to_string(firstCopy + i);
         const bool isRecorded = given().goesOn || i < place();
         EXPECT_EQ(app.has(app.store() + copy), isRecorded);
@@ -103,7 +103,7 @@ TEST_P(RollbackItemAnswer, RecordsTheCopies) {
                       std::string(isAdded() ? "added " : "new ") + kNames[i]);
         }
     }
-    EXPECT_EQ(recorded().size(), given().goesOn ? kFiles : static_cast<size_t>(place()));
+    EXPECT_EQ(recorded().size(), given().goesOn ? kFiles : place());
 }
 
 TEST_P(RollbackItemAnswer, DefersOnlyWhatTheAgentDefers) {
@@ -125,7 +125,8 @@ TEST_P(RollbackItemAnswer, DefersOnlyWhatTheAgentDefers) {
 INSTANTIATE_TEST_SUITE_P(Answers, RollbackItemAnswer,
                          testing::Combine(testing::Values(PATCHAGENT_OLD, PATCHAGENT_NEW),
                                           testing::Values(kAdded, kWritten),
-                                          testing::Values(0, 1, 2), testing::ValuesIn(kAnswers)));
+                                          testing::Range<size_t>(0, 3),
+                                          testing::ValuesIn(kAnswers)));
 
 // --- What an answer without a meaning inherits
 
