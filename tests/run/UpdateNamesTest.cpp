@@ -6,6 +6,7 @@
 
 namespace {
 
+using testing::Contains;
 using testing::HasSubstr;
 
 constexpr time_t kLongAgo = 1000000000;
@@ -112,14 +113,22 @@ TEST(UpdateOfNames, PassesOverAStagedDirectoryWithABackslash) {
     EXPECT_EQ(patch.destination().files(), (FileTree{{"y.dat", "new"}}));
 }
 
+// Copy and record do. The directory of a saved file is made under the name as it stands and looked
+// for under the other, so that no file can be replaced there.
 TEST(UpdateOfNames, TakesABackslashInADestinationForASeparator) {
     PatchScenario patch;
+    const ScenarioDir sub = patch.destination("app/sub");
     patch.tree().makeDir("app/sub");
     patch.item(3, 5).stage("a.dat", "new").set("destination", patch.tree().path("app") + "\\sub");
 
     EXPECT_EQ(patch.update().status, 0);
+    EXPECT_EQ(sub.files(), (FileTree{{"a.dat", "new"}}));
+    EXPECT_THAT(sub.store().at(kRecord), HasSubstr("added.0=" + sub.path("a.dat") + "\n"));
 
-    EXPECT_EQ(patch.destination("app/sub").read("a.dat"), "new");
+    const RunOutcome replaced = patch.update();
+    EXPECT_EQ(replaced.status, 58);
+    EXPECT_EQ(sub.files(), (FileTree{{"a.dat", "new"}}));
+    EXPECT_THAT(replaced.log, Contains(error("callBackForUpdate: crtUniFile failed.")));
 }
 
 class UpdateInCodePage : public testing::TestWithParam<const char*> {};
