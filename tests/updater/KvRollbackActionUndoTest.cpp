@@ -1,7 +1,9 @@
 // A rollback that fails: its status, what comes back, and what the agent hears of the undoing.
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <functional>
+#include <utility>
 
 #include "tests/updater/RollbackWithAgentTest.h"
 #include "tests/updater/Story.h"
@@ -147,6 +149,20 @@ TEST_F(RollbackUndone, AgentsRefusalOfTheEndOutweighsTheDisk) {
                             "6 error rollbackWithPatchAgent: end item failed.",
                             "6 error rollbackWithPatchAgent: item failed.",
                             "6 info rollbackWithPatchAgent: auto rollback."));
+}
+
+// Without a destination there is nothing to undo either: the second pair of calls is missing.
+TEST_F(RollbackUndone, ItemWithoutADestinationHasNoRecord) {
+    ReadDescription read(text);
+    free(std::exchange(read.stru()->items[0].destination, nullptr));
+
+    EXPECT_EQ(rollbackWithPatchAgent(agent().table(), read.stru()), 58U);
+
+    EXPECT_THAT(log.records(),
+                Contains(errorAt(6, "rollbackItem: VC_Backup/VcBackup.ini doesnot exist.")));
+    EXPECT_THAT(agent().calls,
+                ElementsAre("StartAction()", "StartItem(0.zip, 3, 5, 0x2, 0x64/0, 0x65/0)",
+                            "EndItem(0, 0x64/0, 0x65/0)"));
 }
 
 // --- An item that the agent refuses at its start is known by its destination alone

@@ -183,6 +183,21 @@ TEST_F(RollbackItemFailure, StopsAtASavedCopyWhosePathDoesNotFit) {
 
 // --- Without memory
 
+TEST_F(RollbackItemFailure, StopsWhenTheRestartListTakesNoMore) {
+    app.item(3, 5).added("x.dat");
+    answer("x.dat", CHECKFILE_REBOOT);
+    Story story(agent());
+
+    g_rebootCopyList.capacity = g_rebootCopyList.count = INT32_MAX;
+    EXPECT_EQ(run(), -5);
+    g_rebootCopyList.capacity = g_rebootCopyList.count = 0;
+
+    EXPECT_THAT(story.linesAfter("call CheckFileEx(" + app.path("x.dat") + ")"),
+                ElementsAre("6 error rollbackItem: malloc failed.", kFailed));
+    EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat"));
+    EXPECT_THAT(recorded(), IsEmpty());
+}
+
 // Rolls back in a process that gets no memory from the first question on, and ends that process:
 // with 0 when it stopped for this reason and the file is still there.
 [[noreturn]] void stopsForLackOfMemory(const std::function<int()>& run, FakeAgent& agent,
