@@ -35,21 +35,24 @@ bool measure(const char* path) {
 
 }  // namespace
 
-bool appendToLog(const char* path, const char* text, size_t length) {
+LogAppend appendToLog(const char* path, const char* text, size_t length) {
     // A plain descriptor: a buffered file would write a long record in several pieces, and records
     // of other processes could come between them.
     const ScopedFd file(open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+    if (!file.isOpen()) {
+        return LogAppend::kNotOpened;
+    }
     size_t written = 0;
-    while (file.isOpen() && written < length) {
+    while (written < length) {
         const ssize_t count = write(file.get(), text + written, length - written);
         // A full disk takes a part; the rest is tried once more, and then given up.
         if (count > 0) {
             written += static_cast<size_t>(count);
         } else if (count == 0 || errno != EINTR) {
-            return false;
+            return LogAppend::kCutShort;
         }
     }
-    return file.isOpen();
+    return LogAppend::kDone;
 }
 
 bool checkLogFileSize(const char* path) {

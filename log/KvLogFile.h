@@ -3,6 +3,11 @@
 
 #include <cstddef>
 
-// Appends the text with one open, one write and one close; makes the file when it is missing. False
-// when the file cannot be opened or does not take the whole text.
-bool appendToLog(const char* path, const char* text, size_t length);
+enum class LogAppend {
+    kDone,
+    kNotOpened,  // errno tells why
+    kCutShort,   // the file did not take the whole text
+};
+
+// Appends the text with one open, one write and one close; makes the file when it is missing.
+LogAppend appendToLog(const char* path, const char* text, size_t length);

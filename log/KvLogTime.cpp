@@ -18,7 +18,13 @@ void formatStamp(char (&stamp)[kStampCapacity], const tm* local) {
 const char* GetTime() {
     // Shared by all callers, who pass the text on at once: one record is written at a time.
     static char strtime[kStampCapacity];
+    static time_t stamped = 0;
     const time_t now = time(nullptr);
-    formatStamp(strtime, localtime(&now));
+    if (now != stamped || *strtime == '\0') {
+        tm local{};
+        // Unlike `localtime` it does not look at the time zone's file again each time.
+        formatStamp(strtime, localtime_r(&now, &local));
+        stamped = now;
+    }
     return strtime;
 }

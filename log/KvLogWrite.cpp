@@ -15,13 +15,6 @@ KvSimpleString makeRecord(bool html, const char* message) {
     return html ? makeHtmlRecord(fields, message) : makeTextRecord(fields, message);
 }
 
-void makeLogDir(const char* path) {
-    const KvSimpleString dir = KvFileOpUtil::getDirName(path);
-    if (!KvFileOpUtil::isDir(dir.c_str())) {
-        (void)KvFileOpUtil::createDir(dir.c_str());  // without it the record is lost, quietly
-    }
-}
-
 }  // namespace
 
 void Log_Write(const char* path, bool html, const char* message) {
@@ -32,8 +25,11 @@ void Log_Write(const char* path, bool html, const char* message) {
     if (checkLogFileSize(path) && html) {
         (void)appendToLog(path, kHtmlLogHeader, strlen(kHtmlLogHeader));
     }
-    // After the header, which is kept so: where the directory is missing too, the first record of
-    // the new file stands without a header.
-    makeLogDir(path);
-    (void)appendToLog(path, record.c_str(), record.length());  // the run goes on without its log
+    // The directory is made after the header, which is kept so: where it is missing too, the first
+    // record of the new file stands without a header.
+    if (appendToLog(path, record.c_str(), record.length()) == LogAppend::kNotOpened &&
+        KvFileOpUtil::createDir(KvFileOpUtil::getDirName(path).c_str()) == KvFileOpUtil::kDone) {
+        // What is lost all the same is lost quietly: the run goes on without its log.
+        (void)appendToLog(path, record.c_str(), record.length());
+    }
 }

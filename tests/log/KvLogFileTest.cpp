@@ -96,21 +96,21 @@ TEST(KvLogFileTest, takesALimitAboveTwoGibibytesForWhatItIs) {
 TEST(KvLogFileTest, appendsToWhatIsThere) {
     const TempTree tree;
     const std::string path = tree.path("log");
-    EXPECT_TRUE(appendToLog(path.c_str(), "one", 3));
-    EXPECT_TRUE(appendToLog(path.c_str(), "\ntwo", 4));
+    EXPECT_EQ(appendToLog(path.c_str(), "one", 3), LogAppend::kDone);
+    EXPECT_EQ(appendToLog(path.c_str(), "\ntwo", 4), LogAppend::kDone);
     EXPECT_EQ(tree.read("log"), "one\ntwo");
 }
 
 TEST(KvLogFileTest, tellsWhenTheTextIsNotWritten) {
     const TempTree tree;
-    EXPECT_FALSE(appendToLog(tree.path("missing/log").c_str(), "x", 1));
-    EXPECT_FALSE(appendToLog(tree.path().c_str(), "x", 1));
-    EXPECT_FALSE(appendToLog("", "x", 1));
+    EXPECT_EQ(appendToLog(tree.path("missing/log").c_str(), "x", 1), LogAppend::kNotOpened);
+    EXPECT_EQ(appendToLog(tree.path().c_str(), "x", 1), LogAppend::kNotOpened);
+    EXPECT_EQ(appendToLog("", "x", 1), LogAppend::kNotOpened);
 }
 
 TEST(KvLogFileTest, tellsWhenTheDiskIsFull) {
     if (access("/dev/full", W_OK) != 0) {
         GTEST_SKIP() << "this system has no device that is always full";
     }
-    EXPECT_FALSE(appendToLog("/dev/full", "x", 1));
+    EXPECT_EQ(appendToLog("/dev/full", "x", 1), LogAppend::kCutShort);
 }
