@@ -57,12 +57,25 @@ void setExtension(char* path, size_t prefixLength, size_t number) {
     memcpy(path + prefixLength, extension, sizeof extension);
 }
 
+// The names taken in `directory`, which is made first when it is missing. `dir` is the same one as
+// the caller has written it.
+KvBackupNameSet& readOrMake(const char* dir, const KvSimpleString& directory) {
+    KvTakenNames& takenNames = takenBackupNames();
+    KvBackupNameSet& taken = takenNames.read(directory.c_str());
+    // Only a path without backslashes is the same to everybody.
+    if (takenNames.exists() && directory == dir) {
+        return taken;
+    }
+    // A directory that cannot be made shows when the file cannot be made.
+    (void)KvFileOpUtil::createDir(dir, nullptr, nullptr);
+    return takenNames.read(directory.c_str());
+}
+
 // Makes the first file that is neither mentioned nor taken in `directory`; its name goes behind the
 // prefix in `out`.
-bool makeFirstFree(const KvBackupNameSet& mentioned, const char* directory, char* out,
-                   size_t prefixLength) {
+bool makeFirstFree(const KvBackupNameSet& mentioned, KvBackupNameSet* taken, const char* directory,
+                   char* out, size_t prefixLength) {
     KvTakenNames& takenNames = takenBackupNames();
-    KvBackupNameSet* taken = &takenNames.read(directory);
     for (;;) {
         const size_t number = KvBackupNameSet::firstOutside(mentioned, *taken);
         if (number == kBackupNameCount) {
@@ -93,8 +106,6 @@ bool crtUniFile(const char* dir, char* out, size_t size) {
     if (dir == nullptr || out == nullptr || size == 0) {
         return false;
     }
-    // A directory that cannot be made shows when the file cannot be made.
-    (void)KvFileOpUtil::createDir(dir, nullptr, nullptr);
     const bool joined = CatURIWithPath(out, static_cast<int>(size), dir, kBackupFilePrefix) == 0;
     const size_t prefixLength = strlen(out);
     if (!joined || size - prefixLength < kExtensionCapacity) {
@@ -103,7 +114,8 @@ bool crtUniFile(const char* dir, char* out, size_t size) {
     const KvSimpleString directory = directoryOf(out);
     char recordPath[kPathCapacity];
     recordPathFor(dir, recordPath);
-    return makeFirstFree(recordNames.read(recordPath), directory.c_str(), out, prefixLength);
+    return makeFirstFree(recordNames.read(recordPath), &readOrMake(dir, directory),
+                         directory.c_str(), out, prefixLength);
 }
 
 BackupRemovalScope::BackupRemovalScope(const char* path)

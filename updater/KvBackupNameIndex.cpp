@@ -74,6 +74,11 @@ void insertNamesOfValue(const char* value, void* names) {
     insertBackupNames(value, *static_cast<KvBackupNameSet*>(names));
 }
 
+bool setModified(const char* directory, int64_t time) {
+    const timespec times[] = {{0, UTIME_OMIT}, asTimespec(time)};
+    return utimensat(AT_FDCWD, directory, times, 0) == 0;
+}
+
 void listDirectory(const char* directory, KvBackupNameSet& names) {
     names.clear();
     const ScopedDir dir(opendir(directory));
@@ -184,30 +189,34 @@ KvTakenNames::Slot& KvTakenNames::slotOf(const KvFileStamp& stamp) {
     return isLast ? slots_.front() : *(current_ + 1);
 }
 
-KvBackupNameSet& KvTakenNames::read(const char* directory) {
+bool KvTakenNames::isCurrent(const char* directory) {
     const KvFileStamp stamp = KvFileStamp::of(directory);
     current_ = &slotOf(stamp);
-    if (!current_->isKnown || !(current_->stamp == stamp)) {
-        current_->stamp = stamp;
-        current_->isKnown = false;
+    // The mark alone counts: size and change time differ after each of our own steps.
+    const bool isMarked = nanoseconds(current_->stamp.modified) == nanoseconds(stamp.modified);
+    const bool isSame = isMarked && current_->isKnown;
+    current_->stamp = stamp;
+    current_->isKnown = isSame;
+    return isSame;
+}
+
+KvBackupNameSet& KvTakenNames::read(const char* directory) {
+    if (!isCurrent(directory)) {
         listDirectory(directory, current_->names);
     }
     return current_->names;
 }
 
-bool KvTakenNames::isCurrent(const char* directory) {
-    const KvFileStamp stamp = KvFileStamp::of(directory);
-    current_ = &slotOf(stamp);
-    return current_->isKnown && current_->stamp == stamp;
-}
-
 void KvTakenNames::remember(const char* directory) {
-    current_->isKnown = false;
+    if (current_->isKnown) {
+        // The mark that is older than the process's first step is older than any step since.
+        current_->isKnown = setModified(directory, nanoseconds(current_->stamp.modified));
+        return;
+    }
     const int64_t made = nanoseconds(KvFileStamp::of(directory).modified);
     // The smallest step first; a file system that keeps whole seconds may round it away.
     for (const int64_t step : {kNanosecond, 2 * kSecond}) {
-        const timespec times[] = {{0, UTIME_OMIT}, asTimespec(made - step)};
-        if (utimensat(AT_FDCWD, directory, times, 0) != 0) {
+        if (!setModified(directory, made - step)) {
             return;  // somebody else's directory: it stays unknown, and is listed each time
         }
         current_->stamp = KvFileStamp::of(directory);

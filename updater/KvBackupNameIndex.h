@@ -9,10 +9,11 @@
 //   read. Any later change then shows in its times, however coarse the clock of the file system is.
 //   Until then it is read anew at each call.
 // - A directory is written to by every call, and a change in the same tick of that clock would not
-//   show. So after it has made a file, the aid puts the directory's modification time a little
-//   back. Whoever makes, removes or renames something in it, this process included, sets it to the
-//   present, which is later: no removal is missed. Where the time cannot be set (the directory
-//   belongs to somebody else) nothing is remembered and each call lists the directory.
+//   show. So after its first file the aid puts the directory's modification time a little back, and
+//   after each further one to that same mark. Whoever else makes, removes or renames something in
+//   it sets the time to the present, which is later: no removal is missed. Where the time cannot be
+//   set (the directory belongs to somebody else) nothing is remembered and each call lists the
+//   directory. The time that stays is that of the first file made in it.
 //
 // A name taken by somebody else is no danger in any case: files are made exclusively. Not noticed
 // are a removal by another process in the very moment of a call (the lock of the run excludes
@@ -92,7 +93,8 @@ class KvTakenNames {
     // taken. Valid until the next call.
     [[nodiscard]] KvBackupNameSet& read(const char* directory);
 
-    // Whether what is known of the directory still holds; it then becomes the one read last.
+    // Whether what is known of the directory still holds. It becomes the one read last, and what no
+    // longer holds is forgotten.
     [[nodiscard]] bool isCurrent(const char* directory);
 
     // To be called right after the process itself has made or removed a file in the directory that
@@ -102,11 +104,12 @@ class KvTakenNames {
 
     // Of the directory that was read last.
     [[nodiscard]] KvBackupNameSet& names() { return current_->names; }
+    [[nodiscard]] bool exists() const { return current_->stamp.exists; }
 
   private:
     struct Slot {
         KvFileStamp stamp;     // the directory as it was seen last
-        bool isKnown = false;  // whether `names` holds as long as the directory has that stamp
+        bool isKnown = false;  // whether `names` holds as long as it was modified at that time
         KvBackupNameSet names;
     };
     static constexpr size_t kSlots = 8;
