@@ -38,51 +38,62 @@ bool writeAll(int fd, const char* bytes, size_t count) {
     return true;
 }
 
-void copyTimes(int source, int target) {
-    struct stat status {};
-    if (fstat(source, &status) != 0) {
-        return;
-    }
-    const timespec times[2] = {{status.st_atime, 0}, {status.st_mtime, 0}};
+// Whether a short block was the last one. A file of known size tells without one more read.
+bool isEnd(int source, ssize_t count, off_t copied, struct stat& status) {
+    const bool isKnown = fstat(source, &status) == 0;
+    return count == 0 || (isKnown && S_ISREG(status.st_mode) && status.st_size == copied);
+}
+
+void setTimes(int target, const struct stat& source) {
+    const timespec times[2] = {{source.st_atime, 0}, {source.st_mtime, 0}};
     // A target whose times cannot be set (a device, a file of another user) is a good copy still.
     (void)futimens(target, times);
 }
 
 }  // namespace
 
-int KvFileContents::copy(const char* src, const char* dst) {
+int KvFileContents::copy(const char* src, const char* dst, TargetState state) {
     const ScopedFd source(open(src, O_RDONLY | O_CLOEXEC));
     if (!source.isOpen()) {
         return KvFileOpUtil::kCannotOpenSource;
     }
-    ScopedFd target(open(dst, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode));
+    // Some file systems take the truncation of an empty file for the replacement of a full one, and
+    // write its blocks out at once.
+    const int truncation = state == TargetState::kEmpty ? 0 : O_TRUNC;
+    ScopedFd target(open(dst, O_WRONLY | O_CREAT | truncation | O_CLOEXEC, kNewFileMode));
     if (!target.isOpen()) {
         return KvFileOpUtil::kDestinationNotWritable;
     }
-    const int result = pump(source.get(), target.get());
+    struct stat status {};
+    const int result = pump(source.get(), target.get(), status);
     if (result != KvFileOpUtil::kDone) {
         return result;
     }
-    copyTimes(source.get(), target.get());
+    setTimes(target.get(), status);
     // Some file systems tell only here that they could not store the bytes.
     const bool isStored = close(target.release()) == 0 || errno == EINTR;
     return isStored ? KvFileOpUtil::kDone : KvFileOpUtil::kWriteError;
 }
 
-int KvFileContents::pump(int source, int target) {
+int KvFileContents::pump(int source, int target, struct stat& status) {
     if (buffer_ == nullptr) {
         buffer_.reset(static_cast<char*>(malloc(kCopyBlock)));
     }
     if (buffer_ == nullptr) {
         return KvFileOpUtil::kReadError;
     }
+    off_t copied = 0;
     while (true) {
         const ssize_t count = readBlock(source, buffer_.get());
-        if (count <= 0) {
-            return count == 0 ? KvFileOpUtil::kDone : KvFileOpUtil::kReadError;
+        if (count < 0) {
+            return KvFileOpUtil::kReadError;
         }
         if (!writeAll(target, buffer_.get(), static_cast<size_t>(count))) {
             return KvFileOpUtil::kWriteError;
+        }
+        copied += count;
+        if (count < static_cast<ssize_t>(kCopyBlock) && isEnd(source, count, copied, status)) {
+            return KvFileOpUtil::kDone;
         }
     }
 }

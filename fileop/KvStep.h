@@ -10,6 +10,9 @@ class KvStep {
     KvStep(KvFileOpUtil::Callback asked, KvFileOpUtil::CallbackEntry* record)
         : callback_(asked), entry_(record) {}
 
+    // Whether anybody learns of the steps.
+    [[nodiscard]] bool isWatched() const { return entry_ != nullptr; }
+
     // Starts a step: both texts must last until it is over.
     void begin(const char* path, const char* destination) const {
         if (entry_ != nullptr) {
