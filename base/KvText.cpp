@@ -100,8 +100,14 @@ bool IsDigit(char ch) {
     return ch >= '0' && ch <= '9';
 }
 
+// Not `strdup`: a sanitizer's writes into the null that a failed allocation gives it.
 char* Str_Dup(const char* text) {
-    return text != nullptr ? strdup(text) : nullptr;
+    if (text == nullptr) {
+        return nullptr;
+    }
+    const size_t size = strlen(text) + 1;
+    void* copy = malloc(size);
+    return copy != nullptr ? static_cast<char*>(memcpy(copy, text, size)) : nullptr;
 }
 
 TextSpan Str_TrimmedSpan(const char* text, size_t length) {
