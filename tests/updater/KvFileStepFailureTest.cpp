@@ -95,6 +95,20 @@ TEST_F(FileStepFailure, FailsWhenTheStoreCannotBeMade) {
     EXPECT_EQ(log.records().back(), errorAt(6, "callBackForUpdate: crtUniFile failed."));
 }
 
+// The file stays as it is; what was saved is in the record for the rollback.
+TEST_F(FileStepFailure, CannotDeferAFileThatTheListHasNoRoomFor) {
+    tree.write("app/a.dat", "old");
+    agent.answers["CheckFileEx"] = CHECKFILE_REBOOT;
+    LogCapture log(6);
+
+    g_rebootCopyList.capacity = g_rebootCopyList.count = INT32_MAX;
+    EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), kNotSaved);
+    g_rebootCopyList.capacity = g_rebootCopyList.count = 0;
+
+    EXPECT_EQ(log.records().back(), errorAt(6, "callBackForUpdate: malloc failed."));
+    EXPECT_THAT(written(), ElementsAre("backup.000, " + tree.path("app/a.dat")));
+}
+
 // Kept: what is deleted is the bare name in the working directory; the backup file stays.
 TEST_F(FileStepFailure, DeletesTheBareNameOfAnEntryThatCannotBeMade) {
     tree.write("work/backup.000", "nobody's");

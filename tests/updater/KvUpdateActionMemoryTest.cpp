@@ -51,10 +51,10 @@ class UpdateWithoutMemory : public UpdateAction {
 TEST_F(UpdateWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
     place(1, 3, "100", "101");
     text.setItem(1, "type", "6");
-    text.setItem(1, "destination", std::string(2 * kMegabyte, 'd'));
+    text.setItem(1, "destination", std::string(8 * kMegabyte, 'd'));
     const auto body = [&]() {
         const OnMessage cut("Call PatchAgent StartItem with: 1.zip",
-                            []() { limitMemory(kMegabyte); });
+                            []() { limitMemory(6 * kMegabyte); });
         const bool isRight = run() == 48 && !tree.exists("app/a.dat");
         exitWith(isRight, log,
                  {"6 info Call PatchAgent StartItem with: 1.zip, 3, 0x6, 0x0, 100, 101",
