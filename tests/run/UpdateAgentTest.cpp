@@ -221,13 +221,14 @@ TEST(UpdateAgent, MayMoveTheItemsToADirectoryThatIsNotThere) {
 TEST(UpdateAgent, RecordsTheVersionsThatANewAgentWrites) {
     PatchScenario patch;
     patch.item(1, 7).stage("a.dat", "a").versions("5.2", "5.3");
-    patch.agent(ScriptedAgent::kNew)
-        .script("StartItem writes origin 0x00052000 7\nStartItem writes result 0x00060000 12");
+    const ScriptedAgent& agent = patch.agent(ScriptedAgent::kNew);
+    agent.script("StartItem writes origin 0x00052000 7\nStartItem writes result 0x00060000 12");
 
     EXPECT_EQ(patch.update().status, 0);
 
     EXPECT_THAT(patch.destination().store().at(kRecord),
                 HasSubstr("origin.version=5.2.7\nresult.version=6.0.12\n"));
+    EXPECT_THAT(agent.calls(), Contains("EndItem(1, 0x52000/7, 0x60000/12)"));
 }
 
 // The record holds what stood there before the copy.
