@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <fstream>
 
 #ifdef __linux__
@@ -22,6 +23,27 @@ inline void limitMemory(long slack) {
     long pages = 0;
     std::ifstream("/proc/self/statm") >> pages;
     const auto limit = static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE) + slack);
-    const struct rlimit limits = {limit, limit};
+    struct rlimit limits {};
+    (void)getrlimit(RLIMIT_AS, &limits);
+    limits.rlim_cur = limit;
     (void)setrlimit(RLIMIT_AS, &limits);
+}
+
+// Ends the shortage, so that the process can tidy up.
+inline void restoreMemory() {
+    struct rlimit limits {};
+    (void)getrlimit(RLIMIT_AS, &limits);
+    limits.rlim_cur = limits.rlim_max;
+    (void)setrlimit(RLIMIT_AS, &limits);
+}
+
+// As limitMemory(), and takes all that earlier work has released to the heap as well.
+inline void exhaustMemory(size_t slack) {
+    void* const reserve = malloc(slack);
+    limitMemory(0);
+    for (size_t size = size_t{1} << 20; size >= 16; size /= 2) {
+        while (malloc(size) != nullptr) {
+        }
+    }
+    free(reserve);
 }

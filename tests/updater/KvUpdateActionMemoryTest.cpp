@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
@@ -16,15 +17,6 @@
 namespace {
 
 using testing::ExitedWithCode;
-
-// Ends the process: with 0 when the messages end with these.
-[[noreturn]] void exitWith(bool isRight, const LogCapture& log,
-                           const std::vector<std::string>& last) {
-    const std::vector<std::string> lines = linesOf(log);
-    const bool isTold =
-        lines.size() >= last.size() && std::equal(last.rbegin(), last.rend(), lines.rbegin());
-    _exit(isRight && isTold ? 0 : 1);
-}
 
 // The runs are those of a program started anew: what earlier tests released could hold what a run
 // asks for.
@@ -45,6 +37,16 @@ class UpdateWithoutMemory : public UpdateAction {
             GTEST_SKIP() << "this platform does not limit the memory of a process";
         }
     }
+
+    // Ends the process, whose tree nobody else removes: with 0 when the messages end with these.
+    [[noreturn]] void exitWith(bool isRight, const std::vector<std::string>& last) {
+        const std::vector<std::string> lines = linesOf(log);
+        const bool isTold =
+            lines.size() >= last.size() && std::equal(last.rbegin(), last.rend(), lines.rbegin());
+        restoreMemory();
+        std::filesystem::remove_all(tree.path());
+        _exit(isRight && isTold ? 0 : 1);
+    }
 };
 
 // The second item's destination gets no memory; the first item is undone, the second never began.
@@ -56,7 +58,7 @@ TEST_F(UpdateWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
         const OnMessage cut("Call PatchAgent StartItem with: 1.zip",
                             []() { limitMemory(6 * kMegabyte); });
         const bool isRight = run() == 48 && !tree.exists("app/a.dat");
-        exitWith(isRight, log,
+        exitWith(isRight,
                  {"6 info Call PatchAgent StartItem with: 1.zip, 3, 0x6, 0x0, 100, 101",
                   "6 error updateWithPatchAgent: malloc for blist dest failed.",
                   "6 info updateWithPatchAgent: auto rollback.",
@@ -76,12 +78,11 @@ TEST_F(UpdateWithoutMemory, EndsWhenTheRunCannotHaveARecord) {
     const auto body = [&]() {
         const OnMessage cut("No patchagent.", []() { limitMemory(kMegabyte / 8); });
         const bool isRight = run() == 48 && !tree.exists("app/a.dat");
-        exitWith(
-            isRight, log,
-            {"6 info update: update with new patch agent.",
-             "6 info No patchagent. Use default patchagent inside VC",
-             "6 error initBackupStru: malloc failed.", "6 info updateWithPatchAgent: error quit.",
-             "6 error update: updateWithPatchAgent failed."});
+        exitWith(isRight, {"6 info update: update with new patch agent.",
+                           "6 info No patchagent. Use default patchagent inside VC",
+                           "6 error initBackupStru: malloc failed.",
+                           "6 info updateWithPatchAgent: error quit.",
+                           "6 error update: updateWithPatchAgent failed."});
     };
     EXPECT_EXIT(body(), ExitedWithCode(0), "");
 }
