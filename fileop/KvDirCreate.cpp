@@ -1,6 +1,7 @@
 // createDir.
 #include <sys/stat.h>
 
+#include <new>
 #include <string>
 #include <vector>
 
@@ -115,5 +116,9 @@ int KvFileOpUtil::createDir(const char* path, Callback callback, CallbackEntry* 
     if (path == nullptr) {
         return kBadParameters;
     }
-    return DirMaker(path, {callback, entry}).run();
+    try {
+        return DirMaker(path, {callback, entry}).run();
+    } catch (const std::bad_alloc&) {
+        return kDestinationNotWritable;
+    }
 }

@@ -49,16 +49,25 @@ void KvDirList::read() {
     if (dir == nullptr) {
         return;
     }
-    while (const dirent* const entry = readdir(dir.get())) {
+    while (complete) {
+        const dirent* const entry = readdir(dir.get());
+        if (entry == nullptr) {
+            return;
+        }
         if (isDotName(entry->d_name)) {
             continue;
         }
         const bool isDir = isDirectory(dir.get(), *entry);
         if (isDir || _fnmatch(filter.c_str(), entry->d_name)) {
-            names.push_back(entry->d_name);
-            kinds.push_back(isDir ? kDirectory : kOther);
+            complete = add(entry->d_name, isDir);
         }
     }
+}
+
+bool KvDirList::add(const char* name, bool isDirectory) {
+    names.push_back(name);
+    kinds += isDirectory ? kDirectory : kOther;
+    return names.size() == kinds.length() && names[names.size() - 1].length() == strlen(name);
 }
 
 bool KvDirList::hasNext() const {
@@ -83,13 +92,14 @@ KvSimpleString KvDirList::getFilter() const {
 
 KvSimpleString KvDirList::getFirstFileName() const {
     const size_t first = kinds.find(kOther);
-    return first == std::string::npos ? KvSimpleString() : dirPath + names[first];
+    return first == KvSimpleString::npos ? KvSimpleString() : dirPath + names[first];
 }
 
 unsigned int KvDirList::getFileCount() const {
-    return static_cast<unsigned int>(std::count(kinds.begin(), kinds.end(), kOther));
+    const char* const letters = kinds.c_str();
+    return static_cast<unsigned int>(std::count(letters, letters + kinds.length(), kOther));
 }
 
 bool KvDirList::hasSubDir() const {
-    return kinds.find(kDirectory) != std::string::npos;
+    return kinds.find(kDirectory) != KvSimpleString::npos;
 }

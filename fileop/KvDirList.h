@@ -1,8 +1,6 @@
 // KvDirList: the entries of one directory, read once when the object is made.
 #pragma once
 
-#include <string>
-
 #include "base/KvSimpleString.h"
 #include "base/KvSimpleVector.h"
 
@@ -39,12 +37,17 @@ class KvDirList {
 
     [[nodiscard]] bool hasSubDir() const;
 
+    // False when there was no memory for all entries: the list then ends early.
+    [[nodiscard]] bool isComplete() const { return complete; }
+
   private:
     void read();
+    [[nodiscard]] bool add(const char* name, bool isDirectory);
 
     KvSimpleString dirPath;  // ends with '/', or is empty for the current directory
     KvSimpleString filter;
     KvSimpleStringVector names;
     unsigned int index = 0;
-    std::string kinds;  // one letter per name: a directory or something else
+    KvSimpleString kinds;  // one letter per name: a directory or something else
+    bool complete = true;
 };

@@ -92,7 +92,7 @@ int copyMatches(CopyJob& job, const KvSimpleString& from, const KvSimpleString& 
             return result;
         }
     }
-    return KvFileOpUtil::kDone;
+    return matches.isComplete() ? KvFileOpUtil::kDone : KvFileOpUtil::kReadError;
 }
 
 // Copies one file to the name `to`.
@@ -105,6 +105,10 @@ int copyToName(CopyJob& job, const KvSimpleString& from, const KvSimpleString& t
 }
 
 int copyTo(CopyJob& job, const KvSimpleString& from, const KvSimpleString& to) {
+    // Without memory for a path: an empty one would name the current directory.
+    if (from.empty() || to.empty()) {
+        return KvFileOpUtil::kBadParameters;
+    }
     if (!EndsWithSeparator(to.c_str())) {
         return copyToName(job, from, to);
     }

@@ -43,6 +43,10 @@ int __unlink(const KvStep& step, const char* path) {
 
 int xunlinkTree(const KvStep& step, const char* path) {
     KvSimpleString target = normalized(path);
+    // Without memory for the path: an empty one would name the current directory.
+    if (target.empty()) {
+        return KvFileOpUtil::kBadParameters;
+    }
     KvMatchList matches(target);
     while (matches.next()) {
         const char* const match = matches.path().c_str();
@@ -51,6 +55,9 @@ int xunlinkTree(const KvStep& step, const char* path) {
         if (result != KvFileOpUtil::kDone) {
             return result;
         }
+    }
+    if (!matches.isComplete()) {
+        return KvFileOpUtil::kBadParameters;
     }
     RemoveTrailingSeparator(target);
     const bool isDirectory = KvFileOpUtil::isDir(target.c_str());
@@ -82,5 +89,5 @@ int KvFileOpUtil::unlink(const char* path, Callback callback, CallbackEntry* ent
             return result;
         }
     }
-    return kDone;
+    return matches.isComplete() ? kDone : kBadParameters;
 }

@@ -38,7 +38,7 @@ bool visit(const char* path, KvFileOpUtil::Callback callback, KvFileOpUtil::Call
             return false;
         }
     }
-    return true;
+    return list.isComplete();
 }
 
 }  // namespace

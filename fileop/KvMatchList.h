@@ -23,6 +23,9 @@ class KvMatchList {
     [[nodiscard]] const KvSimpleString& name() const { return name_; }
     [[nodiscard]] bool isDir() const { return isDir_; }
 
+    // False when the list ended early for want of memory.
+    [[nodiscard]] bool isComplete() const { return !list_.has_value() || list_->isComplete(); }
+
   private:
     void lookUp(const KvSimpleString& path);
 

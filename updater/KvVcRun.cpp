@@ -96,14 +96,10 @@ unsigned runAction(KvIniUtil& document, bool nowaiting) {
 }
 
 void finish(const Outcome& outcome) {
-    try {
-        if (outcome.nowaiting) {
-            CleanupTempFiles(outcome.status == kStatusSuccess, g_VCTempPath, g_VelocoreDataPath);
-        } else {
-            writeResult(static_cast<int>(outcome.status));
-        }
-    } catch (const std::bad_alloc&) {
-        // What is left undone harms nobody; the run still ends in order.
+    if (outcome.nowaiting) {
+        CleanupTempFiles(outcome.status == kStatusSuccess, g_VCTempPath, g_VelocoreDataPath);
+    } else {
+        writeResult(static_cast<int>(outcome.status));
     }
 }
 
@@ -121,11 +117,7 @@ ExitCode runDescription(KvIniUtil& document, const char* staging) {
     outcome.exitCode = kExitDone;
     outcome.nowaiting = leadingNumber(document.get(kCommon, "nowaiting")) == 1;
     publishSettings(document);
-    try {
-        outcome.status = runAction(document, outcome.nowaiting);
-    } catch (const std::bad_alloc&) {
-        outcome.status = kStatusOutOfMemory;
-    }
+    outcome.status = runAction(document, outcome.nowaiting);
     finish(outcome);
     return outcome.exitCode;
 }
