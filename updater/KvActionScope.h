@@ -26,5 +26,10 @@ struct BackupScope {
     BackupScope(const BackupScope&) = delete;
     BackupScope& operator=(const BackupScope&) = delete;
 
+    // False when there was no memory for all items.
+    [[nodiscard]] bool isComplete(const updateStru& description) const {
+        return record.itemCount == description.itemCount;
+    }
+
     backupStru record{};
 };

@@ -2,132 +2,68 @@
 
 #include "fileop/KvFileOpUtil.h"
 #include "log/KvReport.h"
+#include "updater/KvAgentItem.h"
 #include "updater/KvBackupEntry.h"
 #include "updater/KvBackupName.h"
-#include "updater/KvItemStep.h"
 #include "updater/KvRunPaths.h"
 
 namespace {
 
 constexpr char kModule[] = "KvVcUpdater";
-constexpr char kNoName[] = "";
+constexpr AgentItemName kNoName = {"", "empty string"};
 constexpr int kTrue = 1;
-constexpr size_t kVersionTextCapacity = 256;
 
-// The agent's side of the rollback. One answer is kept across all items: an item for which no call
-// is made is judged by the answer of the item before it.
+// The agent's side of the undoing of one item: it goes back from its result to its origin. The
+// answer is kept across all items: one for which no call is made is judged by the item before it.
 class AgentBracket {
   public:
-    explicit AgentBracket(_PatchAgent* agent) : agent_(agent) {}
+    AgentBracket(const _PatchAgent& agent, backupItem& item, int& answer)
+        : agent_(agent),
+          item_(item),
+          versions_{&item.resultVersion, &item.originVersion},
+          texts_(item.itemClass, versions_),
+          answer_(answer) {}
 
-    void start(backupItem& item) {
-        if (agent_->version == PATCHAGENT_OLD) {
-            startOld(item);
-        } else if (agent_->version == PATCHAGENT_NEW) {
-            startNew(item);
+    void start() {
+        if (agent_.version == PATCHAGENT_OLD) {
+            (void)startOldItem(agent_, kNoName, item_.itemClass, answer_);  // see the answer above
+            if (answer_ == 0) {
+                KV_ERROR(kLevelProgress, "Start Class[%d] error but in auto rollback so ignore it",
+                         shownClass());
+            }
+        } else if (agent_.version == PATCHAGENT_NEW) {
+            answer_ = startNewItem(agent_, kNoName, item_.itemClass, item_.type, PATCHITEM_ROLLBACK,
+                                   versions_, texts_);
+            if (answer_ == 0) {
+                KV_ERROR(kLevelProgress, "Start Class[%d] error but in auto rollback ignore it",
+                         shownClass());
+            }
         }
     }
 
-    void end(backupItem& item) {
-        if (agent_->version == PATCHAGENT_OLD) {
-            endOld(item);
-        } else if (agent_->version == PATCHAGENT_NEW) {
-            endNew(item);
+    void end() {
+        if (agent_.version == PATCHAGENT_OLD) {
+            (void)endOldItem(agent_, kTrue, item_.itemClass, item_.type, versions_, answer_);
+        } else if (agent_.version == PATCHAGENT_NEW) {
+            // Shows the versions as they were before the agent saw them.
+            answer_ = endNewItem(agent_, kTrue, versions_, texts_);
         } else {
             return;
         }
         if (answer_ == 0) {
             KV_ERROR(kLevelProgress, "End Class[%d] error but in auto rollback so ignore it",
-                     static_cast<int>(item.itemClass));
+                     shownClass());
         }
     }
 
   private:
-    void startOld(const backupItem& item) {
-        switch (item.itemClass) {
-            case kClassEngine:
-                KV_INFO(kLevelProgress, "Call PatchAgent StartEngine with: empty string");
-                answer_ = agent_->StartEngine(kNoName);
-                break;
-            case kClassPattern:
-                KV_INFO(kLevelProgress, "Call PatchAgent StartPattern with: empty string");
-                answer_ = agent_->StartPattern(kNoName);
-                break;
-            case kClassProduct:
-                KV_INFO(kLevelProgress, "Call PatchAgent StartProduct with: empty string");
-                answer_ = agent_->StartProduct(kNoName);
-                break;
-            default:
-                break;
-        }
-        if (answer_ == 0) {
-            KV_ERROR(kLevelProgress, "Start Class[%d] error but in auto rollback so ignore it",
-                     static_cast<int>(item.itemClass));
-        }
-    }
+    [[nodiscard]] int shownClass() const { return static_cast<int>(item_.itemClass); }
 
-    void startNew(backupItem& item) {
-        printVersions(item);
-        if (item.itemClass == kClassProduct) {
-            KV_INFO(kLevelProgress,
-                    "Call PatchAgent StartItem with: empty string, %u, %u, 0x%x, %s, %s",
-                    item.itemClass, item.type, PATCHITEM_ROLLBACK, resultText_, originText_);
-        } else {
-            KV_INFO(kLevelProgress,
-                    "Call PatchAgent StartItem with: empty string, %u, 0x%x, 0x%x, %s, %s",
-                    item.itemClass, item.type, PATCHITEM_ROLLBACK, resultText_, originText_);
-        }
-        answer_ = agent_->StartItem(kNoName, item.itemClass, item.type, PATCHITEM_ROLLBACK,
-                                    &item.resultVersion, &item.originVersion);
-        if (answer_ == 0) {
-            KV_ERROR(kLevelProgress, "Start Class[%d] error but in auto rollback ignore it",
-                     static_cast<int>(item.itemClass));
-        }
-    }
-
-    void endOld(const backupItem& item) {
-        const unsigned from = item.resultVersion.version;
-        const unsigned to = item.originVersion.version;
-        switch (item.itemClass) {
-            case kClassEngine:
-                KV_INFO(kLevelProgress, "Call PatchAgent EndEngine with: TRUE, 0x%x, 0x%x", from,
-                        to);
-                answer_ = agent_->EndEngine(kTrue, from, to);
-                break;
-            case kClassPattern:
-                KV_INFO(kLevelProgress, "Call PatchAgent EndPattern with: TRUE, %u, %u", from << 16,
-                        to << 16);
-                answer_ = agent_->EndPattern(kTrue, patternNumberForAgent(item.type, from),
-                                             patternNumberForAgent(item.type, to));
-                break;
-            case kClassProduct:
-                KV_INFO(kLevelProgress, "Call PatchAgent EndProduct with: TRUE, 0x%x, 0x%x", from,
-                        to);
-                answer_ = agent_->EndProduct(kTrue, from, to);
-                break;
-            default:
-                break;
-        }
-    }
-
-    // Shows the versions as they were before the agent saw them.
-    void endNew(backupItem& item) {
-        KV_INFO(kLevelProgress, "Call PatchAgent EndItem with: TRUE, %s, %s", resultText_,
-                originText_);
-        answer_ = agent_->EndItem(kTrue, &item.resultVersion, &item.originVersion);
-    }
-
-    void printVersions(const backupItem& item) {
-        MakeVersionStringByClass(item.itemClass, item.resultVersion, resultText_,
-                                 sizeof resultText_);
-        MakeVersionStringByClass(item.itemClass, item.originVersion, originText_,
-                                 sizeof originText_);
-    }
-
-    _PatchAgent* agent_;
-    int answer_ = 0;
-    char resultText_[kVersionTextCapacity] = "";
-    char originText_[kVersionTextCapacity] = "";
+    const _PatchAgent& agent_;
+    backupItem& item_;
+    AgentItemVersions versions_;
+    AgentItemVersionTexts texts_;
+    int& answer_;
 };
 
 // File operations that fail are passed over here: the rest of the item is still worth undoing.
@@ -175,20 +111,21 @@ int autoRollback(_PatchAgent* agent, backupStru* run, unsigned mode) {
     if (agent == nullptr || run == nullptr || run->items == nullptr) {
         return kAutoRollbackDone;
     }
-    AgentBracket bracket(agent);
+    int answer = 0;
     for (uint64_t i = run->itemCount; i > 0; --i) {
         backupItem& item = run->items[i - 1];
         if (item.destination == nullptr) {
             continue;
         }
-        bracket.start(item);
+        AgentBracket bracket(*agent, item, answer);
+        bracket.start();
         if (mode == kUndoUpdate) {
             deleteAddedFiles(item);
         }
         if ((mode == kUndoUpdate || mode == kUndoRollback) && !moveWrittenFilesBack(item)) {
             return kAutoRollbackStopped;
         }
-        bracket.end(item);
+        bracket.end();
     }
     return kAutoRollbackDone;
 }

@@ -23,6 +23,3 @@
 // or a null argument.
 [[nodiscard]] unsigned endEachItem(int success, _PatchAgent* agent, unsigned itemClass,
                                    unsigned type, tag_Version* origin, tag_Version* result);
-
-// The number by which the old interface's agents know a pattern version.
-[[nodiscard]] unsigned patternNumberForAgent(unsigned type, unsigned version);

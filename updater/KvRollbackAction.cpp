@@ -46,7 +46,7 @@ class RollbackRun {
 
 unsigned RollbackRun::run() {
     KV_INFO(kLevelProgress, "rollbackWithPatchAgent: init auto rollback backup info done.");
-    unsigned status = startAgent();
+    unsigned status = backup_.isComplete(description_) ? startAgent() : kStatusOutOfMemory;
     if (status == kStatusSuccess) {
         status = rollbackItems();
         if (status != kStatusSuccess) {
@@ -68,9 +68,6 @@ unsigned RollbackRun::run() {
 }
 
 unsigned RollbackRun::startAgent() {
-    if (backup_.record.itemCount != description_.itemCount) {
-        return kStatusOutOfMemory;
-    }
     switch (agent_.version) {
         case PATCHAGENT_OLD:
             return startOldAgent();

@@ -4,7 +4,6 @@
 #include "fileop/KvFileOpUtil.h"
 #include "log/KvReport.h"
 #include "updater/KvActionScope.h"
-#include "updater/KvAgentPaths.h"
 #include "updater/KvAutoRollback.h"
 #include "updater/KvBackupMerge.h"
 #include "updater/KvBackupName.h"
@@ -14,48 +13,36 @@
 #include "updater/KvRebootList.h"
 #include "updater/KvRunPaths.h"
 #include "updater/KvRunStatus.h"
+#include "updater/KvUpdateAgent.h"
 
 namespace {
 
 constexpr char kModule[] = "KvVcUpdater";
 
-// Only some of the questions begin with "Call ".
-constexpr AgentPathWords kPathWords = {
-    {"Call PatchAgent GetPatternPath with", "Call PatchAgent GetPatternPath result"},
-    {"PatchAgent GetEnginePath with", "Call PatchAgent GetEnginePath result"},
-    {"PatchAgent GetProductPath with", "PatchAgent GetProductPath result"},
-};
-
 class UpdateRun {
   public:
-    UpdateRun(_PatchAgent& agent, updateStru& description)
-        : agent_(agent), description_(description), backup_(description) {}
+    UpdateRun(ActionScope& scope, UpdateAgent& talk)
+        : agent_(scope.agent),
+          description_(scope.description),
+          talk_(talk),
+          backup_(scope.description) {}
 
     unsigned run();
 
   private:
-    [[nodiscard]] bool hasNewAgent() const { return agent_.version == PATCHAGENT_NEW; }
-
-    unsigned startAgent();
-    unsigned startOldAgent();
-    unsigned startNewAgent();
     unsigned updateItems();
     unsigned updateItem(tag_ItemInfo& item, backupItem& backup);
-    unsigned copyItem(const tag_ItemInfo& item, backupItem& backup, const char* source);
-    const char* destinationOf(const tag_ItemInfo& item);
-    void endAgent();
+    unsigned copyItem(const tag_ItemInfo& item, backupItem& backup, const char* pattern);
 
     _PatchAgent& agent_;
     updateStru& description_;
+    UpdateAgent& talk_;
     BackupScope backup_;
-    AgentPaths paths_;
-    const char* destination_ = "";  // where the last item went
-    unsigned flags_ = 0;
     unsigned endAnswer_ = 0;  // of the last item
 };
 
 unsigned UpdateRun::run() {
-    unsigned status = startAgent();
+    unsigned status = backup_.isComplete(description_) ? talk_.start() : kStatusOutOfMemory;
     if (status == kStatusSuccess) {
         status = updateItems();
         if (status != kStatusSuccess) {
@@ -69,54 +56,9 @@ unsigned UpdateRun::run() {
         KV_INFO(kLevelProgress, "updateWithPatchAgent: error quit.");
         return status;
     }
-    endAgent();
+    talk_.end(endAnswer_ != 0);
     mergeBackupIni(&backup_.record, description_.backup);
     return kStatusSuccess;
-}
-
-unsigned UpdateRun::startAgent() {
-    if (backup_.record.itemCount != description_.itemCount) {
-        return kStatusOutOfMemory;
-    }
-    return hasNewAgent() ? startNewAgent() : startOldAgent();
-}
-
-unsigned UpdateRun::startOldAgent() {
-    askAgentPaths(agent_, description_, kPathWords, paths_);
-    KV_INFO(kLevelProgress, "Call PatchAgent IsRollback with: void");
-    if (agent_.IsRollback() == 0) {
-        KV_INFO(kLevelProgress, "updateWithPatchAgent: patch agent want not to rollback.");
-    }
-    flags_ = classMaskOf(description_);
-    KV_INFO(kLevelProgress, "Call PatchAgent StartPatch with: 0x%x", flags_);
-    switch (agent_.StartPatch(flags_)) {
-        case PATCH_ERROR:
-            KV_ERROR(kLevelProgress,
-                     "updateWithPatchAgent: PatchAgent StartPatch return PATCH_ERROR.");
-            return kStatusAgentFailed;
-        case PATCH_CLOSEPROGRAM:
-            KV_ERROR(kLevelProgress,
-                     "updateWithPatchAgent: PatchAgent StartPatch return PATCH_CLOSEPROGRAM.");
-            return kStatusAgentFailed;
-        default:
-            return kStatusSuccess;
-    }
-}
-
-unsigned UpdateRun::startNewAgent() {
-    KV_INFO(kLevelProgress, "Call PatchAgent StartAction with: void.");
-    switch (agent_.StartAction()) {
-        case PATCH_ERROR:
-            KV_ERROR(kLevelProgress,
-                     "updateWithPatchAgent: PatchAgent StartAction return PATCH_ERROR.");
-            return kStatusAgentFailed;
-        case PATCH_CLOSEPROGRAM:
-            KV_ERROR(kLevelProgress,
-                     "updateWithPatchAgent: PatchAgent StartAction return PATCH_CLOSEPROGRAM.");
-            return kStatusAgentFailed;
-        default:
-            return kStatusSuccess;
-    }
 }
 
 unsigned UpdateRun::updateItems() {
@@ -132,12 +74,8 @@ unsigned UpdateRun::updateItems() {
 unsigned UpdateRun::updateItem(tag_ItemInfo& item, backupItem& backup) {
     char source[kLongPathCapacity];
     constructUpdatePath(g_VCTempPath, item.itemClass, item.type, source, sizeof source);
-    if (hasNewAgent() && item.forceUpdate != 0) {
-        // Stays set for all later items, on purpose.
-        flags_ |= PATCHITEM_FORCEUPDATE;
-    }
     if (startEachItem(&agent_, item.zipFile, item.itemClass, item.type, &item.originVersion,
-                      &item.resultVersion, flags_) == 0) {
+                      &item.resultVersion, talk_.flagsFor(item)) == 0) {
         KV_ERROR(kLevelProgress, "updateWithPatchAgent: start item failed.");
         return kStatusAgentFailed;
     }
@@ -148,6 +86,8 @@ unsigned UpdateRun::updateItem(tag_ItemInfo& item, backupItem& backup) {
         KV_ERROR(kLevelProgress, "updateWithPatchAgent: malloc for blist dest failed.");
         return kStatusOutOfMemory;
     }
+    // Always fits: the staging directory's path is far shorter than the buffer.
+    (void)Strncat(source, "*", sizeof source);
     const unsigned status = copyItem(item, backup, source);
     endAnswer_ = endEachItem(status == kStatusSuccess ? 1 : 0, &agent_, item.itemClass, item.type,
                              &item.originVersion, &item.resultVersion);
@@ -177,18 +117,14 @@ unsigned statusOfCopy(int result) {
     }
 }
 
-unsigned UpdateRun::copyItem(const tag_ItemInfo& item, backupItem& backup, const char* source) {
+unsigned UpdateRun::copyItem(const tag_ItemInfo& item, backupItem& backup, const char* pattern) {
     ItemContext context{&backup, &agent_, item.destination, 0, item.itemClass, item.type};
     backup.itemClass = item.itemClass;
     backup.type = item.type;
     backup.originVersion = item.originVersion;
     backup.resultVersion = item.resultVersion;
 
-    char pattern[kLongPathCapacity];
-    Strncpy(pattern, source, sizeof pattern);
-    // A source that fills the buffer keeps its end; the copy then reports what it makes of it.
-    (void)Strncat(pattern, "*", sizeof pattern);
-    const char* destination = destinationOf(item);
+    const char* destination = talk_.destinationOf(item);
     KvFileOpUtil::CallbackEntry entry{};
     entry.cbSize = sizeof entry;
     entry.userData = &context;
@@ -196,45 +132,28 @@ unsigned UpdateRun::copyItem(const tag_ItemInfo& item, backupItem& backup, const
     return statusOfCopy(KvFileOpUtil::xcopy(pattern, destination, true, callBackForUpdate, &entry));
 }
 
-// An agent of the old interface has been asked once a class: all items of the class go there.
-const char* UpdateRun::destinationOf(const tag_ItemInfo& item) {
-    if (hasNewAgent()) {
-        destination_ = item.destination;
-    } else if (item.itemClass == kClassEngine) {
-        destination_ = paths_.engine;
-    } else if (item.itemClass == kClassPattern) {
-        destination_ = paths_.pattern;
-    } else if (item.itemClass == kClassProduct) {
-        destination_ = paths_.product;
-    }
-    return destination_;
+template <typename Talk>
+unsigned updateWith(ActionScope& scope) {
+    Talk talk(scope.agent, scope.description);
+    return UpdateRun(scope, talk).run();
 }
 
-void UpdateRun::endAgent() {
-    if (hasNewAgent()) {
-        KV_INFO(kLevelProgress, "Call PatchAgent EndAction with: void");
-        (void)agent_.EndAction();  // the update is done whatever the agent says
-        return;
-    }
-    const bool accepted = endAnswer_ != 0;
-    KV_INFO(kLevelProgress, "Call PatchAgent EndPatch with: %s", accepted ? "TRUE" : "FALSE");
-    (void)agent_.EndPatch(accepted ? 1 : 0);  // as above
-}
-
-bool loadAgent(ActionScope& scope) {
+// Loads the agent and carries out the update; the interface is chosen here and nowhere else.
+unsigned updateByInterface(ActionScope& scope) {
     switch (scope.description.patchAgentVersion) {
         case PATCHAGENT_OLD:
             KV_INFO(kLevelProgress, "update: update with old patch agent.");
             loadOldPatchAgent(scope.description.patchAgentFile, &scope.agent);
-            return true;
-        case PATCHAGENT_NEW:
+            return updateWith<OldUpdateAgent>(scope);
+        default:
             KV_INFO(kLevelProgress, "update: update with new patch agent.");
             loadNewPatchAgent(scope.description.patchAgentFile, &scope.agent);
-            return true;
-        default:
-            KV_ERROR(kLevelProgress, "update: unknown patch agent version number.");
-            return false;
+            return updateWith<NewUpdateAgent>(scope);
     }
+}
+
+bool isKnownInterface(unsigned version) {
+    return version == PATCHAGENT_OLD || version == PATCHAGENT_NEW;
 }
 
 }  // namespace
@@ -250,14 +169,16 @@ unsigned update(KvIniUtil* document) {
         KV_INFO(kLevelProgress, "update: vcpatch ini contains no items.");
         return kStatusNothingToUpdate;
     }
-    if (!loadAgent(scope)) {
+    if (!isKnownInterface(scope.description.patchAgentVersion)) {
+        KV_ERROR(kLevelProgress, "update: unknown patch agent version number.");
         return kStatusBadDescription;
     }
-    const unsigned status = UpdateRun(scope.agent, scope.description).run();
+    const unsigned status = updateByInterface(scope);
     if (status != kStatusSuccess) {
         KV_ERROR(kLevelProgress, "update: updateWithPatchAgent failed.");
         DropRebootList();
         return status;
     }
-    return WriteRebootList() || g_RebootForNewFile ? kStatusRebootRequired : kStatusSuccess;
+    const bool isRebootListed = WriteRebootList();
+    return isRebootListed || g_RebootForNewFile ? kStatusRebootRequired : kStatusSuccess;
 }
