@@ -17,9 +17,9 @@ namespace {
 constexpr int64_t kNanosecond = 1;
 constexpr int64_t kSecond = 1000000000;
 
-// Longer than a tick of any clock that stamps files to fractions of a second; where stamps are
-// whole seconds, at most two of them, a longer time is waited for.
-constexpr int64_t kSettledWindow = kSecond / 5;
+// Several ticks of any clock that stamps files to fractions of a second; where stamps are whole
+// seconds, at most two of them, a longer time is waited for.
+constexpr int64_t kSettledWindow = kSecond / 20;
 constexpr int64_t kCoarseWindow = 3 * kSecond;
 
 constexpr std::string_view kNameStart = "backup.";
