@@ -125,6 +125,7 @@ bool mergeItem(const backupStru& run, const backupItem& item, uint32_t& touched)
 }
 
 void abandonItem(const backupItem& item) {
+    // Kept: "faild", which searches of the log rely on.
     KV_ERROR(kLevelProgress, "Merge backup ini faild");
     KV_INFO(kLevelProgress, "Remove auto-rollback files");
     deleteWrittenBackups(item, item, DeletionReport::kLogged);

@@ -245,6 +245,7 @@ unsigned rollback(KvIniUtil* document) {
             return rollBackWithNewAgent(scope);
         default:
             // Reported as success on purpose: the caller is told in the log only.
+            // Kept: "unkown"; whoever searches the logs searches for it.
             KV_ERROR(kLevelProgress, "rollback: unkown patch agent version number.");
             return kStatusSuccess;
     }

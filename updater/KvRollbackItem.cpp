@@ -153,6 +153,7 @@ bool ItemRollback::takeAnswer(const RollbackFile& file, const char* copy) {
             }
             return status_ == kItemLeftFiles;
         default:
+            // Kept: no blank behind the colon, which searches of the log rely on.
             KV_ERROR(kLevelProgress, "rollbackItem:unknown action for checkfile.");
             return true;
     }
@@ -194,6 +195,7 @@ int findRecord(const char* destination, char (&path)[kLongPathCapacity]) {
     struct stat status {};
     if (CatURIWithPath(path, sizeof path, path, kBackupRecordName) != 0 ||
         stat(path, &status) != 0) {
+        // Kept: "doesnot", which searches of the log rely on.
         KV_ERROR(kLevelProgress, "rollbackItem: %s doesnot exist.", path);
         return kItemNoRecord;
     }
