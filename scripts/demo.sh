@@ -16,48 +16,139 @@ case "${1:-}" in
     *) fail "usage: scripts/demo.sh [--keep]" ;;
 esac
 
+export LC_ALL=C # one order of names for all tools
 build=build/demo
-zones=/usr/share/zoneinfo
-failures=0
+least=1000 most=5000 # files of the large item
+failures=0 child='' verdict=''
+
+work=$(mktemp -d)
+export TMPDIR=$work # the compilers', too
+app=$work/app
+vc=$work/vc
+staging=$work/staging
+log=$vc/VC_Data/VC_Log/KvuDump.txt
+record=$app/pattern/VC_Backup/VcBackup.ini
+
+# However the script ends: stops what still runs, takes the folder away, and says so when the
+# verdict was never reached.
+finish() {
+    local code=$?
+    trap - EXIT
+    if [ -n "$child" ]; then
+        { kill -- "-$child" && wait "$child"; } 2>/dev/null || true
+    fi
+    line ""
+    if [ "$keep" = yes ]; then
+        tell "Kept: $work"
+    else
+        # Once more where something that was just stopped was still writing.
+        rm -rf "$work" 2>/dev/null || { sleep 1 && rm -rf "$work"; }
+    fi
+    if [ -z "$verdict" ]; then
+        verdict="The demonstration failed: it did not come to its end."
+        [ "$code" -ne 0 ] || code=1
+    fi
+    printf '%s\n' "$verdict"
+    exit "$code"
+}
+trap finish EXIT
+trap 'exit 130' HUP INT TERM
 
 tell() { printf '    %s\n' "$@"; }
-show() { sed 's/^/    | /'; }
+show() { awk '{ print "    | " $0 }'; } # ends the last line, too
+line() { [ ! -t 1 ] || printf '\r\033[K%s' "$1"; }
+
+# show_part FILE COMMAND...: what the command prints of the file; a file that is missing is said.
+show_part() {
+    local file=$1
+    shift
+    if [ -f "$file" ]; then "$@" <"$file" | show; else tell "(there is no ${file#"$work/"})"; fi
+}
+
+# watch TEXT COMMAND...: runs the command and leaves its status in `watched`. On a terminal a line
+# says every second for how long it has been running. The command is a process group of its own, so
+# that it can be stopped with all that it has started.
+watch() {
+    local text=$1 ticks=0
+    shift
+    set -m
+    "$@" >"$work/output" 2>&1 </dev/null &
+    child=$!
+    set +m
+    while kill -0 "$child" 2>/dev/null; do
+        if [ $((ticks % 10)) -eq 0 ] && [ "$ticks" -gt 0 ]; then
+            line "    $text ... $((ticks / 10)) s"
+        fi
+        ticks=$((ticks + 1))
+        sleep 0.1
+    done
+    watched=0
+    wait "$child" || watched=$?
+    child=
+    line ""
+}
+
+# progress TEXT COMMAND...: a step without which there is nothing to show.
+progress() {
+    watch "$@"
+    if [ "$watched" -ne 0 ]; then
+        tail -n 40 "$work/output"
+        fail "failed: $1"
+    fi
+    tell "$1 ... done"
+}
 
 # expect TEXT COMMAND...: one thing that must be so; the verdict counts those that are not.
 expect() {
-    local text=$1
-    shift
-    if "$@"; then
-        printf '    ok      %s\n' "$text"
+    watch "$@"
+    if [ "$watched" -eq 0 ]; then
+        tell "ok      $1"
     else
-        printf '    NOT SO  %s\n' "$text"
+        tell "NOT SO  $1"
         failures=$((failures + 1))
     fi
 }
 
-# progress TEXT COMMAND...: runs the command; says every second for how long it has been running.
-progress() {
-    local text=$1 log seconds=0
-    shift
-    log=$(mktemp)
-    "$@" >"$log" 2>&1 &
-    local child=$!
-    while kill -0 "$child" 2>/dev/null; do
-        sleep 0.2
-        seconds=$((seconds + 1))
-        if [ $((seconds % 5)) -eq 0 ]; then
-            printf '\r    %s ... %d s ' "$text" $((seconds / 5))
-        fi
-    done
-    if ! wait "$child"; then
-        printf '\n'
-        cat "$log"
-        rm -f "$log"
-        fail "failed: $text"
-    fi
-    rm -f "$log"
-    printf '\r    %s ... done   \n' "$text"
+files_below() { { find "$1" -type f 2>/dev/null || true; } | wc -l | tr -d ' '; }
+
+# Below a destination: every file but those of the backup store, given to a command.
+each_file() { find . -path ./VC_Backup -prune -o -type f -exec "$@" {} +; }
+
+# Time of last change in seconds, and the name; one `stat` for Linux, one for macOS.
+times() { each_file stat -c '%Y %n' 2>/dev/null || each_file stat -f '%m %N'; }
+
+# snapshot NAME: one line for every file below the destinations: path, checksum, size, time.
+snapshot() {
+    local name
+    for name in pattern engine product; do
+        (cd "$app/$name" && { each_file cksum; times; }) | awk -v name="$name" '
+            { at = index($0, "./"); path = name substr($0, at + 1) }
+            { facts[path] = facts[path] substr($0, 1, at - 1) }
+            END { for (path in facts) print path "\t" facts[path] }'
+    done | sort >"$work/$1"
+    (cd "$app" && find pattern engine product -type d | sort) >"$work/$1.dirs"
 }
+
+# what_changed BEFORE AFTER: what became of the files between two snapshots; of each kind the first
+# one, the last one and one of the middle are shown.
+what_changed() {
+    awk -F '\t' -v OFS='\t' 'NR == FNR { was[$1] = $2; next }
+        !($1 in was) { print "added", $1; next }
+        { print (was[$1] == $2 ? "left alone" : "replaced"), $1; delete was[$1] }
+        END { for (path in was) print "removed", path }' "$work/$1" "$work/$2" |
+        sort >"$work/changes"
+    tell "What changed: $(changes replaced) replaced, $(changes added) added, \
+$(changes removed) removed, $(changes 'left alone') left alone. For example:"
+    awk -F '\t' 'NR == FNR { total[$1]++; next }
+        { n = ++seen[$1] }
+        n == 1 || n == total[$1] || n == int((total[$1] + 1) / 2) { printf "%-10s  %s\n", $1, $2 }
+        ' "$work/changes" "$work/changes" | show
+}
+changes() { awk -F '\t' -v kind="$1" '$1 == kind { n++ } END { print n + 0 }' "$work/changes"; }
+
+status_is() { grep -q -x "result=$1" "$staging/VcResult.ini"; }
+same() { cmp -s "$work/$1" "$work/$2"; }
+same_tree() { diff -rq -x VC_Backup "$1" "$2"; }
 
 build_tool() {
     cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
@@ -65,68 +156,32 @@ build_tool() {
     cmake --build "$build" --target VcPatch product_agent
 }
 
-# Time of last change in seconds, and the name; one `stat` for Linux, one for macOS.
-times() {
-    if stat -c '%Y %n' . >/dev/null 2>&1; then
-        find . -path ./VC_Backup -prune -o -type f -exec stat -c '%Y %n' {} + | sort
-    else
-        find . -path ./VC_Backup -prune -o -type f -exec stat -f '%m %N' {} + | sort
-    fi
-}
-
-# Every file below the destinations with checksum and time, the backup stores left out.
-snapshot() {
-    local name
-    for name in pattern engine product; do
-        (cd "$app/$name" &&
-            { find . -path ./VC_Backup -prune -o -type f -exec cksum {} + | sort; times; })
+# A real tree of the system, as plain files in $work/tree, and its own place in $work/origin. Names
+# that the tool does not take are left out, and what goes beyond $most files.
+take_tree() {
+    local tree
+    for tree in /usr/share/zoneinfo /usr/share/doc /usr/include /usr/share/man; do
+        rm -rf "$work/tree"
+        mkdir "$work/tree"
+        # What cannot be read, or leads nowhere, is passed over.
+        cp -RL "$tree/." "$work/tree" 2>/dev/null || true
+        chmod -R u+rwX "$work/tree"
+        (cd "$work/tree" && find . -type f | sort |
+            awk -v most="$most" '/[,*?\\]/ || / $/ || ++n > most' | tr '\n' '\0' | xargs -0 rm -f)
+        if [ "$(files_below "$work/tree")" -gt "$least" ]; then
+            echo "$tree" >"$work/origin"
+            return
+        fi
     done
+    echo "no tree of the system has more than $least files"
+    return 1
 }
 
-count_files() { find -L "$1" -path "$1/VC_Backup" -prune -o -type f -print | wc -l | tr -d ' '; }
-
-# describe ACTION: the description that a downloader would write beside the staged files.
-describe() {
-    cat >"$staging/VcPatch.ini" <<END
-[common]
-action=$1
-velocore_path=$vc
-itemcount=3
-patchagent.version=1
-patchagent=$agent
-backup=1
-[item_0]
-class=3
-type=5
-origin.version=100
-result.version=101
-destination=$app/pattern
-[item_1]
-class=2
-type=4
-origin.version=5.1.1000
-result.version=5.2.1001
-destination=$app/engine
-[item_2]
-class=1
-type=7
-origin.version=1.0
-result.version=1.1
-destination=$app/product
-item.zip=product.zip
-END
-}
-
-run_tool() { progress "$1" "$tool" "$staging"; }
-status() { sed -n 's/^result=//p' "$staging/VcResult.ini"; }
-status_is() { [ "$(status)" = "$1" ]; }
-same() { cmp -s "$work/$1" "$work/$2"; }
-different() { ! same "$1" "$2"; }
-
-# What a machine has before the update: older time zones, some of them missing, and older builds.
+# What a machine has before the update: an older tree with gaps, older builds, the user's own files.
 install_old() {
-    mkdir -p "$app/pattern" "$app/engine" "$app/product" "$vc"
-    cp -RL "$zones/." "$app/pattern"
+    mkdir -p "$app/engine" "$app/product/data" "$vc"
+    printf '[Debug]\nlog_size=100\n' >"$vc/vccfg.ini"
+    cp -R "$work/tree" "$app/pattern"
     local n=0 file
     while IFS= read -r file; do
         n=$((n + 1))
@@ -137,89 +192,112 @@ install_old() {
     done
     printf 'version 1.0\n' >"$app/product/product.txt"
     printf 'colour=green\n' >"$app/product/settings.conf"
+    printf 'mine\n' | tee "$app/product/data/letters.txt" >"$app/product/data/orders.txt"
     find "$app" -type f -exec touch -t 202001010000 {} +
 }
 
 # What a downloader has fetched.
 stage_new() {
-    mkdir -p "$staging/3/5" "$staging/2/4" "$staging/1/7/help"
-    cp -RL "$zones/." "$staging/3/5"
+    mkdir -p "$staging/3" "$staging/2/4" "$staging/1/7/help"
+    cp -R "$work/tree" "$staging/3/5"
     cp "$build"/*/libkv_*.a "$staging/2/4"
     printf 'version 1.1\n' >"$staging/1/7/product.txt"
     printf 'what is new\n' >"$staging/1/7/help/news.txt"
     printf 'colour=blue\n' >"$staging/1/7/settings.conf"
 }
 
+stage_bad() {
+    find "$staging/3/5" -type f -exec sh -c 'for f; do printf newer >>"$f"; done' sh {} +
+    printf 'version 1.2\n' >"$staging/1/7/product.txt"
+    printf 'who made this?\n' >"$staging/1/7/unsigned.bin"
+}
+
+# item CLASS TYPE FROM TO DESTINATION: the next item of a description.
+item() {
+    printf '[item_%s]\nclass=%s\ntype=%s\n' "$items" "$1" "$2"
+    printf 'origin.version=%s\nresult.version=%s\ndestination=%s\n' "$3" "$4" "$app/$5"
+    items=$((items + 1))
+}
+
+# describe ACTION: the description that a downloader would write beside the staged files.
+describe() {
+    items=0
+    {
+        printf '[common]\naction=%s\nvelocore_path=%s\nitemcount=3\n' "$1" "$vc"
+        printf 'patchagent.version=1\npatchagent=%s\nbackup=1\n' "$agent"
+        item 3 5 100 101 pattern
+        item 2 4 5.1.1000 5.2.1001 engine
+        item 1 7 1.0 1.1 product
+    } >"$staging/VcPatch.ini"
+    rm -f "$staging/VcResult.ini"
+}
+
 say "Building the tool and the example's patch agent"
-require_packages compiler cmake ninja zoneinfo
+require_packages compiler cmake ninja
 mkdir -p build
 progress "cmake and ninja" build_tool
-
-work=$(mktemp -d)
-if [ "$keep" = no ]; then
-    trap 'rm -rf "$work"' EXIT
-fi
-app=$work/app
-vc=$work/vc
-staging=$work/staging
 tool=$PWD/$build/updater/VcPatch
-agent=$(find "$PWD/$build/examples" -name 'product_agent.*' -not -name '*.dir' | head -n 1)
+agent=$(find "$PWD/$build/examples" -name 'product_agent.*' -type f | sed -n 1p)
 
 say "A machine with an older product on it"
-progress "installing time zones, libraries and a product" install_old
-tell "$(count_files "$app/pattern") time zone files as a pattern, $(count_files "$app/engine") libraries as an engine," \
-    "and a product with its own settings."
-snapshot >"$work/before"
+progress "finding a real tree of more than $least files" take_tree
+origin=$(cat "$work/origin")
+progress "installing $origin, libraries and a product" install_old
+progress "noting every file" snapshot before
+tell "$(files_below "$app/pattern") files of $origin as a pattern, made older, some missing;" \
+    "$(files_below "$app/engine") libraries as an engine; a product with the user's own files."
 
 say "An update"
 tell "The downloader has staged three items and written VcPatch.ini beside them."
-progress "staging $zones and the project's own libraries" stage_new
+progress "staging $(files_below "$work/tree") files of $origin, and the rest" stage_new
 describe 0
-run_tool "VcPatch applies the update"
-snapshot >"$work/updated"
+expect "VcPatch applies the update, and its exit code is 0" "$tool" "$staging"
+progress "noting every file" snapshot updated
 tell "VcResult.ini, which the caller reads:"
-show <"$staging/VcResult.ini"
-tell "Saved before they were overwritten: $(find "$app/pattern/VC_Backup/3/5" -type f | wc -l | tr -d ' ') files. Their record begins so:"
-head -n 12 "$app/pattern/VC_Backup/VcBackup.ini" | show
+show_part "$staging/VcResult.ini" cat
+what_changed before updated
+tell "Saved first: $(files_below "$app/pattern/VC_Backup/3/5") files. Their record begins so:"
+show_part "$record" sed -n 1,12p
 tell "The end of the log:"
-tail -n 6 "$vc/VC_Data/VC_Log/KvuDump.txt" | show
+show_part "$log" tail -n 6
 expect "the status is 0" status_is 0
-expect "the time zones are the system's own" diff -rq -x VC_Backup "$staging/3/5" "$app/pattern"
-expect "the libraries are the new ones" diff -rq -x VC_Backup "$staging/2/4" "$app/engine"
-expect "the product is new" cmp -s "$staging/1/7/product.txt" "$app/product/product.txt"
+expect "the pattern is the new one" same_tree "$staging/3/5" "$app/pattern"
+expect "the libraries are the new ones" same_tree "$staging/2/4" "$app/engine"
+expect "the product is new" cmp "$staging/1/7/product.txt" "$app/product/product.txt"
 expect "the agent has kept the user's settings" grep -q green "$app/product/settings.conf"
 
 say "An update that fails half-way"
 tell "The product's agent does not like one of the staged files and answers with an error." \
     "The items before it have been copied by then; everything is put back."
-printf 'version 1.2\n' >"$staging/1/7/product.txt"
-printf 'who made this?\n' >"$staging/1/7/unsigned.bin"
-find "$staging/3/5" -type f -exec sh -c 'for f; do printf newer >>"$f"; done' sh {} +
-run_tool "VcPatch tries"
-snapshot >"$work/failed"
+progress "staging newer files and a bad one" stage_bad
+describe 0
+mv "$log" "$work/update.log" 2>/dev/null || true # the next one tells of this run alone
+expect "VcPatch tries, and its exit code is 0" "$tool" "$staging"
+progress "noting every file" snapshot failed
+put_back=$({ grep -a 'autoRollback moving files' "$log" 2>/dev/null || true; } | wc -l | tr -d ' ')
 tell "The log says why:"
-grep -a -E 'check file failed|auto rollback' "$vc/VC_Data/VC_Log/KvuDump.txt" | tail -n 3 | show
+{ grep -a -E 'check file failed|auto rollback' "$log" 2>/dev/null || true; } | tail -n 3 | show
+what_changed updated failed
 expect "the status is 60: the agent failed" status_is 60
+expect "$put_back files had been replaced by then, more than $least" test "$put_back" -gt "$least"
 expect "every file is what it was before, content and time" same updated failed
 
 say "A rollback on request"
 tell "The first update is undone from the backup store: saved files go back, added ones go away."
 describe 1
-run_tool "VcPatch rolls back"
-snapshot >"$work/after"
-show <"$staging/VcResult.ini"
+expect "VcPatch rolls back, and its exit code is 0" "$tool" "$staging"
+progress "noting every file" snapshot after
+show_part "$staging/VcResult.ini" cat
+what_changed updated after
+tell "Directories that the update made stay:"
+comm -13 "$work/before.dirs" "$work/after.dirs" | { grep -v /VC_Backup/ || true; } | show
 expect "the status is 0" status_is 0
-expect "the update had changed something" different before updated
 expect "every file is what it was at the start, content and time" same before after
-expect "the record holds no items any more" grep -q '^itemcount=0' "$app/pattern/VC_Backup/VcBackup.ini"
+expect "the record holds no items any more" grep -q '^itemcount=0' "$record"
 
 say "Verdict"
-if [ "$keep" = yes ]; then
-    tell "Kept: $work"
-fi
-if [ "$failures" -eq 0 ]; then
-    echo "The demonstration went as it should: updated, undone after a failure, rolled back."
-else
-    echo "The demonstration failed: $failures of its expectations did not hold."
+if [ "$failures" -ne 0 ]; then
+    verdict="The demonstration failed: $failures of its expectations did not hold."
     exit 1
 fi
+verdict="The demonstration went as it should: updated, undone after a failure, rolled back."

@@ -38,7 +38,6 @@ is_present() {
         clang) command -v clang++ >/dev/null && has_sanitizers ;;
         clang-format) command -v clang-format >/dev/null ;;
         clang-tidy) command -v clang-tidy >/dev/null ;;
-        zoneinfo) [ -d /usr/share/zoneinfo/Europe ] ;;
         *) fail "packages.sh: unknown name $1" ;;
     esac
 }
@@ -50,7 +49,6 @@ debian_package() {
         googletest) echo libgtest-dev libgmock-dev ;;
         benchmark) echo libbenchmark-dev ;;
         clang) echo clang libclang-rt-dev ;;
-        zoneinfo) echo tzdata ;;
         *) echo "$1" ;;
     esac
 }
