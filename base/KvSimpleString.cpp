@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -11,9 +12,8 @@ constexpr size_t kMinCapacity = 255;
 // More than any allocation can give, and small enough for the growth rule not to wrap around.
 constexpr size_t kHopelessCount = SIZE_MAX / 8;
 
-// Writable, so that a careless write past the end harms no string; it is the one state that
-// strings have in common.
-// What `operator[]` refers to past the end of any string.
+// What `operator[]` refers to past the end of any string. Writable, so that a careless write there
+// harms no string; it is the one state that strings have in common.
 char s_nul = '\0';
 
 }  // namespace
@@ -137,7 +137,9 @@ KvSimpleString& KvSimpleString::replace(size_type pos, size_type count, const ch
     memcpy(result.chars_ + prefix, text != nullptr ? text : "", middle);
     memcpy(result.chars_ + prefix + middle, c_str() + after, suffix + 1);
     result._getData()->length = prefix + middle + suffix;
-    return *this = static_cast<KvSimpleString&&>(result);
+    // Not by assignment: the new block is taken even where it is the smaller one.
+    std::swap(chars_, result.chars_);
+    return *this;
 }
 
 int KvSimpleString::compare(const char* text) const {
@@ -205,10 +207,13 @@ KvSimpleString& KvSimpleString::operator=(const KvSimpleString& other) {
 }
 
 KvSimpleString& KvSimpleString::operator=(KvSimpleString&& other) noexcept {
+    // A smaller block is copied from and not taken over, because blocks never shrink.
+    const uint64_t mine = chars_ != nullptr ? _getData()->capacity : 0;
+    if (other.chars_ == nullptr || other._getData()->capacity < mine) {
+        return *this = std::as_const(other);
+    }
     // The block of this string dies with `other`.
-    char* mine = chars_;
-    chars_ = other.chars_;
-    other.chars_ = mine;
+    std::swap(chars_, other.chars_);
     return *this;
 }
 
@@ -225,7 +230,8 @@ KvSimpleString::size_type KvSimpleString::_safeStrLen(const char* text) {
 }
 
 // Points the string at a new block for `count` characters and releases the old one; callers copy
-// what they need first. A negative count does nothing. False when there is no new block.
+// what they need first. A negative count does nothing. False when there is no new block. The count
+// has 64 bits, because an int does not hold twice the capacity of a text of a gigabyte.
 bool KvSimpleString::_allocBuffer(int64_t count) {
     if (count < 0 || static_cast<uint64_t>(count) >= kHopelessCount) {
         return false;

@@ -5,8 +5,8 @@
 // (length, capacity) stands just before the characters in the same heap block. Every string owns
 // its block; copies never share one.
 //
-// A block holds at least 255 characters and never shrinks. When an allocation fails the operation
-// leaves the string as it was.
+// A block holds at least 255 characters and never shrinks except by replace. When an allocation
+// fails the operation leaves the string as it was.
 #pragma once
 
 #include <cstddef>

@@ -2,8 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstring>
 #include <string>
-#include <type_traits>
+#include <utility>
 
 #include "base/KvSimpleString.h"
 #include "tests/base/StringBlock.h"
@@ -81,6 +82,31 @@ TEST(KvSimpleStringBlock, AssigningKeepsABlockThatIsLargeEnough) {
     EXPECT_EQ(text.c_str(), place);
     text.assign(std::string(1001, 'z').c_str());
     EXPECT_EQ(blockOf(text).capacity, 1001u);
+}
+
+TEST(KvSimpleStringBlock, ABlockDoesNotShrinkWhenAResultIsAssigned) {
+    KvSimpleString text = ofLength(1000);
+    text = KvSimpleString("short");
+    EXPECT_STREQ(text.c_str(), "short");
+    EXPECT_EQ(blockOf(text).capacity, 1000u);
+    text = ofLength(999);
+    EXPECT_EQ(text.length(), 999u);
+    EXPECT_EQ(blockOf(text).capacity, 1000u);
+    text = KvSimpleString();
+    ASSERT_EQ(text.rfind(""), 0u) << "it still has its block";
+    EXPECT_EQ(blockOf(text).capacity, 1000u);
+}
+
+TEST(KvSimpleStringBlock, ABlockThatIsAtLeastAsLargeIsTakenOver) {
+    KvSimpleString text("old");
+    KvSimpleString result = ofLength(300);
+    const char* place = result.c_str();
+    text = std::move(result);
+    EXPECT_EQ(text.c_str(), place);
+    KvSimpleString& same = text;
+    text = std::move(same);
+    EXPECT_EQ(text.c_str(), place);
+    EXPECT_EQ(text.length(), 300u);
 }
 
 TEST(KvSimpleStringBlock, ReplaceMakesABlockOfTheSizeOfItsResult) {

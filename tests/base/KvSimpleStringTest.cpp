@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "tests/support/GuardedBuffer.h"
@@ -61,8 +62,14 @@ TEST(KvSimpleString, PastTheEndStandsOneNulThatAllStringsShare) {
     EXPECT_STREQ(other.c_str(), "x");
     EXPECT_EQ(&shortOne[99], &other[1]);
     EXPECT_EQ(&shortOne[3], &static_cast<const KvSimpleString&>(other)[npos]);
+    EXPECT_EQ(other[1], '!') << "what one string wrote there, every other one reads";
+    EXPECT_EQ(KvSimpleString()[0], '!');
+    EXPECT_STREQ(KvSimpleString().c_str(), "") << "a text of its own";
     shortOne[99] = '\0';
+}
 
+TEST(KvSimpleString, GivesItsCharactersToReadAndToWrite) {
+    KvSimpleString shortOne("abc");
     shortOne[2] = 'C';
     EXPECT_STREQ(shortOne.c_str(), "abC");
     EXPECT_EQ(static_cast<const KvSimpleString&>(shortOne)[1], 'b');
@@ -78,6 +85,7 @@ TEST(KvSimpleString, FindsACharacterForwards) {
     EXPECT_EQ(text.find('c', npos), npos);
     EXPECT_EQ(withNul().find('c', 0), npos) << "the search stops at an embedded NUL";
     EXPECT_EQ(withNul().find('c', 3), 3u);
+    EXPECT_EQ(withNul().find('\0'), 2u) << "the NUL itself is found";
 }
 
 TEST(KvSimpleString, FindsATextForwards) {
@@ -271,6 +279,25 @@ TEST(KvSimpleString, Adds) {
     EXPECT_STREQ((left + kNull).c_str(), "ab");
     EXPECT_STREQ((kNull + left).c_str(), "ab");
     EXPECT_STREQ((KvSimpleString() + KvSimpleString()).c_str(), "");
+}
+
+TEST(KvSimpleString, CopiesAndSumsKeepWhatFollowsAnEmbeddedNul) {
+    const KvSimpleString source = withNul();
+    KvSimpleString assigned("old");
+    assigned = source;
+    KvSimpleString moved("old");
+    moved = withNul();
+    KvSimpleString appended;
+    appended.append(source);
+    for (const KvSimpleString& same : {KvSimpleString(source), assigned, moved, appended}) {
+        EXPECT_EQ(std::string(same.c_str(), same.length()), std::string("ab\0cd", 5));
+    }
+
+    const KvSimpleString sums[] = {source + source, source + "ab" + KvSimpleString("\0cd", 3),
+                                   "ab" + KvSimpleString("\0cd", 3) + source};
+    for (const KvSimpleString& sum : sums) {
+        EXPECT_EQ(std::string(sum.c_str(), sum.length()), std::string("ab\0cdab\0cd", 10));
+    }
 }
 
 TEST(KvSimpleString, GrowsByManySmallAppendsLikeAnyText) {
