@@ -20,14 +20,18 @@ class KvSimpleVector {
     [[nodiscard]] size_t size() const { return size_; }
     [[nodiscard]] bool empty() const { return size_ == 0; }
 
-    // Deletes all elements and the array.
+    // Deletes all elements and the array. The capacity becomes 0, too, whatever it was at first: a
+    // list that is cleared and filled again would else grow with every round. A grow step that was
+    // raised stays.
     void clear() { _clear(true); }
 
   protected:
-    // Frees the array, and the elements with it when `deleteElements` is set; size becomes 0.
+    // Frees the array, and the elements with it when `deleteElements` is set; size and capacity
+    // become 0.
     virtual void _clear(bool deleteElements) = 0;
-    // Moves the elements into a zero-filled array of `newCapacity` slots; size becomes 0 and is
-    // restored by the caller. Leaves everything as it was when there is no memory.
+    // Moves the elements into a zero-filled array of `newCapacity` slots and frees the old one by
+    // `_clear(false)`; so size becomes 0, and the caller restores it. Leaves everything as it was
+    // when there is no memory.
     virtual void _alloc(unsigned long newCapacity) = 0;
 
     uint64_t capacity_;
