@@ -72,8 +72,9 @@ void Str_ToUpper(char* text);
 // valid buffer. A null buffer or a size of 0 writes nothing and gives null; a null `src` is "".
 char* Strncpy(char* dst, const char* src, size_t size);
 
-// Appends what fits and returns where the appended text begins. Null, with nothing changed, when
-// the buffer is already full, null or of size 0.
+// Appends what fits and returns where the appended text begins. The last byte of the buffer becomes
+// a NUL, too; what stands between stays. Null, with nothing changed, when the buffer is already
+// full, null or of size 0.
 char* Strncat(char* dst, const char* src, size_t size);
 
 // Format into the buffer; both return the length of what is stored, not of what was wanted. A null

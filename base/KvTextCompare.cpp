@@ -66,10 +66,12 @@ int Str_Find(const char* text, const char* pattern, bool caseSensitive) {
 }
 
 bool Str_EndWith(const char* text, const char* suffix, bool caseSensitive) {
-    if (text == nullptr || suffix == nullptr || strlen(suffix) > strlen(text)) {
+    if (text == nullptr || suffix == nullptr) {
         return false;
     }
+    const size_t length = strlen(text);
+    const size_t wanted = strlen(suffix);
     // The first occurrence decides, as the header says; -1 is no length and never equal.
-    return static_cast<size_t>(Str_Find(text, suffix, caseSensitive)) ==
-           strlen(text) - strlen(suffix);
+    return wanted <= length &&
+           static_cast<size_t>(Str_Find(text, suffix, caseSensitive)) == length - wanted;
 }

@@ -1,7 +1,10 @@
 // Copying, appending and formatting into buffers; trimming and changing texts in place.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstdarg>
+#include <cstring>
 #include <string>
 
 #include "base/KvScoped.h"
@@ -57,6 +60,12 @@ TEST(KvTextBuffer, StrncatAppendsWhatFits) {
         EXPECT_EQ(std::string(buffer.data()), (before + source).substr(0, size - 1));
         EXPECT_TRUE(buffer.isIntact());
     }
+}
+
+TEST(KvTextBuffer, StrncatEndsTheBufferAndLeavesWhatLiesBetween) {
+    std::string buffer("abc\0xxxxxx", 10);
+    EXPECT_EQ(Strncat(buffer.data(), "d", buffer.size()), buffer.data() + 3);
+    EXPECT_EQ(buffer, std::string("abcd\0xxxx\0", 10));
 }
 
 TEST(KvTextBuffer, StrncatIntoAFullBufferChangesNothing) {
