@@ -11,14 +11,12 @@ void KvSimpleIStream::open(const char* path, int mode) {
 }
 
 KvSimpleIStream& KvSimpleIStream::read(char* buf, size_t n) {
-    lastCount = 0;
-    if (buf == nullptr || usable() == nullptr) {
-        add(badBit);
-        return *this;
-    }
+    const bool possible = buf != nullptr && usable() != nullptr;
     // Also once the end was reached: reading goes by the file, not by the bits of earlier calls.
-    lastCount += fread(buf, 1, n, usable());
-    if (lastCount < n) {
+    lastCount = possible ? fread(buf, 1, n, usable()) : 0;
+    if (!possible) {
+        add(badBit);
+    } else if (lastCount < n) {
         add(eofBit);
     }
     return *this;

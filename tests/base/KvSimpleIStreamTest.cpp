@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "base/KvSimpleStream.h"
@@ -264,7 +266,10 @@ TEST(KvSimpleIStream, WithoutAFileEverythingIsBad) {
 }
 
 TEST_F(KvSimpleIStreamTest, ANullBufferIsBad) {
-    on("abc").read(nullptr, 3);
+    char byte = 'x';
+    on("abc").read(&byte, 1);
+    EXPECT_EQ(stream_.gcount(), 1u);
+    stream_.read(nullptr, 3);
     EXPECT_EQ(stream_.rdstate(), kBad);
     EXPECT_EQ(stream_.gcount(), 0u);
     on("abc").getline(nullptr, 3);

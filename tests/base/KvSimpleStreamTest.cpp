@@ -8,6 +8,7 @@
 
 #include <map>
 #include <string>
+#include <type_traits>
 
 #include "base/KvScoped.h"
 #include "tests/support/TempTree.h"
@@ -128,6 +129,10 @@ TEST(KvSimpleStream, NullEmptyAndOverlongPathsFail) {
     }
 }
 
+TEST(KvSimpleStream, MayBeDestroyedThroughItsBase) {
+    EXPECT_TRUE(std::has_virtual_destructor_v<KvSimpleStream>);
+}
+
 TEST(KvSimpleStream, StartsGoodOwnedAndWithoutAFile) {
     const OpenStream stream;
     EXPECT_FALSE(stream.is_open());
@@ -148,6 +153,17 @@ TEST(KvSimpleStream, OpenClosesWhatWasOpenAndStartsAnew) {
     stream.open(path.c_str(), 1);
     EXPECT_TRUE(stream.is_open());
     EXPECT_EQ(stream.rdstate(), kGood) << "a failure is forgotten by a good open";
+}
+
+TEST(KvSimpleStream, OpenClosesABorrowedFileToo) {
+    const TempTree tree;
+    const std::string path = tree.write("file", "old");
+    FILE* existing = fopen(path.c_str(), "r");
+    const int fd = fileno(existing);
+    KvSimpleStream stream(existing);
+    stream.open(path.c_str(), 0);  // refused, so that no new file takes the number
+    EXPECT_FALSE(stream.is_open());
+    EXPECT_EQ(fcntl(fd, F_GETFD), -1);
 }
 
 TEST(KvSimpleStream, TheDestructorClosesOnlyAFileOfItsOwn) {
