@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstdint>
+#include <iterator>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -36,6 +40,36 @@ TEST(DList, IsEmptyAtFirst) {
     EXPECT_EQ(list.capacity, 0);
     EXPECT_EQ(list.count, 0);
     EXPECT_FALSE(list.Has(at(0)));
+}
+
+TEST(DList, FieldsStandInTheirOrder) {
+    const DList list;
+    const void* fields[] = {&list.items, &list.capacity, &list.count};
+    EXPECT_TRUE(std::is_sorted(std::begin(fields), std::end(fields)));
+    EXPECT_TRUE((std::is_same_v<decltype(list.items), void**>));
+    EXPECT_TRUE((std::is_same_v<decltype(list.capacity), int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(list.count), int32_t>));
+}
+
+// Says the same as its base, but in its own way: it is only heard where the base is virtual.
+class Louder : public DList {
+  public:
+    int Add(void* /*p*/) { return 99; }
+    int Remove(void* /*p*/) { return 99; }
+    void* Remove(int /*index*/) { return this; }
+    int Merge(void* /*p*/) { return 99; }
+    [[nodiscard]] bool Has(const void* /*p*/) const { return true; }
+};
+
+TEST(DList, OnlyTheDestructorIsVirtual) {
+    EXPECT_TRUE(std::has_virtual_destructor_v<DList>);
+    Louder louder;
+    DList& list = louder;
+    EXPECT_FALSE(list.Has(at(1)));
+    EXPECT_EQ(list.Add(at(1)), 0);
+    EXPECT_EQ(list.Merge(at(2)), 1);
+    EXPECT_EQ(list.Remove(at(1)), 0);
+    EXPECT_EQ(list.Remove(0), at(2));
 }
 
 TEST(DList, GrowsByEightSlots) {
