@@ -1,5 +1,6 @@
 // Versions, component classes and engine identifiers, and the small checks of settings that go with
-// them. None of these functions keeps state. Null texts are allowed everywhere and count as "".
+// them. None of these functions keeps state. Null texts are allowed everywhere and count as "";
+// numbers in a text are read as far as they are digits.
 //
 // Where a function writes into `out`, `size` is the capacity in bytes and the result is always
 // terminated; a null `out` or a size below 1 writes nothing.
@@ -7,11 +8,11 @@
 
 #include <cstdint>
 
-// The version of a product or an engine. Numbers in a text are read as far as they are digits.
-// Patch agents share this record with the tool. The header for their authors stands alone and so
-// declares the record a second time; the macro lets both headers meet in one source.
+// Patch agents share the record that follows with the tool. The header for their authors stands
+// alone and so declares it a second time; the macro lets both headers meet in one source.
 #ifndef KV_TAG_VERSION_DECLARED
 #define KV_TAG_VERSION_DECLARED
+// The version of a product or an engine.
 struct tag_Version {
     uint32_t version;   // major number in the high 16 bits, minor in the low 16 (see MakeVersion)
     uint32_t build;     // 0 when the text carries none

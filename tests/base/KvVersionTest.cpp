@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdio>
+#include <iterator>
 #include <string>
 
 #include "tests/support/GuardedBuffer.h"
@@ -44,6 +46,10 @@ const VersionRow kVersions[] = {
     {"1.2.3-4", 0x00012000, 3},
     {"1.2-3.4", 0x00012000, 4},
     {"1.2.", 0x00012000, 0},
+    {"1.2. ", 0x00012000, 0},
+    {"1.2-7.", 0x00012000, 7},
+    {"1-7.2.", 0x00012000, 7},
+    {"1.2-7. ", 0x00012000, 0},  // a blank makes a third piece
     {"1.2.-4", 0x00012000, 0xFFFFFFFC},
     {"1.2..7", 0x00012000, 0},
     {"1..7", 0x00010000, 7},
