@@ -28,7 +28,7 @@ using ScopedFile = std::unique_ptr<FILE, FileCloser>;
 // An open directory; null when there is none.
 using ScopedDir = std::unique_ptr<DIR, DirCloser>;
 
-// A block obtained with `malloc` or `strdup`.
+// A block that `free` releases; null when there is none.
 template <typename T>
 using ScopedHeap = std::unique_ptr<T, HeapFreer>;
 
