@@ -127,6 +127,19 @@ TEST(KvPatchAgentDefaults, LeavePathsAsTheyAre) {
     lGetPatternPath(nullptr);
 }
 
+TEST(KvPatchAgentDefaults, TakeAnyUnusedArgumentsAndDoNothingWithThem) {
+    LogCapture log;
+    char text[] = "text";
+    int number = 7;
+    tag_Version version = {0x52000, 1234, 0};
+    intended_unused_variables();
+    intended_unused_variables(text, &number, 2.5, &version, nullptr);
+    EXPECT_STREQ(text, "text");
+    EXPECT_EQ(number, 7);
+    EXPECT_EQ(version, (tag_Version{0x52000, 1234, 0}));
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
 TEST(KvPatchAgent, UsesTheDefaultsWhenThePatchNamesNoAgent) {
     LogCapture log;
     _PatchAgent agent = usedTable();
