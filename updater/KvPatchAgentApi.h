@@ -23,7 +23,11 @@
  *
  * When a run fails, what it did is undone, last item first: each item that was reached is started
  * and ended once more, with an empty name. These answers are only logged; a start that fails is
- * followed by its end with success 1, as if it had not failed, when the item has been undone.
+ * followed by its end with success 1, as if it had not failed, when the item has been undone. A
+ * rollback is undone in the order in which it went. An item whose start was refused in a rollback
+ * comes back as well: as class 0, type 0 and versions 0 in the new interface, without a call in the
+ * old one. An undoing that meets a saved file whose entry it cannot use stops there: without the
+ * end of that item, and without the items below it.
  *
  * All texts are NUL-terminated bytes and belong to the tool; they are valid during the call. */
 #pragma once
@@ -110,13 +114,14 @@ extern "C" {
 /* The types of the entry points. In both interfaces
  *   name      is the item's archive ("item.zip"), or null when the description names none; it is
  *             "" while a failed run is undone;
- *   path      is the destination file that is about to be written;
+ *   path      is the destination file that is about to be written; in a rollback, to be deleted
+ *             or put back;
  *   success   is 1, or 0 when the patch, component or item failed; always 1 while a failed run is
  *             undone;
  *   origin, result are the versions before and after the patch: the old interface gets the first
  *             word (of patterns: 16 bits to the left, for the types 0 to 4 in the old numbering),
  *             the new one the records of the run, which are the tool's. While a failed run is
- * undone the result comes first: the item goes back from there.
+ *             undone the result comes first: the item goes back from there.
  *
  * Old interface. A PatchGetPathFn receives the destination of the first item of its class in a
  * buffer of PATCHAGENT_PATH_CAPACITY bytes and may write another path in its place. */
