@@ -46,7 +46,8 @@ function(kv_test name)
 endfunction()
 
 # kv_bench(NAME SMOKE regex SOURCES ... LINKS ...): a Google Benchmark executable. The cases that
-# match the expression, the smallest ones, run once as a test, so that a benchmark that no longer works is noticed.
+# match the expression, the smallest ones, run once as a test, so that a benchmark that no longer
+# works is noticed.
 function(kv_bench name)
     cmake_parse_arguments(ARG "" "SMOKE" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
