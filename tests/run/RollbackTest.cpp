@@ -8,7 +8,6 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-
 using testing::Not;
 
 // An updated product: "a.dat" was replaced, "sub/b.dat" was added.

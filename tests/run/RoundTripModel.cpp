@@ -33,6 +33,26 @@ std::string fileNameOf(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
+// Whether the directory lies below the one that everything lies in, which itself is not listed.
+bool isOfRoundTrip(const std::string& directory) {
+    const std::string top = std::string(kRoundTripDir) + "/";
+    return directory.size() > top.size() && directory.compare(0, top.size(), top) == 0;
+}
+
+// Whether the agent's answer in a rollback leaves the file where it is. One without meaning is
+// taken as the one before it.
+bool isLeftBy(int answer, bool wasLeft) {
+    switch (answer) {
+        case kSkip:
+        case kLater:
+            return true;
+        case kAccept:
+            return false;
+        default:
+            return wasLeft;
+    }
+}
+
 // In the order seen, if that holds the same files.
 void arrangeAs(const std::vector<std::string>& seen, std::vector<std::string>& files) {
     if (std::is_permutation(seen.begin(), seen.end(), files.begin(), files.end())) {
@@ -65,8 +85,10 @@ ExpectedOutcome RoundTripModel::update(const PlannedRun& run, const TimedTree& s
 RoundTripModel::Done RoundTripModel::updateItem(const PlannedRun& run, const PlannedItem& item,
                                                 const TimedTree& seen) {
     Done done{&item, {item.itemClass, item.type, item.origin, item.result, {}, {}}};
-    ListedFiles files;
-    listChanges(run, item, files);
+    for (const auto& staged : item.staged) {
+        addDirectories(placeOf(run, item) + "/" + staged.first);
+    }
+    ListedFiles files = changesOf(run, item);
     const auto record = seen.find(storeOf(item.destination) + "/VcBackup.ini");
     if (record != seen.end()) {
         const ListedFiles listed = listedFiles(record->second.content, item.itemClass, item.type);
@@ -84,17 +106,17 @@ RoundTripModel::Done RoundTripModel::updateItem(const PlannedRun& run, const Pla
     return done;
 }
 
-// Makes the directories and sorts out the files, by absolute path.
-void RoundTripModel::listChanges(const PlannedRun& run, const PlannedItem& item,
-                                 ListedFiles& files) {
+// The files that the item's update adds and replaces, by absolute path.
+ListedFiles RoundTripModel::changesOf(const PlannedRun& run, const PlannedItem& item) const {
+    ListedFiles files;
     for (const auto& staged : item.staged) {
         const std::string path = placeOf(run, item) + "/" + staged.first;
-        addDirectories(path);
         if (isDirectory(path) || answerAbout(run, path) == kSkip) {
             continue;
         }
         (tree_.count(path) == 0 ? files.added : files.written).push_back(absolute(path));
     }
+    return files;
 }
 
 void RoundTripModel::replace(const PlannedRun& run, const PlannedItem& item,
@@ -169,37 +191,30 @@ ExpectedOutcome RoundTripModel::rollback(const PlannedRun& run) {
     return {deferred_.empty() ? kStatusDone : kStatusRestart, deferred_};
 }
 
-// An answer without meaning is taken as the one before it.
-bool RoundTripModel::isTaken(const PlannedRun& run, const std::string& path, bool& isLeft) const {
-    const int answer = answerAbout(run, path);
-    if (answer == kSkip || answer == kLater) {
-        isLeft = true;
-    } else if (answer == kAccept) {
-        isLeft = false;
-    }
-    return !isLeft;
-}
-
 void RoundTripModel::rollBackItem(const PlannedRun& run, const RecordedItem& recorded, Done& done) {
     bool isLeft = false;
     for (const std::string& added : recorded.added) {
         save(*done.item, added, done.recorded);
-        if (isTaken(run, relative(added), isLeft)) {
+        const int answer = answerAbout(run, relative(added));
+        isLeft = isLeftBy(answer, isLeft);
+        if (!isLeft) {
             tree_.erase(relative(added));
-        } else if (answerAbout(run, relative(added)) == kLater) {
+        } else if (answer == kLater) {
             defer("", added);
         }
     }
     for (const WrittenFile& file : recorded.written) {
         const std::string source = backupDirOf(*done.item) + file.backupName;
         save(*done.item, file.target, done.recorded);
-        if (isTaken(run, relative(file.target), isLeft)) {
+        const int answer = answerAbout(run, relative(file.target));
+        isLeft = isLeftBy(answer, isLeft);
+        if (!isLeft) {
             const auto saved = tree_.find(source);
             if (saved != tree_.end()) {
                 tree_[relative(file.target)] = saved->second.copied();
                 tree_.erase(saved);
             }
-        } else if (answerAbout(run, relative(file.target)) == kLater) {
+        } else if (answer == kLater) {
             defer(absolute(source), file.target);
         }
     }
@@ -260,8 +275,9 @@ void RoundTripModel::removeBackups(const PlannedItem& item, const RecordedItem& 
 // Those that the path lies in, and itself if it ends with a separator.
 void RoundTripModel::addDirectories(const std::string& path) {
     for (size_t end = path.find('/'); end != std::string::npos; end = path.find('/', end + 1)) {
-        if (end + 1 > sizeof kRoundTripDir) {
-            tree_[path.substr(0, end + 1)] = {};
+        const std::string directory = path.substr(0, end + 1);
+        if (isOfRoundTrip(directory)) {
+            tree_[directory] = {};
         }
     }
 }

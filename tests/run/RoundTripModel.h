@@ -42,14 +42,13 @@ class RoundTripModel {
     [[nodiscard]] int answerAbout(const PlannedRun& run, const std::string& path) const;
 
     Done updateItem(const PlannedRun& run, const PlannedItem& item, const TimedTree& seen);
-    void listChanges(const PlannedRun& run, const PlannedItem& item, ListedFiles& files);
+    [[nodiscard]] ListedFiles changesOf(const PlannedRun& run, const PlannedItem& item) const;
     void replace(const PlannedRun& run, const PlannedItem& item, const std::string& target,
                  RecordedItem& recorded);
     void keep(const PlannedRun& run, const std::vector<Done>& all);
     void keepNothing(const std::vector<Done>& all);
 
     void rollBackItem(const PlannedRun& run, const RecordedItem& recorded, Done& done);
-    bool isTaken(const PlannedRun& run, const std::string& path, bool& isLeft) const;
     void save(const PlannedItem& item, const std::string& target, RecordedItem& recorded);
     void undo(const std::vector<Done>& all);
     void forget(const std::vector<Done>& all);
