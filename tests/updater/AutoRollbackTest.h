@@ -3,53 +3,37 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "tests/support/TempTree.h"
 #include "tests/updater/FakeAgent.h"
+#include "tests/updater/RunBackup.h"
 #include "updater/KvAutoRollback.h"
 
 // A run's record over items of "app", whose saved files are in the store.
 class AutoRollback : public testing::Test {
   protected:
-    ~AutoRollback() override {
-        run.itemCount = count;
-        freeBackupStru(&run);
-    }
-
+    // Begins the next item; the one before moves.
     backupItem& item(uint32_t itemClass, uint32_t type) {
-        run.items = static_cast<backupItem*>(realloc(run.items, (count + 1) * sizeof(backupItem)));
-        backupItem& added = run.items[count];
-        added = backupItem{};
-        run.itemCount = ++count;
-        added.itemClass = itemClass;
-        added.type = type;
-        added.originVersion = {0x00052000, 7, 0};
-        added.resultVersion = {0x00060000, 0, 0};
-        added.destination = strdup(tree.makeDir("app").c_str());
-        return added;
+        run.item(itemClass, type, "", "", tree.makeDir("app"));
+        run.last().originVersion = {0x00052000, 7, 0};
+        run.last().resultVersion = {0x00060000, 0, 0};
+        return run.last();
     }
 
-    void added(backupItem& item, const std::string& name) const {
-        tree.write("app/" + name, "added");
-        ASSERT_TRUE(appendAddedFile(&item, strdup(tree.path("app/" + name).c_str())));
-    }
+    // These belong to the last item.
+    void added(const std::string& name) { run.added(tree.write("app/" + name, "added")); }
 
-    void written(backupItem& item, const std::string& saved, const std::string& name) const {
-        const std::string dir = "app/VC_Backup/" + std::to_string(item.itemClass) + "/" +
-                                std::to_string(item.type) + "/";
+    void written(const std::string& saved, const std::string& name) {
+        const std::string dir = "app/VC_Backup/" + std::to_string(run.last().itemClass) + "/" +
+                                std::to_string(run.last().type) + "/";
         tree.write(dir + saved, "old " + name);
         tree.write("app/" + name, "new " + name);
-        entry(item, saved + ", " + tree.path("app/" + name));
+        entry(saved + ", " + tree.path("app/" + name));
     }
 
-    static void entry(backupItem& item, const std::string& text) {
-        ASSERT_TRUE(appendWrittenFile(&item, strdup(text.c_str())));
-    }
+    void entry(const std::string& text) { run.written(text); }
 
     TempTree tree;
-    backupStru run{};
-    uint64_t count = 0;
+    RunBackup run{0};
 };

@@ -16,14 +16,14 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 TEST_F(AutoRollback, TellsANewAgentThatItGoesBackFromTheResultToTheOrigin) {
-    backupItem& product = item(1, 17);
-    added(product, "new.dat");
-    backupItem& engine = item(2, 17);
-    written(engine, "backup.000", "a.dat");
+    item(1, 17);
+    added("new.dat");
+    item(2, 17);
+    written("backup.000", "a.dat");
     FakeAgent agent(PATCHAGENT_NEW);
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_THAT(agent.calls, ElementsAre("StartItem(, 2, 17, 0x2, 0x60000/0, 0x52000/7)",
                                          "EndItem(1, 0x60000/0, 0x52000/7)",
@@ -43,13 +43,13 @@ TEST_F(AutoRollback, TellsANewAgentThatItGoesBackFromTheResultToTheOrigin) {
 }
 
 TEST_F(AutoRollback, LogsWhatANewAgentRefusesAndGoesOn) {
-    backupItem& only = item(2, 4);
-    written(only, "backup.000", "a.dat");
+    item(2, 4);
+    written("backup.000", "a.dat");
     FakeAgent agent(PATCHAGENT_NEW);
     agent.answers = {{"StartItem", 0}, {"EndItem", 0}};
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
     EXPECT_THAT(
@@ -70,7 +70,7 @@ TEST_F(AutoRollback, TellsAnOldAgentByClass) {
     FakeAgent agent(PATCHAGENT_OLD);
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_THAT(agent.calls, ElementsAre("StartEngine()", "EndEngine(1, 0x60000, 0x52000)",
                                          "StartProduct()", "EndProduct(1, 0x60000, 0x52000)"));
@@ -91,7 +91,7 @@ TEST_F(AutoRollback, ConvertsPatternNumbersOfTypesBelowFiveForAnOldAgent) {
     FakeAgent agent(PATCHAGENT_OLD);
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_THAT(agent.calls,
                 ElementsAre("StartPattern()", "EndPattern(1, 0x7c0000, 0x7b0000)", "StartPattern()",
@@ -109,7 +109,7 @@ TEST_F(AutoRollback, JudgesAClassWithoutCallsByTheAnswerBefore) {
     FakeAgent agent(PATCHAGENT_OLD);
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_THAT(agent.calls, ElementsAre("StartEngine()", "EndEngine(1, 0x60000, 0x52000)"));
     // No answer yet counts as 0 for the last item; the first one follows the engine's yes.
@@ -133,13 +133,13 @@ class AutoRollbackRefused : public AutoRollback,
 TEST_P(AutoRollbackRefused, IsLoggedForAnOldAgentAndGoesOn) {
     const std::string entry = GetParam().entry;
     const std::string number = std::to_string(GetParam().itemClass);
-    backupItem& only = item(GetParam().itemClass, 5);
-    written(only, "backup.000", "a.dat");
+    item(GetParam().itemClass, 5);
+    written("backup.000", "a.dat");
     FakeAgent agent(PATCHAGENT_OLD);
     agent.answers = {{"Start" + entry, 0}, {"End" + entry, 0}};
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
     EXPECT_THAT(
@@ -194,7 +194,7 @@ TEST_F(AutoRollback, TellsANewAgentOfUnknownClassesToo) {
     agent.answers = {{"StartItem", 0}, {"EndItem", 0}};
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     const LogRecord end = infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7");
     EXPECT_THAT(
@@ -217,7 +217,7 @@ TEST_F(AutoRollback, ShowsAProductsTypeInDecimal) {
     FakeAgent agent(PATCHAGENT_NEW);
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     const LogRecord end = infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7");
     EXPECT_THAT(
@@ -231,27 +231,25 @@ TEST_F(AutoRollback, ShowsAProductsTypeInDecimal) {
 }
 
 TEST_F(AutoRollback, CallsNobodyForAnUnknownInterface) {
-    backupItem& only = item(1, 1);
-    written(only, "backup.000", "a.dat");
+    item(1, 1);
+    written("backup.000", "a.dat");
     FakeAgent agent(9);
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
     EXPECT_EQ(log.records().size(), 1U) << "only the moved file is logged";
 }
 
 TEST_F(AutoRollback, PassesOverItemsThatWereNeverReached) {
-    backupItem& reached = item(2, 1);
-    backupItem* const first = &reached;
-    written(*first, "backup.000", "a.dat");
-    backupItem& unreached = item(1, 1);
-    free(unreached.destination);
-    unreached.destination = nullptr;
+    item(2, 1);
+    written("backup.000", "a.dat");
+    item(1, 1);
+    run.unreached();
     FakeAgent agent(PATCHAGENT_OLD);
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_THAT(agent.calls, ElementsAre("StartEngine()", "EndEngine(1, 0x60000, 0x52000)"));
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");

@@ -17,7 +17,7 @@ using testing::IsEmpty;
 TEST_F(AutoRollback, DoesNothingForARunWithoutItems) {
     FakeAgent agent(PATCHAGENT_NEW);
     LogCapture log;
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
     EXPECT_THAT(agent.calls, IsEmpty());
     EXPECT_THAT(log.records(), IsEmpty());
 }
@@ -25,7 +25,7 @@ TEST_F(AutoRollback, DoesNothingForARunWithoutItems) {
 TEST_F(AutoRollback, DoesNothingWithoutAnAgentTableOrARecord) {
     FakeAgent agent(PATCHAGENT_NEW);
     item(3, 5);
-    EXPECT_EQ(autoRollback(nullptr, &run, 0), 1);
+    EXPECT_EQ(autoRollback(nullptr, run.record(), 0), 1);
     EXPECT_EQ(autoRollback(agent.table(), nullptr, 0), 1);
     EXPECT_THAT(agent.calls, IsEmpty());
 }
@@ -42,18 +42,18 @@ TEST_F(AutoRollback, DoesNotTrustCountsWithoutLists) {
     only.addedCount = 2;
     only.writtenCount = 2;
     FakeAgent agent(PATCHAGENT_NEW);
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
     EXPECT_EQ(agent.calls.size(), 2U);
 }
 
 TEST_F(AutoRollback, DeletesWhatWasAddedAndMovesTheSavedBack) {
-    backupItem& only = item(3, 5);
-    added(only, "new.dat");
-    written(only, "backup.000", "a.dat");
+    item(3, 5);
+    added("new.dat");
+    written("backup.000", "a.dat");
     tree.setTime("app/VC_Backup/3/5/backup.000", 1000000000);
     FakeAgent agent(PATCHAGENT_NEW);
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_FALSE(tree.exists("app/new.dat"));
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
@@ -62,25 +62,25 @@ TEST_F(AutoRollback, DeletesWhatWasAddedAndMovesTheSavedBack) {
 }
 
 TEST_F(AutoRollback, KeepsAddedFilesWhenItUndoesARollback) {
-    backupItem& only = item(3, 5);
-    added(only, "new.dat");
-    written(only, "backup.000", "a.dat");
+    item(3, 5);
+    added("new.dat");
+    written("backup.000", "a.dat");
     FakeAgent agent(PATCHAGENT_NEW);
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 1), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 1), 1);
 
     EXPECT_EQ(tree.read("app/new.dat"), "added");
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
 }
 
 TEST_F(AutoRollback, OnlyCallsTheAgentInHigherModes) {
-    backupItem& only = item(3, 5);
-    added(only, "new.dat");
-    written(only, "backup.000", "a.dat");
+    item(3, 5);
+    added("new.dat");
+    written("backup.000", "a.dat");
     for (const unsigned mode : {2U, 3U, 0xFFFFFFFFU}) {
         FakeAgent agent(PATCHAGENT_NEW);
 
-        EXPECT_EQ(autoRollback(agent.table(), &run, mode), 1);
+        EXPECT_EQ(autoRollback(agent.table(), run.record(), mode), 1);
 
         EXPECT_EQ(tree.read("app/new.dat"), "added");
         EXPECT_EQ(tree.read("app/a.dat"), "new a.dat");
@@ -91,12 +91,12 @@ TEST_F(AutoRollback, OnlyCallsTheAgentInHigherModes) {
 
 // The name of an added file is a pattern that fits the replaced one: it goes, and is put back.
 TEST_F(AutoRollback, DeletesTheAddedFilesOfAnItemBeforeItMovesTheSavedBack) {
-    backupItem& only = item(3, 5);
-    written(only, "backup.000", "axb.dat");
-    added(only, "a*b.dat");
+    item(3, 5);
+    written("backup.000", "axb.dat");
+    added("a*b.dat");
     FakeAgent agent(PATCHAGENT_NEW);
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_EQ(tree.read("app/axb.dat"), "old axb.dat");
     EXPECT_FALSE(tree.exists("app/a*b.dat"));
@@ -105,13 +105,13 @@ TEST_F(AutoRollback, DeletesTheAddedFilesOfAnItemBeforeItMovesTheSavedBack) {
 // Kept: what cannot be moved back loses its saved copy.
 TEST_F(AutoRollback, GoesOnBehindAFileThatCannotBeMovedBack) {
     tree.write("app/file", "no directory");
-    backupItem& only = item(3, 5);
+    item(3, 5);
     tree.write("app/VC_Backup/3/5/backup.000", "lost");
-    entry(only, "backup.000, " + tree.path("app/file/inner.dat"));
-    written(only, "backup.001", "a.dat");
+    entry("backup.000, " + tree.path("app/file/inner.dat"));
+    written("backup.001", "a.dat");
     FakeAgent agent(PATCHAGENT_NEW);
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_FALSE(tree.exists("app/VC_Backup/3/5/backup.000"));
     EXPECT_EQ(tree.read("app/file"), "no directory");
@@ -120,14 +120,14 @@ TEST_F(AutoRollback, GoesOnBehindAFileThatCannotBeMovedBack) {
 }
 
 TEST_F(AutoRollback, StopsAtAnEntryThatIsNotAPair) {
-    backupItem& lower = item(2, 1);
-    written(lower, "backup.000", "a.dat");
-    backupItem& upper = item(1, 1);
-    entry(upper, "backup.003, /a/b, x");
+    item(2, 1);
+    written("backup.000", "a.dat");
+    item(1, 1);
+    entry("backup.003, /a/b, x");
     FakeAgent agent(PATCHAGENT_OLD);
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 0);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 0);
 
     EXPECT_THAT(agent.calls, ElementsAre("StartProduct()"));
     EXPECT_EQ(tree.read("app/a.dat"), "new a.dat");
@@ -135,33 +135,34 @@ TEST_F(AutoRollback, StopsAtAnEntryThatIsNotAPair) {
 }
 
 TEST_F(AutoRollback, StopsAtAnEntryWithoutATarget) {
-    entry(item(1, 1), "backup.003");
+    item(1, 1);
+    entry("backup.003");
     FakeAgent agent(PATCHAGENT_NEW);
-    EXPECT_EQ(autoRollback(agent.table(), &run, 1), 0);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 1), 0);
 }
 
 TEST_F(AutoRollback, StopsAtAStoreWhosePathDoesNotFit) {
     backupItem& only = item(1, 1);
     free(only.destination);
     only.destination = strdup(std::string(4090, 'd').c_str());
-    entry(only, "backup.000, /a/b");
+    entry("backup.000, /a/b");
     FakeAgent agent(PATCHAGENT_NEW);
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 0);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 0);
 
     EXPECT_EQ(log.records().back(), errorAt(6, "autoRollback: CatURIWithFile failed."));
 }
 
 TEST_F(AutoRollback, LogsAWordForANullAddedFile) {
     backupItem& only = item(1, 1);
-    added(only, "new.dat");
+    added("new.dat");
     free(only.addedList[0]);
     only.addedList[0] = nullptr;
     FakeAgent agent(PATCHAGENT_NEW);
     LogCapture log;
 
-    EXPECT_EQ(autoRollback(agent.table(), &run, 0), 1);
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_THAT(log.records(),
                 Contains(infoAt(6, "Auto Rollback in Update: Unlinking Empty File .")));
