@@ -78,7 +78,8 @@ void deleteAddedFiles(const backupItem& item) {
 
 bool moveBack(const char* entry, const char* backupDir) {
     const BackupEntryParts parts = splitBackupEntry(entry);
-    if (parts.pieceCount != kBackupEntryPieces) {
+    // An entry without a name would stand for all of the directory.
+    if (parts.pieceCount != kBackupEntryPieces || parts.backupName.empty()) {
         KV_ERROR(kLevelProgress, "autoRollback: written file name failed.");
         return false;
     }

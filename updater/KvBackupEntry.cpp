@@ -35,6 +35,10 @@ HeapCopy makeBackupEntry(const char* backupName, const char* target, char*& entr
     if (backupName == nullptr || target == nullptr) {
         return HeapCopy::kCopyFailed;
     }
+    // Every copy has a name, but there may have been no memory for it.
+    if (*backupName == '\0') {
+        return HeapCopy::kNoMemory;
+    }
     const size_t size = strlen(backupName) + strlen(target) + sizeof ", ";
     ScopedHeap<char> block(static_cast<char*>(malloc(size)));
     if (!block) {

@@ -19,11 +19,12 @@ struct BackupEntryParts {
     KvSimpleString target;      // piece 1, "" when missing
 };
 
-// Null gives no pieces.
+// Null gives no pieces. A piece for which there is no memory counts, and is "".
 [[nodiscard]] BackupEntryParts splitBackupEntry(const char* entry);
 
 // Stores the entry text in `entry`, a heap string of exactly its size that the caller frees; null
-// after a failure, which null arguments are, too (kCopyFailed).
+// after a failure, which null arguments are, too (kCopyFailed). An empty `backupName` is one that
+// found no memory (kNoMemory).
 [[nodiscard]] HeapCopy makeBackupEntry(const char* backupName, const char* target, char*& entry);
 
 // Stores the path of the entry's backup file: `backupDir` joined with the backup name. An empty

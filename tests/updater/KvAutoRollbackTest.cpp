@@ -141,6 +141,26 @@ TEST_F(AutoRollback, StopsAtAnEntryWithoutATarget) {
     EXPECT_EQ(autoRollback(agent.table(), run.record(), 1), 0);
 }
 
+// The directory of all copies is no copy.
+TEST_F(AutoRollback, StopsAtAnEntryWithoutANameAndLeavesTheStoreAlone) {
+    for (const std::string& name : {std::string(), std::string("dir/"), std::string("  ")}) {
+        item(3, 5);
+        tree.write("app/VC_Backup/3/5/backup.000", "another copy");
+        tree.write("app/a.dat", "new");
+        entry(name + ", " + tree.path("app/a.dat"));
+        const auto before = tree.snapshot();
+        for (const unsigned mode : {0U, 1U}) {
+            FakeAgent agent(PATCHAGENT_NEW);
+            LogCapture log;
+
+            EXPECT_EQ(autoRollback(agent.table(), run.record(), mode), 0);
+
+            EXPECT_EQ(tree.snapshot(), before);
+            EXPECT_EQ(log.records().back(), errorAt(6, "autoRollback: written file name failed."));
+        }
+    }
+}
+
 TEST_F(AutoRollback, StopsAtAStoreWhosePathDoesNotFit) {
     backupItem& only = item(1, 1);
     free(only.destination);

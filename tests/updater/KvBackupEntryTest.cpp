@@ -54,6 +54,14 @@ TEST(KvBackupEntryTest, MadeEntryIsReadBack) {
     EXPECT_EQ(nullptr, text);
 }
 
+// What reads it back would take it for the whole directory.
+TEST(KvBackupEntryTest, EntryWithoutANameIsNeverMade) {
+    char unset = 'x';
+    char* text = &unset;
+    EXPECT_EQ(HeapCopy::kNoMemory, makeBackupEntry("", "/opt/app/old.dat", text));
+    EXPECT_EQ(nullptr, text);
+}
+
 TEST(KvBackupEntryTest, BackupFileLiesInTheBackupDirectory) {
     const BackupEntryParts parts = splitBackupEntry("/old/place/backup.00a, /x");
     char file[64];
