@@ -20,4 +20,4 @@ enum AutoRollbackResult : int {
 // and are passed over. The agent is told of each item as if it went from its result version back to
 // its origin version, with action code 2. What the agent answers, and failing file operations, do
 // not stop the rollback. Without an agent table, a record or its items there is nothing to do.
-int autoRollback(_PatchAgent* agent, backupStru* run, unsigned mode);
+[[nodiscard]] int autoRollback(_PatchAgent* agent, backupStru* run, unsigned mode);

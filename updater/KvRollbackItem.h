@@ -13,11 +13,14 @@ enum RollbackItemResult : int {
     kItemBadPath = -1,      // the path of the record does not fit
     kItemNoRecord = -2,     // the record is missing or cannot be read
     kItemNotRecorded = -3,  // the record has no item of this class and type
-    kItemNotSaved = -5,     // no backup name, or no memory for the entry
+    // No backup name, no memory for the entry, a saved copy whose path does not fit, or a restart
+    // list that takes no more.
+    kItemNotSaved = -5,
 };
 
 // Deletes the files that the last update of the item added and moves the saved copies of those it
 // overwrote back into place, asking the agent about each. `context->backup` receives one written
 // entry for each file. Files handled before a failure stay handled and recorded.
+// A null `context->destination` is the working directory, as "" is.
 // A null context, or one without an agent or a backup item, gives kItemBadPath.
 [[nodiscard]] int rollbackItem(ItemContext* context);
