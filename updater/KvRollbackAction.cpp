@@ -9,6 +9,7 @@
 #include "updater/KvItemStep.h"
 #include "updater/KvRebootList.h"
 #include "updater/KvRollbackItem.h"
+#include "updater/KvRollbackItemStatus.h"
 #include "updater/KvRunStatus.h"
 
 namespace {
@@ -46,6 +47,8 @@ class RollbackRun {
 
 unsigned RollbackRun::run() {
     KV_INFO(kLevelProgress, "rollbackWithPatchAgent: init auto rollback backup info done.");
+    // What could not be undone is not begun: without memory for the record not even the agent is
+    // asked.
     unsigned status = backup_.isComplete(description_) ? startAgent() : kStatusOutOfMemory;
     if (status == kStatusSuccess) {
         status = rollbackItems();
@@ -125,26 +128,6 @@ unsigned RollbackRun::rollbackItems() {
         }
     }
     return kStatusSuccess;
-}
-
-// No item ends this low; the range is the one that the tree operations have.
-constexpr int kLowestAccessFailure = -6;
-
-unsigned statusOfItem(int result) {
-    if (result >= kLowestAccessFailure && result <= kItemNoRecord) {
-        KV_ERROR(kLevelProgress, "rollbackWithPatchAgent: access failed.");
-        return kStatusDiskAccess;
-    }
-    switch (result) {
-        case kItemBadPath:
-            KV_ERROR(kLevelProgress, "rollbackWithPatchAgent: bad arguments.");
-            return kStatusBadDescription;
-        case kItemCancelled:
-            KV_ERROR(kLevelProgress, "rollbackWithPatchAgent: user cancel.");
-            return kStatusAgentFailed;
-        default:
-            return kStatusSuccess;
-    }
 }
 
 unsigned RollbackRun::rollbackOne(tag_ItemInfo& item, backupItem& backup) {
