@@ -135,6 +135,11 @@ unsigned RollbackRun::rollbackOne(tag_ItemInfo& item, backupItem& backup) {
     if (backup.destination == nullptr) {
         backup.destination = Str_Dup(item.destination);
     }
+    if (backup.destination == nullptr && item.destination != nullptr) {
+        // The automatic rollback would pass over the item.
+        KV_ERROR(kLevelProgress, "rollbackWithPatchAgent: item failed.");
+        return kStatusOutOfMemory;
+    }
     flags_ |= PATCHITEM_ROLLBACK;
     if (startEachItem(&agent_, item.zipFile, item.itemClass, item.type, &item.originVersion,
                       &item.resultVersion, flags_) == 0) {

@@ -1,52 +1,18 @@
 // Update actions that run out of memory, at the moments at which the run must tell.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-
-#include "tests/support/MemoryLimit.h"
-#include "tests/updater/LogLines.h"
 #include "tests/updater/OnMessage.h"
 #include "tests/updater/UpdateActionTest.h"
+#include "tests/updater/WithoutMemory.h"
 
 namespace {
 
 using testing::ExitedWithCode;
 
-// The runs are those of a program started anew: what earlier tests released could hold what a run
-// asks for.
-class UpdateWithoutMemory : public UpdateAction {
+class UpdateWithoutMemory : public WithoutMemory<UpdateAction> {
   protected:
-    UpdateWithoutMemory() : UpdateAction(2) {
-        testing::FLAGS_gtest_death_test_style = "threadsafe";
-#ifdef __GLIBC__
-        // There, large blocks that are released go back to the system, and none is taken again.
-        if (testing::internal::InDeathTestChild()) {
-            (void)mallopt(M_MMAP_THRESHOLD, 65536);
-        }
-#endif
-    }
-
-    void SetUp() override {
-        if (!kCanLimitMemory) {
-            GTEST_SKIP() << "this platform does not limit the memory of a process";
-        }
-    }
-
-    // Ends the process, whose tree nobody else removes: with 0 when the messages end with these.
-    [[noreturn]] void exitWith(bool isRight, const std::vector<std::string>& last) {
-        const std::vector<std::string> lines = linesOf(log);
-        const bool isTold =
-            lines.size() >= last.size() && std::equal(last.rbegin(), last.rend(), lines.rbegin());
-        restoreMemory();
-        std::filesystem::remove_all(tree.path());
-        _exit(isRight && isTold ? 0 : 1);
-    }
+    UpdateWithoutMemory() : WithoutMemory(2) {}
 };
 
 // The second item's destination gets no memory; the first item is undone, the second never began.
