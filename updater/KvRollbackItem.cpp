@@ -167,6 +167,8 @@ bool ItemRollback::recordCopy(const char* copy, const char* path) {
         (void)entry.release();  // the record's from here on
         return true;
     }
+    // The name and the path are never null and always fit: the first text stands for the day when
+    // an entry can fail otherwise than for lack of memory.
     KV_ERROR(kLevelProgress, "%s",
              made == HeapCopy::kCopyFailed ? "rollbackItem: Snprintf failed."
                                            : "rollbackItem: malloc failed.");

@@ -8,6 +8,7 @@
 
 #include "tests/support/LogCapture.h"
 #include "tests/support/MemoryLimit.h"
+#include "tests/updater/RefusedDocuments.h"
 #include "tests/updater/RollbackItemTest.h"
 #include "tests/updater/Story.h"
 
@@ -47,6 +48,19 @@ TEST_F(RollbackItemFailure, NeedsARecordThatIsAFile) {
         ElementsAre("6 error phaseIniForBackup: there is no item count available,ignore it.",
                     "6 info phaseIniForBackup: error quit.",
                     "6 error rollbackItem: phaseIniForBackup failed."));
+}
+
+TEST_F(RollbackItemFailure, NeedsMemoryForTheRecord) {
+    app.item(3, 5).added("x.dat").written("a.dat");
+    const auto before = tree.snapshot();
+    Story story(agent());
+    const RefusedDocuments none;
+
+    EXPECT_EQ(run(), -2);
+
+    EXPECT_THAT(story.lines(),
+                ElementsAre("6 error rollbackItem: create KvIniUtil object failed."));
+    EXPECT_EQ(tree.snapshot(), before);
 }
 
 TEST_F(RollbackItemFailure, DoesNotRepairADamagedRecord) {

@@ -4,33 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <new>
 #include <string>
 
 #include "base/KvText.h"
-#include "ini/KvIniUtil.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempTree.h"
+#include "tests/updater/RefusedDocuments.h"
 #include "tests/updater/RunGlobals.h"
-
-namespace {
-
-// While set, there is no memory for a document on the heap.
-bool s_refusesDocuments = false;
-
-}  // namespace
-
-// In place of the library's own, for the whole test program.
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-    if (s_refusesDocuments && size == sizeof(KvIniUtil)) {
-        return nullptr;
-    }
-    try {
-        return ::operator new(size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
 
 namespace {
 
@@ -127,11 +107,10 @@ TEST_F(KvVcRun, ReportsAMissingActionAsAnError) {
 TEST_F(KvVcRun, EndsWithoutMemoryForTheDescription) {
     tree.makeDir("staging");
     const LogCapture log;
-    s_refusesDocuments = true;
-    const int exitCode = runArguments({"VcPatch", tree.path("staging")});
-    s_refusesDocuments = false;
+    const RefusedDocuments none;
 
-    EXPECT_EQ(exitCode, 1);
+    EXPECT_EQ(runArguments({"VcPatch", tree.path("staging")}), 1);
+
     EXPECT_EQ(tree.read("staging/VcResult.ini"), "result=57\n");
     EXPECT_THAT(log.records(),
                 ElementsAre(errorAt(6, "VcPatch: KvIniUtil failed."),
