@@ -1,4 +1,4 @@
-// An update and its rollback under valgrind: nothing is lost, no descriptor stays open.
+// Updates and rollbacks under valgrind: nothing is lost, no descriptor stays open.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -41,20 +41,49 @@ void expectClean(const ChildResult& result) {
         << result.err;
 }
 
-TEST(Valgrind, FindsUpdateAndRollbackClean) {
-    if (std::string(KV_VALGRIND).empty()) {
-        GTEST_SKIP() << "valgrind is not installed, or the build has a sanitizer";
+class Valgrind : public testing::Test {
+  protected:
+    Valgrind() {
+        patch.destination().write("a.dat", "old");
+        patch.item(3, 5).stage("a.dat", "new").stage("deep/b.dat", "more");
     }
-    PatchScenario patch;
-    patch.destination().write("a.dat", "old");
-    patch.item(3, 5).stage("a.dat", "new").stage("deep/b.dat", "more");
-    (void)patch.agent(ScriptedAgent::kNew);
 
+    void SetUp() override {
+        if (std::string(KV_VALGRIND).empty()) {
+            GTEST_SKIP() << "valgrind is not installed, or the build has a sanitizer";
+        }
+    }
+
+    PatchScenario patch;
+    ScriptedAgent& agent = patch.agent(ScriptedAgent::kNew);
+};
+
+TEST_F(Valgrind, FindsUpdateAndRollbackClean) {
     expectClean(runUnderValgrind(patch, "0"));
     EXPECT_EQ(patch.destination().read("a.dat"), "new");
     expectClean(runUnderValgrind(patch, "1"));
     EXPECT_EQ(patch.destination().read("a.dat"), "old");
     EXPECT_FALSE(patch.destination().has("deep/b.dat"));
+}
+
+TEST_F(Valgrind, FindsARefusedRollbackClean) {
+    agent.script("IsRollbackEx = 0");
+    expectClean(runUnderValgrind(patch, "1"));
+    EXPECT_EQ(patch.staging().read("VcResult.ini"), "result=60\n");
+}
+
+TEST_F(Valgrind, FindsARollbackThatFailsClean) {
+    ASSERT_EQ(patch.update().status, 0);
+    agent.script("EndItem = 0");
+    expectClean(runUnderValgrind(patch, "1"));
+    EXPECT_EQ(patch.staging().read("VcResult.ini"), "result=60\n");
+    EXPECT_EQ(patch.destination().read("a.dat"), "new");
+}
+
+TEST_F(Valgrind, FindsARollbackForAnUnknownInterfaceClean) {
+    patch.set("patchagent.version", "5");
+    expectClean(runUnderValgrind(patch, "1"));
+    EXPECT_EQ(patch.staging().read("VcResult.ini"), "result=0\n");
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/support/TempTree.h"
+#include "tests/updater/LoadedLibrary.h"
 
 using ::testing::Each;
 using ::testing::ElementsAre;
@@ -63,14 +64,6 @@ Slots exportsOf(void* handle, ScriptedAgent::Interface which) {
         slots.push_back(dlsym(handle, entry.c_str()));
     }
     return slots;
-}
-
-bool isLoaded(const std::string& library) {
-    void* handle = dlopen(library.c_str(), RTLD_LAZY | RTLD_NOLOAD);
-    if (handle != nullptr) {
-        (void)dlclose(handle);
-    }
-    return handle != nullptr;
 }
 
 // A table as a caller may hand it over: with something in every field.

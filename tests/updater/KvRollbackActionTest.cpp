@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/updater/ActionTest.h"
+#include "tests/updater/LoadedLibrary.h"
 #include "tests/updater/RebootEntries.h"
 #include "tests/updater/UpdatedApp.h"
 
@@ -276,6 +277,40 @@ INSTANTIATE_TEST_SUITE_P(
         StartAnswer{ScriptedAgent::kNew, 2, 3,
                     "rollbackWithPatchAgent: start action close program needed."},
         StartAnswer{ScriptedAgent::kNew, 5, 0, ""}, StartAnswer{ScriptedAgent::kNew, -1, 0, ""}));
+
+// --- The agent is never kept
+
+struct Outcome {
+    const char* version;
+    const char* rule;
+    unsigned status;
+};
+
+void PrintTo(const Outcome& outcome, std::ostream* out) {
+    *out << outcome.version << " " << outcome.rule;
+}
+
+class RollbackOutcome : public RollbackAction, public testing::WithParamInterface<Outcome> {};
+
+TEST_P(RollbackOutcome, LeavesNoAgentLoaded) {
+    const bool isOld = std::string(GetParam().version) == "0";
+    const ScriptedAgent& agent = load(isOld ? ScriptedAgent::kOld : ScriptedAgent::kNew);
+    agent.script(GetParam().rule);
+    text.set("patchagent.version", GetParam().version);
+
+    EXPECT_EQ(run(), GetParam().status);
+
+    EXPECT_EQ(agent.calls().empty(), std::string(GetParam().version) == "5");
+    EXPECT_FALSE(isLoaded(agent.path()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, RollbackOutcome,
+                         testing::Values(Outcome{"0", "", 0}, Outcome{"0", "IsRollback = 0", 60},
+                                         Outcome{"0", "StartPatch = 2", 3},
+                                         Outcome{"0", "EndPattern = 0", 60}, Outcome{"1", "", 0},
+                                         Outcome{"1", "IsRollbackEx = 0", 60},
+                                         Outcome{"1", "StartAction = 2", 3},
+                                         Outcome{"1", "EndItem = 0", 60}, Outcome{"5", "", 0}));
 
 // --- The reboot list
 
