@@ -211,6 +211,25 @@ TEST_F(RollbackFailure, AtTheMissingRecordOfTheLastItemTouchesNothing) {
     EXPECT_EQ(patch.tree().snapshot("lib"), lib);
 }
 
+TEST_F(RollbackFailure, AtARecordThatMayNotBeReadUndoesTheItemsBefore) {
+    update();
+    patch.asOrdinaryUser();
+    const std::string record = patch.destination("app").path(kRecord);
+    const Destinations before(patch);
+    const Stores stores(patch);
+    fs::permissions(record, fs::perms::none);
+
+    const RunOutcome run = patch.rollback();
+
+    EXPECT_EQ(run.status, 58);
+    EXPECT_THAT(run.log, Contains(error("rollbackItem: phaseIniForBackup failed.")));
+    EXPECT_THAT(run.log, Contains(error("rollbackWithPatchAgent: access failed.")));
+    fs::permissions(record, fs::perms::owner_read | fs::perms::owner_write);
+    expectSame(before, Destinations(patch));
+    EXPECT_EQ(patch.destination("app").store(), stores.app);
+    expectNothingNew(stores.lib, patch.destination("lib").store());
+}
+
 TEST_F(RollbackFailure, AtAnItemThatTheRecordDoesNotKnowUndoesTheItemsBefore) {
     update();
     patch.clearStaging();
