@@ -59,6 +59,20 @@ TEST(UpdateNotUndone, AReplacedFileWithACommaInItsName) {
     EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old a");
 }
 
+// It is put back over the file whose name lacks the blank, which is lost.
+TEST(UpdateNotUndone, AReplacedFileWithABlankAtTheEndOfItsName) {
+    PatchScenario patch;
+    patch.destination().write("a.dat", "a user's own");
+    patch.destination().write("a.dat ", "old");
+    patch.item(3, 5).stage("a.dat ", "new");
+    patch.agent(ScriptedAgent::kNew).script("EndItem #1 = 0");
+
+    EXPECT_EQ(patch.update().status, 60);
+
+    EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old"}, {"a.dat ", "new"}}));
+    expectEmptyStore(patch.destination());
+}
+
 TEST(UpdateNotUndone, AReplacedFileWhoseNameIsAPattern) {
     PatchScenario patch;
     patch.destination().write("a*b.dat", "old");
