@@ -1,5 +1,7 @@
 #include "tests/run/TwoItemUpdate.h"
 
+#include <algorithm>
+
 namespace {
 
 FileTimes timesOf(const PatchScenario& patch, const ScenarioDir& dir, const std::string& name) {
@@ -10,6 +12,11 @@ FileTimes timesOf(const PatchScenario& patch, const ScenarioDir& dir, const std:
         }
     }
     return times;
+}
+
+bool holds(const FileTree& tree, const std::string& content) {
+    return std::any_of(tree.begin(), tree.end(),
+                       [&](const auto& file) { return file.second == content; });
 }
 
 }  // namespace
@@ -25,6 +32,20 @@ void expectSame(const Destinations& before, const Destinations& after) {
     EXPECT_EQ(before.lib, after.lib);
     EXPECT_EQ(before.appTimes, after.appTimes);
     EXPECT_EQ(before.libTimes, after.libTimes);
+}
+
+void expectKept(const PatchScenario& patch, const std::string& content) {
+    const ScenarioDir app = patch.destination("app");
+    const ScenarioDir lib = patch.destination("lib");
+    EXPECT_TRUE(holds(app.files(), content) || holds(app.store(), content) ||
+                holds(lib.files(), content) || holds(lib.store(), content))
+        << content;
+}
+
+void expectOldFilesKept(const PatchScenario& patch) {
+    for (const std::string& name : kOldFiles) {
+        expectKept(patch, "old " + name);
+    }
 }
 
 void expectEmptyStore(const ScenarioDir& dir) {

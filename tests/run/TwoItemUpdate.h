@@ -15,9 +15,11 @@ using FileTimes = std::map<std::string, time_t>;
 
 inline constexpr time_t kLongAgo = 1000000000;
 
-// What the update replaces, holding "old " and the name; and all that it touches.
+// What the update replaces, holding "old " and the name; what it puts there; and all that it
+// touches.
 inline const std::vector<std::string> kOldFiles = {"app/a.dat", "app/sub/b.dat", "lib/c.dat",
                                                    "lib/sub/d.dat"};
+inline const std::vector<std::string> kNewContents = {"new a", "new b", "new c", "new d", "new"};
 inline const std::vector<std::string> kTouchedFiles = {
     "app/a.dat", "app/sub/b.dat", "app/added.dat", "lib/c.dat", "lib/sub/d.dat", "lib/added.dat"};
 
@@ -32,6 +34,11 @@ struct Destinations {
 };
 
 void planTwoItems(PatchScenario& patch);
+
+// This content is somewhere, in a destination or in a store.
+void expectKept(const PatchScenario& patch, const std::string& content);
+// All that the update replaces is.
+void expectOldFilesKept(const PatchScenario& patch);
 
 void expectSame(const Destinations& before, const Destinations& after);
 
