@@ -159,7 +159,7 @@ build_tool() {
 # A real tree of the system, as plain files in $work/tree, and its own place in $work/origin. Names
 # that the tool does not take are left out, and what goes beyond $most files.
 take_tree() {
-    local tree
+    local tree count
     for tree in /usr/share/zoneinfo /usr/share/doc /usr/include /usr/share/man; do
         rm -rf "$work/tree"
         mkdir "$work/tree"
@@ -168,12 +168,13 @@ take_tree() {
         chmod -R u+rwX "$work/tree"
         (cd "$work/tree" && find . -type f | sort |
             awk -v most="$most" '/[,*?\\]/ || / $/ || ++n > most' | tr '\n' '\0' | xargs -0 rm -f)
-        if [ "$(files_below "$work/tree")" -gt "$least" ]; then
+        count=$(files_below "$work/tree")
+        if [ "$count" -gt "$least" ]; then
             echo "$tree" >"$work/origin"
             return
         fi
+        echo "$tree has $count files, which are too few"
     done
-    echo "no tree of the system has more than $least files"
     return 1
 }
 
@@ -241,6 +242,7 @@ agent=$(find "$PWD/$build/examples" -name 'product_agent.*' -type f | sed -n 1p)
 
 say "A machine with an older product on it"
 progress "finding a real tree of more than $least files" take_tree
+show <"$work/output" # what was passed over
 origin=$(cat "$work/origin")
 progress "installing $origin, libraries and a product" install_old
 progress "noting every file" snapshot before
