@@ -107,7 +107,7 @@ void withBothGenerations(benchmark::internal::Benchmark* bench) {
     for (const int64_t generation : {1, 2}) {
         bench->Args({16, 4, generation});
         bench->Args({10000, 4, generation});
-        bench->Args({4, 256 * 1024, generation});
+        bench->Args({4, int64_t{256} * 1024, generation});
     }
     bench->Unit(benchmark::kMillisecond);
 }
