@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "base/KvPiece.h"
 #include "base/KvScoped.h"
@@ -12,21 +13,31 @@
 namespace {
 
 constexpr char kPieceSeparator = ',';
+constexpr char kPieceSeparators[] = {kPieceSeparator, '\0'};
 
 }  // namespace
 
 BackupEntryParts splitBackupEntry(const char* entry) {
     BackupEntryParts parts;
     KvSimpleString pieces[kBackupEntryPieces + 1];
+    bool isComplete = true;
+    const char* begin = entry;
     for (KvSimpleString& piece : pieces) {
         if (!Str_Piece(entry, kPieceSeparator, static_cast<int>(parts.pieceCount), piece)) {
             break;
         }
+        // A string without memory is an empty one.
+        const size_t length = strcspn(begin, kPieceSeparators);
+        isComplete = isComplete && piece.length() == length;
+        begin += length + 1;
         Str_TrimAll(piece);
         ++parts.pieceCount;
     }
+    if (!isComplete) {
+        parts.pieceCount = 0;
+    }
     parts.backupName = FileNameOf(pieces[0].c_str());
-    parts.target = pieces[1];
+    parts.target = std::move(pieces[1]);
     return parts;
 }
 

@@ -19,7 +19,8 @@ struct BackupEntryParts {
     KvSimpleString target;      // piece 1, "" when missing
 };
 
-// Null gives no pieces. A piece for which there is no memory counts, and is "".
+// Null gives no pieces, and so does an entry without memory for one of its pieces, which is ""
+// then. Without memory for the name alone `backupName` is "", too.
 [[nodiscard]] BackupEntryParts splitBackupEntry(const char* entry);
 
 // Stores the entry text in `entry`, a heap string of exactly its size that the caller frees; null

@@ -2,12 +2,14 @@
 #include "updater/KvBackupEntry.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <memory>
 #include <string>
 
 #include "base/KvScoped.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/MemoryLimit.h"
 
 namespace {
 
@@ -39,6 +41,21 @@ TEST(KvBackupEntryTest, EntriesAreSplitAtCommasAndTrimmed) {
         EXPECT_STREQ(c.name, parts.backupName.c_str()) << what;
         EXPECT_STREQ(c.target, parts.target.c_str()) << what;
     }
+}
+
+// Taken for one with an empty target, it would lose its copy.
+TEST(KvBackupEntryTest, EntryWithoutMemoryForATargetHasNoPieces) {
+    if (!kCanLimitMemory) {
+        GTEST_SKIP() << "this platform does not limit the memory of a process";
+    }
+    const std::string entry = "backup.000, /" + std::string(kMoreThanTheHeapKeeps, 'x');
+    const auto body = [&]() {
+        limitMemory(4 * kMegabyte);
+        const BackupEntryParts parts = splitBackupEntry(entry.c_str());
+        const bool isRight = parts.pieceCount == 0 && parts.backupName == "backup.000";
+        _exit(isRight ? 0 : 1);
+    };
+    EXPECT_EXIT(body(), testing::ExitedWithCode(0), "");
 }
 
 TEST(KvBackupEntryTest, MadeEntryIsReadBack) {
