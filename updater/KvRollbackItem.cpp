@@ -91,6 +91,13 @@ void ItemRollback::undoAdded(const char* path) {
 
 void ItemRollback::undoWritten(const char* entry) {
     const BackupEntryParts parts = splitBackupEntry(entry);
+    if (parts.pieceCount == 0 && entry != nullptr && *entry != '\0') {
+        // There was no memory for its pieces. Gone on with, the item would count as rolled back and
+        // lose the copy.
+        KV_ERROR(kLevelProgress, "rollbackItem: malloc failed.");
+        status_ = kItemNotSaved;
+        return;
+    }
     char source[kLongPathCapacity];
     if (!backupFileOfEntry(parts, backupDir_, source, sizeof source)) {
         KV_ERROR(kLevelProgress, "rollbackItem: CatURIWithFile failed.");

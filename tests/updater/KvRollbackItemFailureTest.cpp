@@ -8,6 +8,7 @@
 
 #include "tests/support/LogCapture.h"
 #include "tests/support/MemoryLimit.h"
+#include "tests/updater/OnMessage.h"
 #include "tests/updater/RefusedDocuments.h"
 #include "tests/updater/RollbackItemTest.h"
 #include "tests/updater/Story.h"
@@ -238,6 +239,24 @@ TEST_F(RollbackItemFailure, StopsWhenTheEntryOfACopyGetsNoMemory) {
 
     EXPECT_EXIT(stopsForLackOfMemory([&]() { return run(); }, agent(), isLeft), ExitedWithCode(0),
                 "");
+}
+
+// The target would be taken for an empty one, and its copy deleted at the end.
+TEST_F(RollbackItemFailure, StopsWhenThePiecesOfAnEntryGetNoMemory) {
+    if (!kCanLimitMemory) {
+        GTEST_SKIP() << "this platform does not limit the memory of a process";
+    }
+    app.item(3, 5).entry("backup.000, " + std::string(kMoreThanTheHeapKeeps, 'x'));
+    const auto body = [&]() {
+        const OnMessage cut("rollbackItem: rollback added file done.",
+                            []() { limitMemory(4 * kMegabyte); });
+        Story story(agent());
+        const int result = run();
+        const std::vector<std::string> told = {"6 error rollbackItem: malloc failed.", kFailed};
+        _exit(result == -5 && story.linesAfter("added file done.") == told ? 0 : 1);
+    };
+
+    EXPECT_EXIT(body(), ExitedWithCode(0), "");
 }
 
 // The list is full and far too long to be doubled.
