@@ -13,6 +13,9 @@ inline constexpr bool kCanLimitMemory = true;
 inline constexpr bool kCanLimitMemory = false;
 #endif
 
+// A sanitizer needs memory for itself at any moment.
+inline constexpr bool kCanExhaustMemory = kCanLimitMemory && !KV_SANITIZED;
+
 inline constexpr long kMegabyte = 1024L * 1024;
 
 // More than the heap ever keeps of what was released: a block of this size comes from the system.
