@@ -186,7 +186,9 @@ KvTakenNames::Slot& KvTakenNames::slotOf(const KvFileStamp& stamp) {
     }
     // Directories are done one after the other, so the oldest slot is the one to give up.
     const bool isLast = current_ == &slots_.back();
-    return isLast ? slots_.front() : *(current_ + 1);
+    Slot& oldest = isLast ? slots_.front() : *(current_ + 1);
+    oldest.isKnown = false;
+    return oldest;
 }
 
 bool KvTakenNames::isCurrent(const char* directory) {

@@ -89,6 +89,10 @@ class KvRecordNames {
 // The names taken in the few directories that were asked for last.
 class KvTakenNames {
   public:
+    KvTakenNames() = default;
+    KvTakenNames(const KvTakenNames&) = delete;
+    KvTakenNames& operator=(const KvTakenNames&) = delete;
+
     // The names in `directory`, checked or listed anew. The caller adds names that turn out to be
     // taken. Valid until the next call.
     [[nodiscard]] KvBackupNameSet& read(const char* directory);

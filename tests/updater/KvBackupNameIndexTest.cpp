@@ -3,10 +3,12 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "tests/support/CodePage.h"
 #include "tests/support/TempTree.h"
@@ -214,6 +216,26 @@ TEST(KvTakenNamesTest, OnlyAnUnchangedDirectoryIsCurrent) {
     tree.write("d/other", "");
     EXPECT_FALSE(names.isCurrent(dir.c_str()));
     EXPECT_FALSE(names.isCurrent(""));
+}
+
+// More directories than are remembered: each new one bears the time at which the one that makes
+// room for it was marked.
+TEST(KvTakenNamesTest, DirectoriesOfTheSameTimeAreKeptApart) {
+    const TempTree tree;
+    KvTakenNames names;
+    std::vector<timespec> marks;
+    for (size_t i = 0; i < 9; ++i) {
+        const std::string dir = tree.makeDir("d" + std::to_string(i));
+        names.read(dir.c_str()).insert(i);
+        names.remember(dir.c_str());
+        marks.push_back(KvFileStamp::of(dir.c_str()).modified);
+    }
+    for (size_t i = 1; i < marks.size(); ++i) {
+        const std::string dir = tree.makeDir("new" + std::to_string(i));
+        const timespec times[] = {marks[i], marks[i]};
+        ASSERT_EQ(0, utimensat(AT_FDCWD, dir.c_str(), times, 0));
+        EXPECT_FALSE(names.read(dir.c_str()).contains(i));
+    }
 }
 
 TEST(KvTakenNamesTest, DirectoriesAreKeptApart) {
