@@ -69,7 +69,10 @@ int KvFileContents::copy(const char* src, const char* dst, TargetState state) {
     if (result != KvFileOpUtil::kDone) {
         return result;
     }
-    setTimes(target.get(), status);
+    if (status.st_mode != 0) {
+        // Else the source could not be asked, and the target keeps the times that it has.
+        setTimes(target.get(), status);
+    }
     // Some file systems tell only here that they could not store the bytes.
     const bool isStored = close(target.release()) == 0 || errno == EINTR;
     return isStored ? KvFileOpUtil::kDone : KvFileOpUtil::kWriteError;

@@ -19,7 +19,8 @@ class KvFileContents {
     [[nodiscard]] int copy(const char* src, const char* dst, TargetState state);
 
   private:
-    // kDone leaves in `status` what the source was at its end.
+    // kDone leaves in `status`, given zeroed, what the source was at its end; all zero when it does
+    // not tell.
     [[nodiscard]] int pump(int source, int target, struct stat& status);
 
     ScopedHeap<char> buffer_;  // made by the first copy

@@ -5,7 +5,7 @@
 
 enum class LogAppend {
     kDone,
-    kNotOpened,  // errno tells why
+    kNotOpened,
     kCutShort,   // the file did not take the whole text
 };
 
