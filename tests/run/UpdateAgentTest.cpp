@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "tests/run/AgentRule.h"
 #include "tests/run/PatchScenario.h"
 
 namespace fs = std::filesystem;
@@ -271,16 +272,7 @@ TEST(UpdateAgent, IgnoresAnAgentThatWouldNotBeRolledBack) {
 }
 
 // Answers that are neither the yes nor the no of an entry point: the update goes on.
-struct OddAnswer {
-    ScriptedAgent::Interface which;
-    const char* rule;
-};
-
-void PrintTo(const OddAnswer& answer, std::ostream* out) {
-    *out << answer.rule;
-}
-
-class UpdateOddAnswer : public testing::TestWithParam<OddAnswer> {};
+class UpdateOddAnswer : public testing::TestWithParam<AgentRule> {};
 
 TEST_P(UpdateOddAnswer, CountsAsAYes) {
     PatchScenario patch;
@@ -311,21 +303,21 @@ TEST_P(UpdateOddAnswer, CountsAsAYes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfANewAgent, UpdateOddAnswer,
-                         testing::Values(OddAnswer{ScriptedAgent::kNew, "StartItem = -1"},
-                                         OddAnswer{ScriptedAgent::kNew, "StartItem = 42"},
-                                         OddAnswer{ScriptedAgent::kNew, "EndItem = -1"},
-                                         OddAnswer{ScriptedAgent::kNew, "EndItem = 2"},
-                                         OddAnswer{ScriptedAgent::kNew, "EndAction = -1"},
-                                         OddAnswer{ScriptedAgent::kNew, "EndAction = 0"}));
+                         testing::Values(AgentRule{ScriptedAgent::kNew, "StartItem = -1"},
+                                         AgentRule{ScriptedAgent::kNew, "StartItem = 42"},
+                                         AgentRule{ScriptedAgent::kNew, "EndItem = -1"},
+                                         AgentRule{ScriptedAgent::kNew, "EndItem = 2"},
+                                         AgentRule{ScriptedAgent::kNew, "EndAction = -1"},
+                                         AgentRule{ScriptedAgent::kNew, "EndAction = 0"}));
 
 INSTANTIATE_TEST_SUITE_P(OfAnOldAgent, UpdateOddAnswer,
-                         testing::Values(OddAnswer{ScriptedAgent::kOld, "StartPattern = -1"},
-                                         OddAnswer{ScriptedAgent::kOld, "StartPattern = 42"},
-                                         OddAnswer{ScriptedAgent::kOld, "EndPattern = -1"},
-                                         OddAnswer{ScriptedAgent::kOld, "EndPattern = 42"},
-                                         OddAnswer{ScriptedAgent::kOld, "IsRollback = -1"},
-                                         OddAnswer{ScriptedAgent::kOld, "EndPatch = -1"},
-                                         OddAnswer{ScriptedAgent::kOld, "EndPatch = 0"}));
+                         testing::Values(AgentRule{ScriptedAgent::kOld, "StartPattern = -1"},
+                                         AgentRule{ScriptedAgent::kOld, "StartPattern = 42"},
+                                         AgentRule{ScriptedAgent::kOld, "EndPattern = -1"},
+                                         AgentRule{ScriptedAgent::kOld, "EndPattern = 42"},
+                                         AgentRule{ScriptedAgent::kOld, "IsRollback = -1"},
+                                         AgentRule{ScriptedAgent::kOld, "EndPatch = -1"},
+                                         AgentRule{ScriptedAgent::kOld, "EndPatch = 0"}));
 
 class UpdateOfClass : public testing::TestWithParam<unsigned> {};
 

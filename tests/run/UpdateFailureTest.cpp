@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "tests/run/AgentRule.h"
 #include "tests/run/PatchScenario.h"
 #include "tests/run/TwoItemUpdate.h"
 
@@ -14,16 +15,7 @@ namespace {
 using testing::Contains;
 using testing::Not;
 
-struct Refusal {
-    ScriptedAgent::Interface which;
-    const char* rule;
-};
-
-void PrintTo(const Refusal& refusal, std::ostream* out) {
-    *out << refusal.rule;
-}
-
-class UpdateRefused : public testing::TestWithParam<Refusal> {};
+class UpdateRefused : public testing::TestWithParam<AgentRule> {};
 
 TEST_P(UpdateRefused, LeavesEverythingAsItWas) {
     PatchScenario patch;
@@ -42,42 +34,42 @@ TEST_P(UpdateRefused, LeavesEverythingAsItWas) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ByANewAgent, UpdateRefused,
-                         testing::Values(Refusal{ScriptedAgent::kNew, "StartAction = 1"},
-                                         Refusal{ScriptedAgent::kNew, "StartAction = 2"},
-                                         Refusal{ScriptedAgent::kNew, "StartItem #1 = 0"},
-                                         Refusal{ScriptedAgent::kNew, "StartItem #2 = 0"},
-                                         Refusal{ScriptedAgent::kNew, "EndItem #1 = 0"},
-                                         Refusal{ScriptedAgent::kNew, "EndItem #2 = 0"},
-                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #1 = -1"},
-                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #2 = -1"},
-                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #3 = -1"},
-                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #4 = -1"},
-                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #5 = -1"},
-                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #6 = -1"},
+                         testing::Values(AgentRule{ScriptedAgent::kNew, "StartAction = 1"},
+                                         AgentRule{ScriptedAgent::kNew, "StartAction = 2"},
+                                         AgentRule{ScriptedAgent::kNew, "StartItem #1 = 0"},
+                                         AgentRule{ScriptedAgent::kNew, "StartItem #2 = 0"},
+                                         AgentRule{ScriptedAgent::kNew, "EndItem #1 = 0"},
+                                         AgentRule{ScriptedAgent::kNew, "EndItem #2 = 0"},
+                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #1 = -1"},
+                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #2 = -1"},
+                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #3 = -1"},
+                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #4 = -1"},
+                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #5 = -1"},
+                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #6 = -1"},
                                          // The rollback's own calls fail as well.
-                                         Refusal{ScriptedAgent::kNew,
-                                                 "CheckFileEx #6 = -1\nStartItem #3 = 0\n"
-                                                 "StartItem #4 = 0\nEndItem = 0"}));
+                                         AgentRule{ScriptedAgent::kNew,
+                                                   "CheckFileEx #6 = -1\nStartItem #3 = 0\n"
+                                                   "StartItem #4 = 0\nEndItem = 0"}));
 
 INSTANTIATE_TEST_SUITE_P(
     ByAnOldAgent, UpdateRefused,
-    testing::Values(Refusal{ScriptedAgent::kOld, "StartPatch = 1"},
-                    Refusal{ScriptedAgent::kOld, "StartPatch = 2"},
-                    Refusal{ScriptedAgent::kOld, "StartPattern #1 = 0"},
-                    Refusal{ScriptedAgent::kOld, "StartEngine #1 = 0"},
-                    Refusal{ScriptedAgent::kOld, "EndPattern #1 = 0"},
-                    Refusal{ScriptedAgent::kOld, "EndEngine #1 = 0"},
-                    Refusal{ScriptedAgent::kOld, "CheckFile #1 = -1"},
-                    Refusal{ScriptedAgent::kOld, "CheckFile #2 = -1"},
-                    Refusal{ScriptedAgent::kOld, "CheckFile #3 = -1"},
-                    Refusal{ScriptedAgent::kOld, "CheckFile #4 = -1"},
-                    Refusal{ScriptedAgent::kOld, "CheckFile #5 = -1"},
-                    Refusal{ScriptedAgent::kOld, "CheckFile #6 = -1"},
-                    Refusal{ScriptedAgent::kOld,
-                            "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
-                            "EndPattern = 0\nEndEngine = 0"}));
+    testing::Values(AgentRule{ScriptedAgent::kOld, "StartPatch = 1"},
+                    AgentRule{ScriptedAgent::kOld, "StartPatch = 2"},
+                    AgentRule{ScriptedAgent::kOld, "StartPattern #1 = 0"},
+                    AgentRule{ScriptedAgent::kOld, "StartEngine #1 = 0"},
+                    AgentRule{ScriptedAgent::kOld, "EndPattern #1 = 0"},
+                    AgentRule{ScriptedAgent::kOld, "EndEngine #1 = 0"},
+                    AgentRule{ScriptedAgent::kOld, "CheckFile #1 = -1"},
+                    AgentRule{ScriptedAgent::kOld, "CheckFile #2 = -1"},
+                    AgentRule{ScriptedAgent::kOld, "CheckFile #3 = -1"},
+                    AgentRule{ScriptedAgent::kOld, "CheckFile #4 = -1"},
+                    AgentRule{ScriptedAgent::kOld, "CheckFile #5 = -1"},
+                    AgentRule{ScriptedAgent::kOld, "CheckFile #6 = -1"},
+                    AgentRule{ScriptedAgent::kOld,
+                              "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
+                              "EndPattern = 0\nEndEngine = 0"}));
 
-class ThirdItemRefused : public testing::TestWithParam<Refusal> {};
+class ThirdItemRefused : public testing::TestWithParam<AgentRule> {};
 
 TEST_P(ThirdItemRefused, LeavesEverythingAsItWas) {
     PatchScenario patch;
@@ -96,12 +88,12 @@ TEST_P(ThirdItemRefused, LeavesEverythingAsItWas) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AProduct, ThirdItemRefused,
-                         testing::Values(Refusal{ScriptedAgent::kOld, "StartProduct #1 = 0"},
-                                         Refusal{ScriptedAgent::kOld, "EndProduct #1 = 0"},
-                                         Refusal{ScriptedAgent::kOld, "CheckFile #8 = -1"},
-                                         Refusal{ScriptedAgent::kNew, "StartItem #3 = 0"},
-                                         Refusal{ScriptedAgent::kNew, "EndItem #3 = 0"},
-                                         Refusal{ScriptedAgent::kNew, "CheckFileEx #8 = -1"}));
+                         testing::Values(AgentRule{ScriptedAgent::kOld, "StartProduct #1 = 0"},
+                                         AgentRule{ScriptedAgent::kOld, "EndProduct #1 = 0"},
+                                         AgentRule{ScriptedAgent::kOld, "CheckFile #8 = -1"},
+                                         AgentRule{ScriptedAgent::kNew, "StartItem #3 = 0"},
+                                         AgentRule{ScriptedAgent::kNew, "EndItem #3 = 0"},
+                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #8 = -1"}));
 
 // Old files are saved whatever the description says of a backup.
 TEST(UpdateFailure, IsUndoneWithoutABackupToo) {
