@@ -6,7 +6,7 @@
 enum class LogAppend {
     kDone,
     kNotOpened,
-    kCutShort,   // the file did not take the whole text
+    kCutShort,  // the file did not take the whole text
 };
 
 // Appends the text with one open, one write and one close; makes the file when it is missing.
