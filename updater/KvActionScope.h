@@ -1,9 +1,9 @@
 // What an action holds while it runs; everything is released when the scope ends.
 #pragma once
 
-#include "updater/KvBackupStru.h"
-#include "updater/KvPatchAgent.h"
-#include "updater/KvUpdateStru.h"
+#include "agent/KvPatchAgent.h"
+#include "patch/KvUpdateStru.h"
+#include "store/KvBackupStru.h"
 
 // The parsed patch description and the loaded patch agent, released in this order.
 struct ActionScope {

@@ -1,10 +1,10 @@
 #include "updater/KvAutoRollback.h"
 
+#include "agent/KvAgentItem.h"
 #include "fileop/KvFileOpUtil.h"
 #include "log/KvReport.h"
-#include "updater/KvAgentItem.h"
-#include "updater/KvBackupEntry.h"
-#include "updater/KvBackupName.h"
+#include "store/KvBackupEntry.h"
+#include "store/KvBackupName.h"
 #include "updater/KvRunPaths.h"
 
 namespace {

@@ -2,8 +2,8 @@
 // the run began.
 #pragma once
 
-#include "updater/KvBackupStru.h"
-#include "updater/KvPatchAgent.h"
+#include "agent/KvPatchAgent.h"
+#include "store/KvBackupStru.h"
 
 // What is undone; from 2 on only the agent is called.
 enum AutoRollbackMode : unsigned {

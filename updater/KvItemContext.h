@@ -1,8 +1,8 @@
 // What the per-file steps of one item share. Owned by the action; it only points at its parts.
 #pragma once
 
-#include "updater/KvBackupStru.h"
-#include "updater/KvPatchAgent.h"
+#include "agent/KvPatchAgent.h"
+#include "store/KvBackupStru.h"
 
 struct ItemContext {
     backupItem* backup;       // where the item's changes are recorded

@@ -1,7 +1,7 @@
 #include "updater/KvItemStep.h"
 
+#include "agent/KvAgentItem.h"
 #include "log/KvReport.h"
-#include "updater/KvAgentItem.h"
 
 namespace {
 

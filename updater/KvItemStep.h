@@ -8,8 +8,8 @@
 // pointers themselves and may write through them.
 #pragma once
 
+#include "agent/KvPatchAgent.h"
 #include "base/KvVersion.h"
-#include "updater/KvPatchAgent.h"
 
 // Not 0: the item may be processed. 0: the agent refused it (its end call has then been made
 // already, with success 0, and must not be made again), or class or interface are unknown,

@@ -1,11 +1,11 @@
 #include "updater/KvRollbackAction.h"
 
+#include "agent/KvAgentPaths.h"
 #include "base/KvText.h"
 #include "log/KvReport.h"
+#include "store/KvBackupMerge.h"
 #include "updater/KvActionScope.h"
-#include "updater/KvAgentPaths.h"
 #include "updater/KvAutoRollback.h"
-#include "updater/KvBackupMerge.h"
 #include "updater/KvItemStep.h"
 #include "updater/KvRebootList.h"
 #include "updater/KvRollbackItem.h"

@@ -1,8 +1,8 @@
 // Action 1 of the patch description: the rollback of an earlier update on request.
 #pragma once
 
-#include "updater/KvPatchAgent.h"
-#include "updater/KvUpdateStru.h"
+#include "agent/KvPatchAgent.h"
+#include "patch/KvUpdateStru.h"
 
 class KvIniUtil;
 

@@ -6,10 +6,10 @@
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
 #include "log/KvReport.h"
-#include "updater/KvBackupEntry.h"
-#include "updater/KvBackupName.h"
+#include "store/KvBackupEntry.h"
+#include "store/KvBackupName.h"
+#include "store/KvRecordContents.h"
 #include "updater/KvRebootList.h"
-#include "updater/KvRecordContents.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 // items and files: all in which the two interfaces differ there.
 #pragma once
 
-#include "updater/KvAgentPaths.h"
-#include "updater/KvPatchAgent.h"
-#include "updater/KvUpdateStru.h"
+#include "agent/KvAgentPaths.h"
+#include "agent/KvPatchAgent.h"
+#include "patch/KvUpdateStru.h"
 
 // Borrows the agent and the description, which must outlive it.
 class UpdateAgent {

@@ -11,13 +11,13 @@
 #include "ini/KvVcCfg.h"
 #include "log/KvReport.h"
 #include "log/KvVcEventManager.h"
+#include "patch/KvUpdateStru.h"
 #include "updater/KvCleanup.h"
 #include "updater/KvResultFile.h"
 #include "updater/KvRollbackAction.h"
 #include "updater/KvRunPaths.h"
 #include "updater/KvRunStatus.h"
 #include "updater/KvUpdateAction.h"
-#include "updater/KvUpdateStru.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "log/KvVcEventManager.h"
-#include "updater/KvBackupName.h"
+#include "store/KvBackupName.h"
 
 class BenchStore {
   public:

@@ -3,8 +3,8 @@
 #include <benchmark/benchmark.h>
 
 #include "bench/store/BenchStore.h"
-#include "updater/KvBackupMerge.h"
-#include "updater/KvRecordContents.h"
+#include "store/KvBackupMerge.h"
+#include "store/KvRecordContents.h"
 
 namespace {
 

@@ -17,8 +17,12 @@ std::string at(const std::string& file, int line) {
 }
 
 bool isWrittenFromRoot(const std::string& name) {
-    return floorOf(name) >= 0 && name.find('/') != std::string::npos &&
+    return floorOf(name) != nullptr && name.find('/') != std::string::npos &&
            fs::path(name).lexically_normal() == fs::path(name);
+}
+
+bool sees(const Floor& from, const Floor& to) {
+    return to.name == from.name || to.level < from.level;
 }
 
 // What is wrong with one include; empty when nothing is.
@@ -32,7 +36,11 @@ std::string includeFault(const std::string& root, const SourceFile& file, const 
     if (fs::path(seen.name).extension() != ".h" || !fs::exists(root + "/" + seen.name)) {
         return "no such header";
     }
-    return floorOf(seen.name) > file.floor ? "runs up the house" : "";
+    const Floor* const target = floorOf(seen.name);
+    if (target->level > file.floor->level) {
+        return "runs up the house";
+    }
+    return sees(*file.floor, *target) ? "" : "runs sideways";
 }
 
 // Which room includes which: a header and the source of the same base name are one node.
@@ -53,10 +61,9 @@ Graph floorGraph(const std::vector<SourceFile>& sources) {
     Graph graph;
     for (const SourceFile& file : sources) {
         for (const IncludeLine& seen : file.includes) {
-            const int target = floorOf(seen.name);
-            if (seen.quoted && target >= 0 && target != file.floor) {
-                graph[floorNames()[static_cast<size_t>(file.floor)]].insert(
-                    floorNames()[static_cast<size_t>(target)]);
+            const Floor* const target = floorOf(seen.name);
+            if (seen.quoted && target != nullptr && target != file.floor) {
+                graph[file.floor->name].insert(target->name);
             }
         }
     }
@@ -126,10 +133,11 @@ std::vector<std::string> librariesIn(const std::string& line) {
     return names;
 }
 
-bool mayLink(int floor, const std::string& library) {
+bool mayLink(const Floor& floor, const std::string& library) {
     const std::string name = library.substr(std::string("kv_").size());
     // A floor names itself where its properties are set.
-    return name == "options" || (floorOf(name) >= 0 && floorOf(name) <= floor);
+    const Floor* const linked = floorOf(name);
+    return name == "options" || (linked != nullptr && sees(floor, *linked));
 }
 
 }  // namespace
@@ -169,13 +177,13 @@ Complaints findLongSources(const std::string& root) {
 
 Complaints findLinkFaults(const std::string& root) {
     Complaints complaints;
-    for (const std::string& floor : floorNames()) {
-        const std::string name = floor + "/CMakeLists.txt";
+    for (const Floor& floor : floors()) {
+        const std::string name = floor.name + "/CMakeLists.txt";
         int number = 0;
         for (const std::string& line : readLines(root + "/" + name)) {
             ++number;
             for (const std::string& library : librariesIn(line)) {
-                if (!mayLink(floorOf(floor), library)) {
+                if (!mayLink(floor, library)) {
                     complaints.push_back(at(name, number) + library + ": not a floor below");
                 }
             }

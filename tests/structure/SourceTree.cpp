@@ -52,22 +52,25 @@ std::string SourceFile::stem() const {
     return fs::path(name).replace_extension().string();
 }
 
-const std::vector<std::string>& floorNames() {
-    static const std::vector<std::string> names{"base", "fileop", "ini", "log", "updater"};
-    return names;
+const std::vector<Floor>& floors() {
+    static const std::vector<Floor> all{{"base", 1},  {"fileop", 2}, {"ini", 3},   {"log", 4},
+                                        {"patch", 5}, {"agent", 6},  {"store", 6}, {"updater", 7}};
+    return all;
 }
 
-int floorOf(const std::string& name) {
-    const auto& names = floorNames();
-    const auto hit = std::find(names.begin(), names.end(), name.substr(0, name.find('/')));
-    return hit == names.end() ? -1 : static_cast<int>(hit - names.begin());
+const Floor* floorOf(const std::string& name) {
+    const auto hit = std::find_if(floors().begin(), floors().end(), [&](const Floor& floor) {
+        return floor.name == name.substr(0, name.find('/'));
+    });
+    return hit == floors().end() ? nullptr : &*hit;
 }
 
 std::vector<SourceFile> readSources(const std::string& root) {
     std::vector<SourceFile> sources;
-    for (const std::string& floor : floorNames()) {
+    for (const Floor& floor : floors()) {
         std::error_code missing;
-        for (const auto& entry : fs::recursive_directory_iterator(root + "/" + floor, missing)) {
+        for (const auto& entry :
+             fs::recursive_directory_iterator(root + "/" + floor.name, missing)) {
             if (entry.is_regular_file() && isSource(entry.path())) {
                 sources.push_back(
                     readSource(root, entry.path().lexically_relative(root).generic_string()));

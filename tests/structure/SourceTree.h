@@ -10,9 +10,15 @@ struct IncludeLine {
     std::string name;  // what stands between the delimiters
 };
 
+// One floor of the house. Floors of the same level are its halves, which do not see each other.
+struct Floor {
+    std::string name;  // "base"
+    int level;         // 1 for the ground floor
+};
+
 struct SourceFile {
     std::string name;  // from the root: "base/KvText.h"
-    int floor;         // see floorOf
+    const Floor* floor;
     int lineCount;
     std::vector<IncludeLine> includes;
 
@@ -21,11 +27,11 @@ struct SourceFile {
     [[nodiscard]] std::string stem() const;
 };
 
-// The floors from the ground up.
-[[nodiscard]] const std::vector<std::string>& floorNames();
+// Every floor, the lowest level first.
+[[nodiscard]] const std::vector<Floor>& floors();
 
-// The number of the floor on which the named file lies, 0 for the ground floor; -1 for none.
-[[nodiscard]] int floorOf(const std::string& name);
+// The floor on which the named file lies; null for none.
+[[nodiscard]] const Floor* floorOf(const std::string& name);
 
 // Every header and source of the floors, by name.
 [[nodiscard]] std::vector<SourceFile> readSources(const std::string& root);

@@ -4,8 +4,8 @@
 
 #include <csignal>
 
+#include "agent/KvPatchAgent.h"
 #include "tests/support/ForkedProcess.h"
-#include "updater/KvPatchAgent.h"
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;

@@ -8,10 +8,10 @@
 #include <string>
 
 #include "ini/KvIniUtil.h"
+#include "tests/patch/DescriptionText.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/support/TempTree.h"
-#include "tests/updater/DescriptionText.h"
 #include "tests/updater/RunGlobals.h"
 
 class ActionTest : public testing::Test {

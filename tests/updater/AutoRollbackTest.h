@@ -5,9 +5,9 @@
 
 #include <string>
 
+#include "tests/agent/FakeAgent.h"
+#include "tests/store/RunBackup.h"
 #include "tests/support/TempTree.h"
-#include "tests/updater/FakeAgent.h"
-#include "tests/updater/RunBackup.h"
 #include "updater/KvAutoRollback.h"
 
 // A run's record over items of "app", whose saved files are in the store.

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "fileop/KvFileOpUtil.h"
+#include "tests/agent/FakeAgent.h"
 #include "tests/support/TempTree.h"
-#include "tests/updater/FakeAgent.h"
 #include "tests/updater/RebootEntries.h"
 #include "updater/KvFileStep.h"
 #include "updater/KvItemContext.h"

@@ -5,10 +5,10 @@
 #include <string>
 #include <utility>
 
+#include "tests/agent/FakeAgent.h"
+#include "tests/store/RunBackup.h"
 #include "tests/support/LogCapture.h"
 #include "tests/updater/AutoRollbackTest.h"
-#include "tests/updater/FakeAgent.h"
-#include "tests/updater/RunBackup.h"
 
 namespace {
 

@@ -10,9 +10,9 @@
 
 #include "tests/support/ForkedProcess.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/LogLines.h"
 #include "tests/support/MemoryLimit.h"
 #include "tests/updater/FileStepTest.h"
-#include "tests/updater/LogLines.h"
 #include "tests/updater/OnMessage.h"
 
 namespace {

@@ -4,8 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/agent/FakeAgent.h"
 #include "tests/support/LogCapture.h"
-#include "tests/updater/FakeAgent.h"
 
 namespace {
 

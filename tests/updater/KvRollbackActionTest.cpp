@@ -3,8 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include "tests/agent/LoadedLibrary.h"
 #include "tests/updater/ActionTest.h"
-#include "tests/updater/LoadedLibrary.h"
 #include "tests/updater/RebootEntries.h"
 #include "tests/updater/UpdatedApp.h"
 

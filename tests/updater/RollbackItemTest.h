@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "tests/agent/FakeAgent.h"
+#include "tests/store/RunBackup.h"
 #include "tests/support/TempTree.h"
-#include "tests/updater/FakeAgent.h"
 #include "tests/updater/RebootEntries.h"
-#include "tests/updater/RunBackup.h"
 #include "tests/updater/UpdatedApp.h"
 #include "updater/KvRollbackItem.h"
 

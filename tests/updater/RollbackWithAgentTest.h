@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/agent/FakeAgent.h"
 #include "tests/updater/ActionTest.h"
-#include "tests/updater/FakeAgent.h"
 #include "tests/updater/RebootEntries.h"
 #include "tests/updater/UpdatedApp.h"
 #include "updater/KvRollbackAction.h"

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "tests/agent/FakeAgent.h"
 #include "tests/support/LogCapture.h"
-#include "tests/updater/FakeAgent.h"
-#include "tests/updater/LogLines.h"
+#include "tests/support/LogLines.h"
 
 class Story {
   public:

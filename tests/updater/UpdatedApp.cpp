@@ -1,6 +1,6 @@
 #include "tests/updater/UpdatedApp.h"
 
-#include "updater/KvBackupName.h"
+#include "store/KvBackupName.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 #include <malloc.h>
 #endif
 
+#include "tests/support/LogLines.h"
 #include "tests/support/MemoryLimit.h"
-#include "tests/updater/LogLines.h"
 
 // The runs are those of a program started anew: what earlier tests released could hold what a run
 // asks for.

@@ -1,0 +1,200 @@
+#include "store/KvBackupMerge.h"
+
+#include "base/KvHeap.h"
+#include "base/KvScoped.h"
+#include "base/KvSimpleVector.h"
+#include "base/KvText.h"
+#include "fileop/KvFileOpUtil.h"
+#include "fileop/KvPath.h"
+#include "log/KvReport.h"
+#include "store/KvBackupFiles.h"
+#include "store/KvBackupName.h"
+#include "store/KvBackupRemoval.h"
+#include "store/KvBackupSection.h"
+#include "store/KvRecordContents.h"
+
+// What the disk holds while one item is merged:
+//   1. The record is read, and rewritten where it was damaged. It names the former generation.
+//   2. The files of the former generation are deleted. The record still names them, so that none of
+//      their names is given out again.
+//   3. The record is written. It names the files of this run, which exist since before the merge.
+// A crash before 3 leaves a record that names deleted files; one during 3 leaves a torn record,
+// which the next merge repairs. The files of this run then have no owner but stay unharmed: a name
+// that exists is not given out.
+
+namespace {
+
+constexpr char kModule[] = "KvUpdaterStru";
+
+void createStore(const backupStru& run, const char* recordPath) {
+    // A store that cannot be made shows when its record is written.
+    (void)KvFileOpUtil::createDir(DirNameOf(recordPath).c_str());
+    if (KvFileOpUtil::isExist(recordPath)) {
+        return;
+    }
+    const RecordDocument record = openRecord(recordPath);
+    if (record) {
+        // Written when the document is released.
+        writeRecordCommon(*record, 0, run.patchAgentVersion, run.patchAgentFile);
+    }
+}
+
+void createStores(const backupStru& run) {
+    for (uint64_t i = 0; i < run.itemCount; ++i) {
+        char path[kPathCapacity];
+        if (run.items[i].destination != nullptr &&
+            constructRecordPath(run.items[i].destination, path, sizeof path)) {
+            createStore(run, path);
+        }
+    }
+}
+
+// Deletes all sections of that name: what a damaged record holds of the same name must not show
+// through the section that is written next.
+void clearSection(KvIniUtil& record, const char* section) {
+    KvSimpleStringVector names;
+    record.findSection(section, names);
+    for (size_t i = 0; i < names.size(); ++i) {
+        if (Str_Equal(names[i].c_str(), section, false)) {
+            record.del(section);
+        }
+    }
+}
+
+// The first former item of that class and type that has a section; null when there is none.
+const backupItem* findFormer(KvIniUtil& record, const backupStru& old, const backupItem& item,
+                             uint64_t& number) {
+    for (uint64_t i = 0; i < old.itemCount; ++i) {
+        const backupItem& former = old.items[i];
+        if (former.itemClass != item.itemClass || former.type != item.type) {
+            continue;
+        }
+        number = sectionOfBackupItem(record, old, i);
+        if (number != kNoSection) {
+            return &former;
+        }
+    }
+    return nullptr;
+}
+
+// Makes room for the item in the record and returns the number of its section.
+uint64_t prepareSection(KvIniUtil& record, const backupStru& old, const backupItem& item) {
+    uint64_t number = 0;
+    const backupItem* const former = findFormer(record, old, item, number);
+    BackupKey section;
+    if (former != nullptr) {
+        // Only the overwritten files have copies; the added ones are for a rollback to delete.
+        deleteWrittenBackups(*former, item, DeletionReport::kLogged);
+        makeItemSection(section, number);
+        clearSection(record, section);
+        KV_INFO(kLevelCallbackOnly, "Delete section:%s", section);
+        return number;
+    }
+    number = recordItemCount(record);
+    setRecordItemCount(record, number + 1);
+    makeItemSection(section, number);
+    clearSection(record, section);
+    return number;
+}
+
+void logWrittenKey(const char* key, const char* value) {
+    KV_INFO(kLevelCallbackOnly, "Set %s=%s", key, value);
+}
+
+// Folds one item into the record of its destination and stores the number of its section. False
+// when the record can neither be read nor repaired.
+bool mergeItem(const backupStru& run, const backupItem& item, uint32_t& touched) {
+    char path[kPathCapacity];
+    if (!constructRecordPath(item.destination, path, sizeof path)) {
+        return false;
+    }
+    RecordDocument record = openRecord(path);
+    KV_INFO(kLevelProgress, "Start parsing the original backup ini(%s).", path);
+    RecordContents old;
+    if (!old.repair(record, path, run)) {
+        return false;
+    }
+    const uint64_t number = prepareSection(*record, old.get(), item);
+    touched = static_cast<uint32_t>(number);
+    writeItemSection(*record, number, item, logWrittenKey);
+    // Kept: the document is written once more when it is released, unless a repair took its path.
+    if (!record->flushTo(path)) {
+        KV_INFO(kLevelProgress, "Flush VcBackup.ini failed");
+    }
+    return true;
+}
+
+void abandonItem(const backupItem& item) {
+    // Kept: "faild", which searches of the log rely on.
+    KV_ERROR(kLevelProgress, "Merge backup ini faild");
+    KV_INFO(kLevelProgress, "Remove auto-rollback files");
+    deleteWrittenBackups(item, item, DeletionReport::kLogged);
+}
+
+// Writes down which sections were touched, the latest first.
+void writeTransaction(const backupItem& first, const uint32_t* touched, uint64_t count) {
+    char path[kPathCapacity];
+    if (first.destination == nullptr ||
+        !constructRecordPath(first.destination, path, sizeof path)) {
+        return;
+    }
+    KvSimpleString text;
+    for (uint64_t i = count; i-- > 0;) {
+        BackupKey number;
+        Snprintf(number, sizeof number, "%u, ", touched[i]);
+        text.append(number);
+    }
+    const RecordDocument record = openRecord(path);
+    if (record) {
+        record->set(kCommonSection, kTransactionKey, text.c_str());
+    }
+}
+
+void mergeRunBackup(const backupStru& run) {
+    createStores(run);
+    const ScopedHeap<uint32_t> touched(allocZeroed<uint32_t>(run.itemCount));
+    if (!touched) {
+        return;
+    }
+    uint64_t touchedCount = 0;
+    for (uint64_t i = 0; i < run.itemCount; ++i) {
+        const backupItem& item = run.items[i];
+        if (item.destination == nullptr) {
+            continue;  // never reached by the run
+        }
+        if (!mergeItem(run, item, touched.get()[touchedCount])) {
+            abandonItem(item);
+            return;
+        }
+        ++touchedCount;
+    }
+    if (run.patchAgentVersion == 0) {
+        writeTransaction(run.items[0], touched.get(), touchedCount);
+    }
+    KV_INFO(kLevelProgress, "mergeBackupIni: done.");
+}
+
+}  // namespace
+
+void mergeBackupIni(const backupStru* run, uint32_t backupFlag) {
+    if (run == nullptr || run->items == nullptr || run->itemCount == 0) {
+        return;
+    }
+    if (backupFlag == 0) {
+        KV_INFO(kLevelProgress, "mergeBackupIni: no need to backup.");
+        discardRunBackup(*run);
+        KV_INFO(kLevelProgress, "mergeBackupIni: no backup done.");
+        return;
+    }
+    KV_INFO(kLevelProgress, "mergeBackupIni: backup needed.");
+    mergeRunBackup(*run);
+}
+
+void updateBackupIni(const backupStru* rollback) {
+    const uint64_t count =
+        rollback != nullptr && rollback->items != nullptr ? rollback->itemCount : 0;
+    for (uint64_t i = 0; i < count; ++i) {
+        forgetRolledBackItem(rollback->items[i]);
+    }
+    KV_INFO(kLevelProgress, "updateBackupIni: done.");
+}

@@ -1,0 +1,172 @@
+#include "store/KvBackupRecordItem.h"
+
+#include <utility>
+
+#include "base/KvHeap.h"
+#include "base/KvNumber.h"
+#include "ini/KvIniUtil.h"
+#include "log/KvReport.h"
+#include "store/KvBackupName.h"
+#include "store/KvBackupRecordDump.h"
+#include "store/KvBackupSection.h"
+
+namespace {
+
+constexpr char kModule[] = "KvUpdaterStru";
+
+// A damaged file count may name millions of entries; once a section is gone, each of them is
+// missing. No more of them than this are looked for and reported.
+constexpr uint64_t kMissingLimit = 65536;
+
+// One of the two file lists of a section: where it stands and what is said about it.
+struct ListText {
+    const char* word;
+    const char* name;
+    const char* listNoMemory;
+    const char* keyFailed;
+    const char* copyFailed;
+};
+
+// Kept: the texts differ where nothing else does, by a letter or two.
+constexpr ListText kAddedText{kAddedWord, "added file name", "phaseIniForBackupL: malloc failed.",
+                              "phaseIniForBackup: snprintf failed.",
+                              "phaseIniForBackup: Strncpy failed."};
+constexpr ListText kWrittenText{
+    kWrittenWord, "written file name", "phaseIniForBackup: malloc failed.",
+    "phaseIniForBackup: snpritf failed.", "phaseIniForBackup: Strncpy falied."};
+
+class ItemReader {
+  public:
+    ItemReader(KvIniUtil& record, uint64_t index, bool repair, backupItem& item)
+        : record_(record), repair_(repair), item_(item) {
+        makeItemSection(section_, index);
+    }
+
+    RecordItem read(uint64_t index) {
+        if (!readIdentity()) {
+            return isDropped_ ? RecordItem::kDropped : RecordItem::kFailed;
+        }
+        item_.addedCount = item_.addedCapacity = readCount(kAddedCountKey);
+        item_.writtenCount = item_.writtenCapacity = readCount(kWrittenCountKey);
+        if (item_.addedCount == 0 && item_.writtenCount == 0) {
+            KV_ERROR(kLevelProgress, "phaseIniForBackup: item has no backuped files.");
+        }
+        // Both lists are read even when the first has cost the item its section: each missing name
+        // is reported.
+        if (!readList(kAddedText, item_.addedCount, item_.addedList) ||
+            !readList(kWrittenText, item_.writtenCount, item_.writtenList)) {
+            return RecordItem::kFailed;
+        }
+        logRecordItem(index, item_);
+        return isDropped_ ? RecordItem::kDropped : RecordItem::kRead;
+    }
+
+  private:
+    bool readIdentity() {
+        const char* const itemClass = require(kClassKey, "class");
+        if (itemClass == nullptr) {
+            return false;
+        }
+        item_.itemClass = static_cast<uint32_t>(leadingNumber(itemClass));
+        const char* const type = require(kTypeKey, "type");
+        if (type == nullptr) {
+            return false;
+        }
+        item_.type = static_cast<uint32_t>(leadingNumber(type));
+        return readVersion(kOriginVersionKey, "origin version", item_.originVersion) &&
+               readVersion(kResultVersionKey, "result version", item_.resultVersion);
+    }
+
+    bool readVersion(const char* key, const char* name, tag_Version& version) {
+        const char* const text = require(key, name);
+        if (text != nullptr) {
+            version = MakeVersionByClass(text, item_.itemClass);
+        }
+        return text != nullptr;
+    }
+
+    // The value of a key that must be there. Null: it is missing, which was logged, and with repair
+    // the section is gone.
+    const char* require(const char* key, const char* name) {
+        const char* const value = record_.get(section_, key);
+        if (value != nullptr) {
+            return value;
+        }
+        KV_ERROR(kLevelProgress, "phaseIniForBackup: fetch section %s %s failed.", section_, name);
+        if (repair_) {
+            drop();
+        }
+        return nullptr;
+    }
+
+    void drop() {
+        record_.del(section_);
+        KV_INFO(kLevelProgress, "Section %s removed from %s.", section_, kBackupRecordName);
+        item_.itemClass = 0;
+        isDropped_ = true;
+    }
+
+    // A negative count becomes one that no list can be allocated for.
+    uint64_t readCount(const char* key) const {
+        const int count = leadingNumber(record_.get(section_, key));
+        return static_cast<uint64_t>(static_cast<int64_t>(count));
+    }
+
+    // `count` becomes the number of entries looked at.
+    bool readList(const ListText& text, uint64_t& count, char**& list) {
+        const uint64_t wanted = std::exchange(count, 0);
+        if (wanted == 0) {
+            return true;
+        }
+        list = allocZeroed<char*>(wanted);
+        if (list == nullptr) {
+            KV_ERROR(kLevelProgress, "%s", text.listNoMemory);
+            return false;
+        }
+        uint64_t missing = 0;
+        while (count < wanted && missing < kMissingLimit) {
+            char*& entry = list[count];
+            if (!readEntry(text, count++, entry)) {
+                return false;
+            }
+            missing += entry == nullptr ? 1 : 0;
+        }
+        return true;
+    }
+
+    // False when the parse cannot go on; a missing entry of a dropped section stays null.
+    bool readEntry(const ListText& text, uint64_t index, char*& entry) {
+        BackupKey key;
+        if (!makeListKey(key, text.word, index)) {
+            KV_ERROR(kLevelProgress, "%s", text.keyFailed);
+            return false;
+        }
+        const char* const value = require(key, text.name);
+        if (value == nullptr) {
+            return repair_;
+        }
+        switch (copyToHeap(value, entry)) {
+            case HeapCopy::kNoMemory:
+                KV_ERROR(kLevelProgress, "phaseIniForBackup: malloc failed.");
+                return false;
+            case HeapCopy::kCopyFailed:
+                KV_ERROR(kLevelProgress, "%s", text.copyFailed);
+                return false;
+            case HeapCopy::kDone:
+                break;
+        }
+        return true;
+    }
+
+    KvIniUtil& record_;
+    bool repair_;
+    backupItem& item_;
+    BackupKey section_{};
+    bool isDropped_ = false;
+};
+
+}  // namespace
+
+RecordItem readRecordItem(KvIniUtil& record, uint64_t index, bool repair, backupItem& item) {
+    return ItemReader(record, index, repair, item).read(index);
+}

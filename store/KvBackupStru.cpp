@@ -1,0 +1,148 @@
+#include "store/KvBackupStru.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "base/KvHeap.h"
+#include "log/KvReport.h"
+#include "patch/KvUpdateStru.h"
+
+namespace {
+
+constexpr char kModule[] = "KvUpdaterStru";
+
+// What a list holds at first.
+constexpr uint64_t COUNT = 16;
+
+bool growList(char**& list, uint64_t& count, uint64_t& capacity) {
+    if (capacity == 0) {
+        // Without a capacity a count means nothing.
+        list = allocZeroed<char*>(COUNT);
+        if (list == nullptr) {
+            return false;
+        }
+        capacity = COUNT;
+        count = 0;
+    }
+    if (count < capacity) {
+        return true;
+    }
+    ScopedHeap<char*> grown(allocZeroed<char*>(capacity * 2));
+    if (!grown) {
+        return false;
+    }
+    std::copy_n(list, count, grown.get());
+    free(std::exchange(list, grown.release()));
+    capacity *= 2;
+    return true;
+}
+
+void freeList(char** list, uint64_t count) {
+    for (uint64_t i = 0; list != nullptr && i < count; ++i) {
+        free(list[i]);
+    }
+    free(list);
+}
+
+bool isFull(uint64_t count, uint64_t capacity) {
+    return count >= capacity;
+}
+
+}  // namespace
+
+void initBackupStru(const updateStru* update, backupStru* backup) {
+    if (backup == nullptr) {
+        return;
+    }
+    *backup = {};
+    if (update == nullptr) {
+        return;
+    }
+    backup->patchAgentVersion = static_cast<int32_t>(update->patchAgentVersion);
+    if (update->patchAgentFile != nullptr) {
+        switch (copyToHeap(update->patchAgentFile, backup->patchAgentFile)) {
+            case HeapCopy::kNoMemory:
+                KV_ERROR(kLevelProgress, "initBackupStru: malloc failed.");
+                return;
+            case HeapCopy::kCopyFailed:
+                KV_ERROR(kLevelProgress, "initBackupStru: Strncpy failed.");
+                return;
+            case HeapCopy::kDone:
+                break;
+        }
+    }
+    if (update->itemCount == 0) {
+        return;
+    }
+    backup->items = allocZeroed<backupItem>(update->itemCount);
+    // The count follows the items, so that nobody looks for items that are not there.
+    if (backup->items == nullptr) {
+        KV_ERROR(kLevelProgress, "initBackupStru: malloc failed.");
+        return;
+    }
+    backup->itemCount = update->itemCount;
+}
+
+void expandBackupItem(backupItem* item) {
+    if (item == nullptr || !growList(item->addedList, item->addedCount, item->addedCapacity)) {
+        return;
+    }
+    // A written list that cannot grow shows in its capacity, which every caller looks at.
+    (void)growList(item->writtenList, item->writtenCount, item->writtenCapacity);
+}
+
+bool appendAddedFile(backupItem* item, char* entry) {
+    if (item == nullptr || entry == nullptr) {
+        return false;
+    }
+    if (isFull(item->addedCount, item->addedCapacity)) {
+        expandBackupItem(item);
+    }
+    if (isFull(item->addedCount, item->addedCapacity)) {
+        return false;
+    }
+    item->addedList[item->addedCount++] = entry;
+    return true;
+}
+
+bool appendWrittenFile(backupItem* item, char* entry) {
+    if (item == nullptr || entry == nullptr) {
+        return false;
+    }
+    if (isFull(item->writtenCount, item->writtenCapacity)) {
+        expandBackupItem(item);
+    }
+    if (isFull(item->writtenCount, item->writtenCapacity)) {
+        return false;
+    }
+    item->writtenList[item->writtenCount++] = entry;
+    return true;
+}
+
+backupItem* findBackupItem(const backupStru* backup, uint32_t itemClass, uint32_t type) {
+    if (backup == nullptr || backup->items == nullptr) {
+        return nullptr;
+    }
+    backupItem* const end = backup->items + backup->itemCount;
+    backupItem* const found = std::find_if(backup->items, end, [=](const backupItem& item) {
+        return item.itemClass == itemClass && item.type == type;
+    });
+    return found != end ? found : nullptr;
+}
+
+void freeBackupStru(backupStru* backup) {
+    if (backup == nullptr) {
+        return;
+    }
+    free(std::exchange(backup->patchAgentFile, nullptr));
+    for (uint64_t i = 0; backup->items != nullptr && i < backup->itemCount; ++i) {
+        backupItem& item = backup->items[i];
+        free(item.destination);
+        freeList(item.addedList, item.addedCount);
+        freeList(item.writtenList, item.writtenCount);
+    }
+    free(std::exchange(backup->items, nullptr));
+    // Callers look at the count after a failed parse and must not find items there.
+    backup->itemCount = 0;
+}

@@ -1,0 +1,225 @@
+// Taking items out of the records: an update that asked for no backup, and a finished rollback.
+#include "store/KvBackupRemoval.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "store/KvBackupMerge.h"
+#include "tests/store/RunBackup.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/LogLines.h"
+#include "tests/support/TempTree.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Not;
+
+const std::string kRecord = "app/VC_Backup/VcBackup.ini";
+const std::string kCommon = "[common]\nitemcount=";
+
+std::string item(int number, int type, const std::string& lists) {
+    return "[item_" + std::to_string(number) + "]\nclass=3\ntype=" + std::to_string(type) +
+           "\norigin.version=1\nresult.version=2\n" + lists;
+}
+
+const std::string kNoFiles = "added.filecount=0\nwritten.filecount=0\n";
+
+class KvBackupRemovalTest : public testing::Test {
+  protected:
+    KvBackupRemovalTest() : app_(tree_.makeDir("app")) {}
+
+    void makeCopy(const std::string& name) const {
+        tree_.write("app/VC_Backup/3/5/" + name, "former contents");
+    }
+    [[nodiscard]] bool hasCopy(const std::string& name) const {
+        return tree_.exists("app/VC_Backup/3/5/" + name);
+    }
+
+    TempTree tree_;
+    std::string app_;
+    LogCapture log_;
+};
+
+TEST_F(KvBackupRemovalTest, RunBackupIsThrownAwayAndTheItemLeavesTheRecord) {
+    const std::string files =
+        "added.filecount=1\nadded.0=/opt/app/backup.00c\n"
+        "written.filecount=1\nwritten.0=backup.00a, /opt/app/x\n";
+    tree_.write(kRecord, kCommon + "3\npatchagent.version=1\npatchagent=agent.so\n" +
+                             item(0, 4, kNoFiles) + item(1, 5, files) + item(2, 6, files));
+    for (const char* name : {"backup.000", "backup.00a", "backup.00b", "backup.00c"}) {
+        makeCopy(name);
+    }
+    RunBackup run(1);
+    run.item(3, 5, "2", "3", app_).written("backup.000, /opt/app/x");
+    mergeBackupIni(run.get(), 0);
+
+    EXPECT_EQ(kCommon + "2\npatchagent.version=1\npatchagent=agent.so\n" + item(0, 4, kNoFiles) +
+                  item(1, 6, files),
+              tree_.read(kRecord));
+    EXPECT_FALSE(hasCopy("backup.000")) << "of this run";
+    EXPECT_FALSE(hasCopy("backup.00a")) << "of the former generation";
+    EXPECT_FALSE(hasCopy("backup.00c")) << "bears the name of an added file";
+    EXPECT_TRUE(hasCopy("backup.00b")) << "named by nobody";
+}
+
+TEST_F(KvBackupRemovalTest, MessagesOfTheNoBackupPath) {
+    tree_.write(kRecord, kCommon + "0\npatchagent.version=1\n");
+    RunBackup run(1);
+    run.item(3, 5, "2", "3", app_).written("backup.000, /opt/app/x");
+    mergeBackupIni(run.get(), 0);
+    EXPECT_THAT(
+        linesOf(log_),
+        ElementsAre("6 info mergeBackupIni: no need to backup.",
+                    "3 info Remove auto-rollback files",
+                    "-1 info Unlink " + app_ + "/VC_Backup/3/5/backup.000 returned with 0.",
+                    "6 info Start Parsing the original backup ini(" + tree_.path(kRecord) + ").",
+                    "6 info Dump backup ini common section:Item Count: 0\n"
+                    "PatchAgent Ver: 1 (New)\nPatchAgent File: Null",
+                    "6 info phaseIniForBackup: done, item number is zero.",
+                    "6 info mergeBackupIni: no backup done."));
+}
+
+// Kept: this path alone writes the key without an agent file, with an empty value.
+TEST_F(KvBackupRemovalTest, MissingAgentFileBecomesAnEmptyKey) {
+    tree_.write(kRecord, kCommon + "1\npatchagent.version=1\n" + item(0, 5, kNoFiles));
+    RunBackup run(1);
+    run.item(3, 5, "2", "3", app_);
+    mergeBackupIni(run.get(), 0);
+    EXPECT_EQ(kCommon + "0\npatchagent.version=1\npatchagent=\n", tree_.read(kRecord));
+}
+
+TEST_F(KvBackupRemovalTest, EverySectionOfTheItemLeavesTheRecord) {
+    tree_.write(kRecord, kCommon + "4\npatchagent.version=0\n" + item(0, 5, kNoFiles) +
+                             item(1, 6, kNoFiles) + item(2, 5, kNoFiles) + item(3, 7, kNoFiles));
+    RunBackup run(1);
+    run.item(3, 5, "2", "3", app_);
+    mergeBackupIni(run.get(), 0);
+    EXPECT_EQ(kCommon + "2\npatchagent.version=0\npatchagent=\n" + item(0, 6, kNoFiles) +
+                  item(1, 7, kNoFiles),
+              tree_.read(kRecord));
+}
+
+TEST_F(KvBackupRemovalTest, RecordWithoutTheItemStaysAsItIs) {
+    const std::string record =
+        "; mine\n" + kCommon + "1\npatchagent.version=1\n" + item(0, 6, kNoFiles);
+    tree_.write(kRecord, record);
+    RunBackup run(1);
+    run.item(3, 5, "2", "3", app_);
+    mergeBackupIni(run.get(), 0);
+    EXPECT_EQ(record, tree_.read(kRecord));
+}
+
+TEST_F(KvBackupRemovalTest, RecordThatCannotBeParsedIsSkippedAndNotRepaired) {
+    const std::string damaged = kCommon + "1\npatchagent.version=1\n[item_0]\nclass=3\ntype=5\n";
+    tree_.write(kRecord, damaged);
+    tree_.write("other/VC_Backup/VcBackup.ini",
+                kCommon + "1\npatchagent.version=1\n" + item(0, 5, kNoFiles));
+    RunBackup run(1);
+    run.item(3, 5, "2", "3", app_).item(3, 5, "2", "3", tree_.path("other"));
+    mergeBackupIni(run.get(), 0);
+    EXPECT_EQ(damaged, tree_.read(kRecord));
+    EXPECT_EQ(kCommon + "0\npatchagent.version=1\npatchagent=\n",
+              tree_.read("other/VC_Backup/VcBackup.ini"));
+}
+
+TEST_F(KvBackupRemovalTest, NoRecordIsMadeWhereNoneIs) {
+    RunBackup run(1);
+    run.item(3, 5, "2", "3", app_).item(3, 6, "2", "3", app_).unreached();
+    mergeBackupIni(run.get(), 0);
+    EXPECT_TRUE(tree_.snapshot("app").empty());
+    EXPECT_THAT(log_.texts(-1),
+                ElementsAre("mergeBackupIni: no need to backup.", "Remove auto-rollback files",
+                            "mergeBackupIni: no backup done."));
+}
+
+// A damaged entry may not empty the directory as a pattern, nor delete the directory itself.
+TEST_F(KvBackupRemovalTest, NamesThatAreNoNamesDeleteNothing) {
+    makeCopy("backup.000");
+    tree_.makeDir("app/VC_Backup/3/6");
+    RunBackup run(1);
+    run.item(3, 5, "2", "3", app_).written("*, /x").written("backup.00?, /x").written("");
+    run.item(3, 6, "2", "3", app_).written(", /x").written(",");
+    mergeBackupIni(run.get(), 0);
+    EXPECT_TRUE(hasCopy("backup.000"));
+    EXPECT_TRUE(tree_.exists("app/VC_Backup/3/6"));
+}
+
+TEST_F(KvBackupRemovalTest, RolledBackItemLeavesTheRecord) {
+    const std::string files =
+        "added.filecount=1\nadded.0=/opt/app/backup.00c\n"
+        "written.filecount=1\nwritten.0=backup.00a, /opt/app/x\n";
+    tree_.write(kRecord, kCommon + "3\npatchagent.version=0\npatchagent=agent.so\ntransaction=0\n" +
+                             item(0, 4, kNoFiles) + item(1, 5, files) + item(2, 6, files));
+    for (const char* name : {"backup.000", "backup.00a", "backup.00c"}) {
+        makeCopy(name);
+    }
+    RunBackup rollback(1);
+    rollback.item(3, 5, "1", "2", app_).written("backup.000, /opt/app/x");
+    updateBackupIni(rollback.get());
+
+    EXPECT_EQ(kCommon + "2\npatchagent.version=0\npatchagent=agent.so\n" + item(0, 4, kNoFiles) +
+                  item(1, 6, files),
+              tree_.read(kRecord));
+    EXPECT_FALSE(hasCopy("backup.000")) << "made by the rollback";
+    EXPECT_FALSE(hasCopy("backup.00a")) << "put back";
+    EXPECT_TRUE(hasCopy("backup.00c")) << "added files have no copies";
+    EXPECT_EQ("6 info updateBackupIni: done.", linesOf(log_).back());
+    EXPECT_THAT(log_.texts(-1), Not(Contains(testing::HasSubstr("Unlink"))));
+}
+
+TEST_F(KvBackupRemovalTest, OnlyTheFirstSectionOfARolledBackItemLeaves) {
+    tree_.write(kRecord, kCommon + "2\npatchagent.version=1\n" + item(0, 5, kNoFiles) +
+                             item(1, 5, "added.filecount=1\nadded.0=/a\nwritten.filecount=0\n"));
+    RunBackup rollback(1);
+    rollback.item(3, 5, "1", "2", app_);
+    updateBackupIni(rollback.get());
+    EXPECT_EQ(kCommon + "1\npatchagent.version=1\n" +
+                  item(0, 5, "added.filecount=1\nadded.0=/a\nwritten.filecount=0\n"),
+              tree_.read(kRecord));
+}
+
+TEST_F(KvBackupRemovalTest, LastItemLeavesAnEmptyRecord) {
+    tree_.write(kRecord, kCommon + "1\npatchagent.version=1\n" + item(0, 5, kNoFiles));
+    RunBackup rollback(1);
+    rollback.item(3, 5, "1", "2", app_);
+    updateBackupIni(rollback.get());
+    EXPECT_EQ(kCommon + "0\npatchagent.version=1\n", tree_.read(kRecord));
+}
+
+TEST_F(KvBackupRemovalTest, RollbackOfAnUnknownItemDeletesNothing) {
+    const std::string record = kCommon + "1\npatchagent.version=1\n" + item(0, 6, kNoFiles);
+    tree_.write(kRecord, record);
+    makeCopy("backup.000");
+    RunBackup rollback(1);
+    rollback.item(3, 5, "1", "2", app_).written("backup.000, /x");
+    rollback.item(3, 5, "1", "2", tree_.path("nowhere")).written("backup.000, /x");
+    rollback.item(3, 5, "1", "2", app_).unreached();
+    updateBackupIni(rollback.get());
+    EXPECT_EQ(record, tree_.read(kRecord));
+    EXPECT_TRUE(hasCopy("backup.000"));
+    EXPECT_FALSE(tree_.exists("nowhere"));
+}
+
+TEST_F(KvBackupRemovalTest, DamagedRecordIsLeftToTheNextMerge) {
+    const std::string damaged = "[common]\nitemcount=1\n" + item(0, 5, kNoFiles);
+    tree_.write(kRecord, damaged);
+    RunBackup rollback(1);
+    rollback.item(3, 5, "1", "2", app_);
+    updateBackupIni(rollback.get());
+    EXPECT_EQ(damaged, tree_.read(kRecord));
+    EXPECT_EQ("6 info updateBackupIni: done.", linesOf(log_).back());
+}
+
+TEST_F(KvBackupRemovalTest, RollbackWithoutItemsIsDoneAtOnce) {
+    const RunBackup rollback(1);
+    updateBackupIni(rollback.get());
+    updateBackupIni(nullptr);
+    EXPECT_THAT(linesOf(log_),
+                ElementsAre("6 info updateBackupIni: done.", "6 info updateBackupIni: done."));
+}
+
+}  // namespace
