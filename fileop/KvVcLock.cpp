@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr char kLockSuffix[] = ".lock";
 constexpr mode_t kLockFileMode = 0600;
 constexpr int32_t kNoRow = -1;
 constexpr int32_t kNoFile = -1;

@@ -25,6 +25,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "fileop/KvDiskNames.h"
+
 // What a lock is made of: a bit set. Every other value is refused.
 enum KvVcLockType : unsigned {
     kFileLock = 1,           // between processes
@@ -74,7 +76,7 @@ class KvVcLock {
   private:
     // The path is cut to 1023 bytes before the suffix is appended.
     static constexpr size_t kResourceCapacity = 1024;
-    static constexpr size_t kLockPathCapacity = kResourceCapacity + sizeof(".lock") - 1;
+    static constexpr size_t kLockPathCapacity = kResourceCapacity + sizeof(kLockSuffix) - 1;
 
     void setLockPath(const char* path);
     void closeLockFile();

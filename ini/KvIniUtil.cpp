@@ -1,6 +1,7 @@
 // Look-ups and edits of a KvIniUtil document.
 #include "ini/KvIniUtil.h"
 
+#include <new>
 #include <utility>
 
 namespace {
@@ -148,4 +149,12 @@ void KvIniUtil::_freeKeys(KvIniSection& section) {
         keyPool_.giveBack(std::exchange(key, section.keys.after(key)));
     }
     section.keys.clear();
+}
+
+KvIniUtil openDocument(const char* path) {
+    return KvIniUtil(path, ';', false, false, '=');
+}
+
+std::unique_ptr<KvIniUtil> newDocument(const char* path) {
+    return std::unique_ptr<KvIniUtil>(new (std::nothrow) KvIniUtil(openDocument(path)));
 }

@@ -20,6 +20,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 
 #include "base/KvScoped.h"
 #include "base/KvSimpleString.h"
@@ -35,8 +36,7 @@ class KvIniUtil {
   public:
     // `file` is the name of the file, or with `fromText` the INI text itself (copied). A file that
     // cannot be opened gives an empty document; the first flush creates the file. A null or empty
-    // name gives an empty document that only an explicit flushTo() writes. The system opens every
-    // file as (name, ';', false, false, '=').
+    // name gives an empty document that only an explicit flushTo() writes.
     KvIniUtil(const char* file, char commentChar, bool caseSensitive, bool fromText,
               char separator);
     // Writes a modified document back, unless it was discarded or came from text.
@@ -145,3 +145,10 @@ class KvIniUtil {
     KvIniPool<KvIniEntry> keyPool_;
     KvIniList<KvIniSection> sections_;  // the global section comes first, always
 };
+
+// The document of the file at `path`, as the system opens every file it reads or writes: comments
+// begin with ';', names match without regard to case.
+[[nodiscard]] KvIniUtil openDocument(const char* path);
+
+// The same on the heap; null when there is no memory.
+[[nodiscard]] std::unique_ptr<KvIniUtil> newDocument(const char* path);

@@ -1,6 +1,7 @@
 // Reads the log's settings (log/KvVcLog.h).
 #include "base/KvNumber.h"
 #include "base/KvText.h"
+#include "fileop/KvDiskNames.h"
 #include "ini/KvIniUtil.h"
 #include "log/KvLogSettings.h"
 #include "log/KvVcLog.h"
@@ -59,8 +60,7 @@ void chooseLogFile() {
     char dataPath[kPathCapacity];
     s_log_file[0] = '\0';
     if (findDataPath(dataPath)) {
-        (void)joinLogPath(s_log_file, dataPath,
-                          s_html ? "VC_Log/KvuDump.htm" : "VC_Log/KvuDump.txt");
+        (void)joinLogPath(s_log_file, dataPath, s_html ? kHtmlLogName : kTextLogName);
     }
 }
 
@@ -70,7 +70,7 @@ uint32_t g_log_file_size = kDefaultLogSize;
 uint32_t g_extract_limit_size = kDefaultExtractLimit;
 
 void _reInit() {
-    KvIniUtil config(s_config_file, ';', false, false, '=');
+    KvIniUtil config = openDocument(s_config_file);
     // The file belongs to the updater; whatever happens below, it is not written from here.
     config.discard();
     readOutput(config);

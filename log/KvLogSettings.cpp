@@ -1,6 +1,7 @@
 #include "log/KvLogSettings.h"
 
 #include "base/KvText.h"
+#include "fileop/KvDiskNames.h"
 #include "ini/KvVcCfg.h"
 
 // The values before the first reading are those of a missing configuration.
@@ -29,7 +30,7 @@ bool findDataPath(char (&path)[kPathCapacity]) {
         (void)Strncpy(path, s_vcpath, kPathCapacity);  // of equal capacity: always fits
         return true;
     }
-    const bool fits = CatPathWithPath(path, kPathCapacity, s_vcpath, "VC_Data") == 0;
+    const bool fits = CatPathWithPath(path, kPathCapacity, s_vcpath, kDataDirName) == 0;
     if (!fits) {
         path[0] = '\0';
     }

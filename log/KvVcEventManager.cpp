@@ -5,6 +5,7 @@
 #include <new>
 
 #include "base/KvText.h"
+#include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvVcLock.h"
 #include "log/KvLogSettings.h"
@@ -14,7 +15,6 @@ KvDefaultContext g_DefaultContext;
 
 namespace {
 
-constexpr char kConfigName[] = "vccfg.ini";
 constexpr char kPathLock[] = "///VCPATH";
 constexpr int kEveryLevel = -1;
 

@@ -52,6 +52,7 @@ int constructBackupPath(const char* dest, uint32_t itemClass, uint32_t type, cha
         (void)Strncat(store, kSeparator, sizeof store);
     }
     (void)Strncat(store, kBackupStoreName, sizeof store);
+    (void)Strncat(store, kSeparator, sizeof store);
     return constructVcPath(store, itemClass, type, out, size);
 }
 

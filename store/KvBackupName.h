@@ -11,10 +11,7 @@
 #include <cstdint>
 
 #include "base/KvSimpleString.h"
-
-inline constexpr char kBackupStoreName[] = "VC_Backup/";
-inline constexpr char kBackupRecordName[] = "VcBackup.ini";
-inline constexpr char kBackupFilePrefix[] = "backup";
+#include "fileop/KvDiskNames.h"
 
 // `base/first/second/`, with one separator behind `base` whether or not it ends in one. Returns the
 // length of what is stored. A null `base` counts as ""; a null or empty buffer gives 0.

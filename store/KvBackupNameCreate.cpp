@@ -8,6 +8,7 @@
 #include "base/KvScoped.h"
 #include "base/KvSimpleString.h"
 #include "base/KvText.h"
+#include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
 #include "store/KvBackupName.h"
@@ -15,7 +16,6 @@
 
 namespace {
 
-constexpr char kStoreMark[] = "VC_Backup";
 constexpr size_t kExtensionCapacity = 5;
 constexpr mode_t kFileMode = 0644;
 constexpr timespec kFullPause{0, 1000000};
@@ -31,7 +31,7 @@ void recordPathFor(const char* dir, char (&out)[kPathCapacity]) {
     const KvSimpleString text(dir);
     // Kept: without the mark the end wraps around to 8, and the record is looked for below the
     // directory's first 8 characters.
-    const size_t end = text.find(kStoreMark) + sizeof kStoreMark - 1;
+    const size_t end = text.find(kBackupStoreName) + sizeof kBackupStoreName - 1;
     // A path that is too long names no record, and nothing is mentioned.
     (void)CatURIWithPath(out, kPathCapacity, text.substr(0, end).c_str(), kBackupRecordName);
 }

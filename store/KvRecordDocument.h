@@ -12,5 +12,5 @@ using RecordDocument = std::unique_ptr<KvIniUtil>;
 // The record at `path`; a missing file, or a null path, gives an empty document. Null when there is
 // no memory.
 [[nodiscard]] inline RecordDocument openRecord(const char* path) {
-    return RecordDocument(new (std::nothrow) KvIniUtil(path, ';', false, false, '='));
+    return newDocument(path);
 }

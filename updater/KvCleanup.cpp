@@ -8,6 +8,7 @@
 #include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "fileop/KvDirList.h"
+#include "fileop/KvDiskNames.h"
 #include "fileop/KvPath.h"
 #include "fileop/KvVcLock.h"
 #include "ini/KvIniUtil.h"
@@ -40,8 +41,8 @@ bool mayRemoveCachedFiles() {
     char path[kPathCapacity];
     // A path that does not fit names no configuration: the defaults hold.
     (void)CatPathWithPath(path, sizeof path, g_VelocorePath,
-                          KvFileOpUtil::getFileName("vccfg.ini").c_str());
-    const KvIniUtil config(path, ';', false, false, '=');
+                          KvFileOpUtil::getFileName(kConfigName).c_str());
+    const KvIniUtil config = openDocument(path);
     if (isExactly(config.get(kDownloader, "UseCacheManagement"), "0")) {
         return false;
     }
@@ -145,7 +146,8 @@ void saveStaging(const char* tempDir, const char* saveDir) {
     }
     char lockFile[kLongPathCapacity];
     // A name that does not fit is not the lock's either.
-    (void)CatURIWithPath(lockFile, sizeof lockFile, tempDir, "VcPatch.ini.lock");
+    (void)CatURIWithPath(lockFile, sizeof lockFile, tempDir, kDescriptionName);
+    (void)Strncat(lockFile, kLockSuffix, sizeof lockFile);
     KvFileOpUtil::CallbackEntry step{};
     step.cbSize = sizeof step;
     step.userData = lockFile;
@@ -173,8 +175,8 @@ void removeCachedFiles(KvIniUtil* patchDescription) {
 
 void CleanupTempFiles(bool success, const char* tempDir, const char* baseDir) {
     char saveDir[kPathCapacity];
-    if (CatURIWithPath(saveDir, sizeof saveDir, baseDir, "VC_Log") != 0 ||
-        CatURIWithPath(saveDir, sizeof saveDir, saveDir, "TempSave") != 0) {
+    if (CatURIWithPath(saveDir, sizeof saveDir, baseDir, kLogDirName) != 0 ||
+        CatURIWithPath(saveDir, sizeof saveDir, saveDir, kTempSaveName) != 0) {
         // Without room for the whole name the buffer names a directory that is not ours to delete.
         saveDir[0] = '\0';
     }

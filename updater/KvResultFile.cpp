@@ -1,6 +1,7 @@
 #include "updater/KvResultFile.h"
 
 #include "base/KvText.h"
+#include "fileop/KvDiskNames.h"
 #include "fileop/KvPath.h"
 #include "ini/KvIniUtil.h"
 #include "log/KvReport.h"
@@ -17,8 +18,8 @@ constexpr size_t kStatusCapacity = 64;
 void writeResult(int status) {
     char path[kLongPathCapacity];
     // The staging path is shorter than the buffer by far: the join always fits.
-    (void)CatURIWithPath(path, sizeof path, g_VCTempPath, "VcResult.ini");
-    KvIniUtil document(path, ';', false, false, '=');
+    (void)CatURIWithPath(path, sizeof path, g_VCTempPath, kResultName);
+    KvIniUtil document = openDocument(path);
     char text[kStatusCapacity];
     Snprintf(text, sizeof text, "%d", status);
     KV_INFO(kLevelProgress, "Writing result file (%s), status = %s", path, text);

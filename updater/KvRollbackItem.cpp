@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include "base/KvScoped.h"
+#include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
 #include "log/KvReport.h"
@@ -197,7 +198,7 @@ int readRecord(const char* path, RecordContents& contents) {
 }
 
 int findRecord(const char* destination, char (&path)[kLongPathCapacity]) {
-    if (CatURIWithPath(path, sizeof path, destination, "VC_Backup") != 0) {
+    if (CatURIWithPath(path, sizeof path, destination, kBackupStoreName) != 0) {
         KV_ERROR(kLevelProgress, "rollbackItem: CatURIWithFile failed.");
         return kItemBadPath;
     }

@@ -5,6 +5,7 @@
 
 #include "base/KvNumber.h"
 #include "base/KvText.h"
+#include "fileop/KvDiskNames.h"
 #include "fileop/KvPath.h"
 #include "fileop/KvVcLock.h"
 #include "ini/KvIniUtil.h"
@@ -43,7 +44,7 @@ void publishVelocorePaths(const KvIniUtil& document) {
     } else {
         // A root that leaves no room for the name stays the data directory itself.
         (void)CatURIWithPath(g_VelocoreDataPath, sizeof g_VelocoreDataPath, g_VelocorePath,
-                             "VC_Data");
+                             kDataDirName);
     }
     g_pEventManager->resetVCPath(g_VelocorePath);
 }
@@ -126,11 +127,10 @@ ExitCode runStaging(const char* staging, KvVcLock& lock) {
     Strncpy(g_VCTempPath, staging, sizeof g_VCTempPath);
     char path[kLongPathCapacity];
     // A path that does not fit names no description; the run then ends for want of an action.
-    (void)CatURIWithPath(path, sizeof path, staging, "VcPatch.ini");
+    (void)CatURIWithPath(path, sizeof path, staging, kDescriptionName);
     // A lock that cannot be had (a read-only directory) does not keep the update from running.
     (void)lock.create(kFileLock, path, true);
-    const std::unique_ptr<KvIniUtil> document(new (std::nothrow)
-                                                  KvIniUtil(path, ';', false, false, '='));
+    const std::unique_ptr<KvIniUtil> document = newDocument(path);
     if (!document) {
         KV_ERROR(kLevelProgress, "VcPatch: KvIniUtil failed.");
         return finishBadInvocation();
