@@ -1,5 +1,6 @@
-// The one short way to report a message. A source that reports names its module once, in front of
-// its first message:
+// How code reports a message: with two calls, `Log_Set` for its kind and `Throw_Event` for its
+// text, or with one line that stands for both. A source that reports names its module once, in
+// front of its first message:
 //
 //     static constexpr char kModule[] = "KvVcUpdater";
 //
@@ -8,11 +9,16 @@
 //     KV_INFO(kLevelProgress, "VcPatch Action: update.");
 //     KV_ERROR(kLevelProgress, "getBackup: cannot open %s.", path);
 //
-// Each is `Log_Set` with the module and the line of the message, then `Throw_Event`. A format that
-// does not match its arguments is a compile error. The kind stays in force until the next message.
+// Reporting never fails towards its caller. One thread at a time.
 #pragma once
 
-#include "log/KvVcLog.h"
+#include "log/KvLogStartup.h"
+
+// The kind of a message.
+enum VcLogType_t : int {
+    kLogInfo = 0,
+    kLogError = 1,
+};
 
 // What a message's level says. A message is logged when its level is at least the configured one,
 // 5 unless configured otherwise.
@@ -23,7 +29,17 @@ enum KvLogLevel : int {
     kLevelAlways = 9,         // must always show: agent answers, refusals
 };
 
-// Type, level, then a printf-style format with its arguments.
+// Chooses the kind of the next messages, until the next call. `file` (the module's base name) is
+// ignored and `line` only stored: neither is written to the log.
+void Log_Set(const char* file, int line, VcLogType_t type);
+
+// Formats the message, cut to 20,479 characters, and publishes it as an event of the kind last set
+// (log/KvEventPublisher.h); a kind that is neither of the two publishes nothing. A null `format` is
+// ignored.
+void Throw_Event(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+// Type, level, then a printf-style format with its arguments; a format that does not match them is
+// a compile error.
 #define KV_REPORT(type, level, ...)         \
     do {                                    \
         Log_Set(kModule, __LINE__, (type)); \

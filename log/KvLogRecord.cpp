@@ -1,8 +1,40 @@
-#include "log/KvLogWrap.h"
+#include "log/KvLogRecord.h"
 
 #include <cstring>
 
-#include "log/KvVcLog.h"
+#include "base/KvText.h"
+
+void formatStamp(char (&stamp)[kStampCapacity], const tm* local) {
+    if (local == nullptr) {
+        (void)Strncpy(stamp, "20380118 00:00:00\n", kStampCapacity);
+        return;
+    }
+    // The limit leaves room for the "\n" whatever the year is.
+    (void)Snprintf(stamp, kStampCapacity - 1, "%04d%02d%02d %02d:%02d:%02d", local->tm_year + 1900,
+                   local->tm_mon + 1, local->tm_mday, local->tm_hour, local->tm_min, local->tm_sec);
+    stamp[kStampLength] = '\n';
+    stamp[kStampLength + 1] = '\0';
+}
+
+const char* GetTime() {
+    // Shared by all callers, who pass the text on at once: one record is written at a time.
+    static char strtime[kStampCapacity];
+    static time_t stamped = 0;
+    const time_t now = time(nullptr);
+    if (now != stamped || *strtime == '\0') {
+        tm local{};
+        // Unlike `localtime` it does not look at the time zone's file again each time.
+        formatStamp(strtime, localtime_r(&now, &local));
+        stamped = now;
+    }
+    return strtime;
+}
+
+// By hand: `isalnum` follows the locale, and the log of a machine must not.
+bool IsWordSeparator(char c) {
+    const bool isLetter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+    return !(isLetter || IsDigit(c) || c == '_');
+}
 
 namespace {
 
@@ -80,4 +112,27 @@ void appendWrapped(KvSimpleString& out, const char* message, size_t length, cons
         }
         start = fits ? end + 1 : end;
     }
+}
+
+bool isSeparatorLine(const char* message) {
+    return *message != '\0' && message[strspn(message, "-")] == '\0';
+}
+
+KvSimpleString makeTextRecord(const KvLogFields& fields, const char* message) {
+    KvSimpleString record("\n");
+    if (isSeparatorLine(message)) {
+        return record += message;
+    }
+    // Wide enough for the longest numbers; its real width is the indent.
+    char prefix[64];
+    const int width =
+        Snprintf(prefix, sizeof prefix, "%s %.*s %u %u%s ", fields.isError ? "Err" : "Inf",
+                 kStampLength, fields.stamp, fields.process, fields.thread, fields.fileAndLine);
+    // Given to the wrapping, so that the message is copied once.
+    KvSimpleString lineBreak("\n");
+    lineBreak.append(width, ' ');
+
+    record += prefix;
+    appendWrapped(record, message, strlen(message), lineBreak.c_str());
+    return record;
 }

@@ -1,12 +1,11 @@
-// The settings that the log reads from "vccfg.ini".
+#include "log/KvLogSettings.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "base/KvText.h"
-#include "log/KvLogSettings.h"
-#include "log/KvVcLog.h"
 #include "tests/log/LogDir.h"
 
 namespace {
@@ -19,7 +18,7 @@ std::string debug(const std::string& line) {
 
 }  // namespace
 
-TEST(KvLogReInitTest, hasDefaultsWithoutAFile) {
+TEST(KvLogSettings, HasDefaultsWithoutAFile) {
     const LogDir log(debug("Level=1\nlog_mode=3\nhtml=1\nlog_size=1"));
     const TempTree empty;
     (void)joinLogPath(s_config_file, empty.path().c_str(), "vccfg.ini");
@@ -32,7 +31,7 @@ TEST(KvLogReInitTest, hasDefaultsWithoutAFile) {
     EXPECT_FALSE(empty.exists("vccfg.ini"));
 }
 
-TEST(KvLogReInitTest, readsTheLevel) {
+TEST(KvLogSettings, ReadsTheLevel) {
     const std::vector<std::pair<std::string, int>> table = {
         {"Level=0", 0},    {"Level=7", 7},   {"level = 9", 9}, {"LEVEL=-1", -1}, {"Level=+3", 3},
         {"Level=12x", 12}, {"Level=abc", 0}, {"Level=", 0},    {"Other=1", 5},
@@ -43,7 +42,7 @@ TEST(KvLogReInitTest, readsTheLevel) {
     }
 }
 
-TEST(KvLogReInitTest, readsTheMode) {
+TEST(KvLogSettings, ReadsTheMode) {
     const std::vector<std::pair<std::string, int>> table = {
         {"log_mode=1", 1}, {"log_mode=3", 3},   {"log_mode=5", 5},
         {"log_mode=0", 0}, {"log_mode=abc", 0}, {"Other=1", 2},
@@ -54,7 +53,7 @@ TEST(KvLogReInitTest, readsTheMode) {
     }
 }
 
-TEST(KvLogReInitTest, writesHtmlOnlyForOneAndOnlyIntoAFile) {
+TEST(KvLogSettings, WritesHtmlOnlyForOneAndOnlyIntoAFile) {
     const std::vector<std::pair<std::string, bool>> table = {
         {"html=1", true},
         {"html=01", true},
@@ -77,14 +76,14 @@ TEST(KvLogReInitTest, writesHtmlOnlyForOneAndOnlyIntoAFile) {
     }
 }
 
-TEST(KvLogReInitTest, goesBackToTextWhenHtmlIsNoLongerAskedFor) {
+TEST(KvLogSettings, GoesBackToTextWhenHtmlIsNoLongerAskedFor) {
     const LogDir log(debug("html=1"));
     ASSERT_TRUE(s_html);
     log.configure("");
     EXPECT_FALSE(s_html);
 }
 
-TEST(KvLogReInitTest, takesACodePageThatBeginsWithADigit) {
+TEST(KvLogSettings, TakesACodePageThatBeginsWithADigit) {
     const std::vector<std::pair<std::string, unsigned int>> table = {
         {"code_page=932\n", 932},
         {"code_page = 936x\n", 936},
@@ -103,7 +102,7 @@ TEST(KvLogReInitTest, takesACodePageThatBeginsWithADigit) {
     }
 }
 
-TEST(KvLogReInitTest, readsTheLimitOfTheLog) {
+TEST(KvLogSettings, ReadsTheLimitOfTheLog) {
     const std::vector<std::pair<std::string, uint32_t>> table = {
         {"log_size=1", kMebibyte},
         {"log_size=6", 6 * kMebibyte},
@@ -123,7 +122,7 @@ TEST(KvLogReInitTest, readsTheLimitOfTheLog) {
     }
 }
 
-TEST(KvLogReInitTest, readsTheLimitForExtraction) {
+TEST(KvLogSettings, ReadsTheLimitForExtraction) {
     const std::vector<std::pair<std::string, uint32_t>> table = {
         {"extract_limit_size=1\n", kMebibyte},
         {"extract_limit_size=3x\n", 3 * kMebibyte},
@@ -142,14 +141,14 @@ TEST(KvLogReInitTest, readsTheLimitForExtraction) {
     }
 }
 
-TEST(KvLogReInitTest, toleratesNumbersBeyondAnInt) {
+TEST(KvLogSettings, ToleratesNumbersBeyondAnInt) {
     const LogDir log("code_page=99999999999999999999\nextract_limit_size=99999999999999999999\n" +
                      debug("Level=99999999999999999999\nhtml=99999999999999999999\n"
                            "log_size=99999999999999999999"));
     EXPECT_STREQ(s_log_file, log.tree().path(LogDir::kText).c_str());
 }
 
-TEST(KvLogReInitTest, putsTheLogUnderTheDataDirectory) {
+TEST(KvLogSettings, PutsTheLogUnderTheDataDirectory) {
     const LogDir log;
     EXPECT_EQ(s_log_file, log.tree().path("VC_Data/VC_Log/KvuDump.txt"));
     log.configure("[common]\nbkd_use_old_dir_organization=1\n");
@@ -158,7 +157,7 @@ TEST(KvLogReInitTest, putsTheLogUnderTheDataDirectory) {
     EXPECT_EQ(s_log_file, log.tree().path("VC_Log/KvuDump.htm"));
 }
 
-TEST(KvLogReInitTest, neverWritesTheConfiguration) {
+TEST(KvLogSettings, NeverWritesTheConfiguration) {
     const std::string config = "  ; comment \r\n\r\n[Debug]\r\n Level = 7 \r\n";
     const LogDir log(config);
     EXPECT_EQ(log.tree().read("vccfg.ini"), config);
