@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 
+#include "base/KvFailure.h"
 #include "base/KvText.h"
 #include "log/KvEventPublisher.h"
 #include "log/KvLogSettings.h"
@@ -11,6 +12,8 @@ int s_line = 0;
 KvSimpleString s_file;
 
 namespace {
+
+constexpr char kModule[] = "KvReport";
 
 // Also bounds what one message costs: agents pass on texts of any length.
 constexpr size_t kMessageCapacity = 20480;
@@ -41,4 +44,22 @@ void Throw_Event(int level, const char* format, ...) {
     (void)Vsnprintf(text, sizeof text, format, args);  // a longer message is cut, as documented
     va_end(args);
     publish(text, level);
+}
+
+void reportCause(const char* subject, const char* reason) {
+    KV_ERROR(kLevelProgress, "Cause: %s: %s", subject != nullptr ? subject : "",
+             reason != nullptr ? reason : "");
+}
+
+void reportCauseErrno(const char* path, int error) {
+    reportCause(path, reasonOf(error));
+}
+
+bool reportNotedCause() {
+    KvFailure failure;
+    if (!takeFailure(failure)) {
+        return false;
+    }
+    reportCause(failure.subject, reasonOf(failure));
+    return true;
 }

@@ -9,6 +9,9 @@
 //     KV_INFO(kLevelProgress, "VcPatch Action: update.");
 //     KV_ERROR(kLevelProgress, "getBackup: cannot open %s.", path);
 //
+// A failure that system, memory or loader caused has two messages: the cause, in the one form that
+// `reportCause` gives it, and right behind it the message of the step that failed because of it.
+//
 // Reporting never fails towards its caller. One thread at a time.
 #pragma once
 
@@ -48,3 +51,14 @@ void Throw_Event(int level, const char* format, ...) __attribute__((format(print
 
 #define KV_INFO(level, ...) KV_REPORT(kLogInfo, level, __VA_ARGS__)
 #define KV_ERROR(level, ...) KV_REPORT(kLogError, level, __VA_ARGS__)
+
+// Reports "Cause: ", the path or name concerned, ": " and the reason, as an error of
+// kLevelProgress. A null text is "".
+void reportCause(const char* subject, const char* reason);
+
+// The same with the system's words for an `errno`, or those of a KvErrorNumber (base/KvFailure.h).
+void reportCauseErrno(const char* path, int error);
+
+// Reports the failure that a lower room noted (base/KvFailure.h), if there is one, and takes it: a
+// failure is told once. Whether there was one.
+bool reportNotedCause();

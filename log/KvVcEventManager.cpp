@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "base/KvFailure.h"
 #include "base/KvText.h"
 #include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
@@ -111,6 +112,7 @@ void fillDefaultContext() {
 
 // Nothing that is called here may report: there is no manager yet to carry the message.
 KvVcEventManager::KvVcEventManager() {
+    const KvFailureScope unreported;  // defaults stand where nothing is found
     findVelocorePath(s_vcpath);
     (void)joinLogPath(s_config_file, s_vcpath, kConfigName);
     _reInit();
@@ -132,6 +134,7 @@ void KvVcEventManager::resetVCPath(const char* velocorePath) {
     if (velocorePath == nullptr) {
         return;
     }
+    const KvFailureScope unreported;  // what cannot be switched or read stays as it is by design
     // Waits for another thread that is switching: half of each directory's settings fits nobody.
     const KvVcLock lock(kThreadLock, kPathLock, true);
     if (!lock.isLocked()) {

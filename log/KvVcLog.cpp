@@ -1,13 +1,16 @@
 #include "log/KvVcLog.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
+#include "base/KvFailure.h"
 #include "base/KvScoped.h"
 #include "fileop/KvFileOpUtil.h"
+#include "fileop/KvOpenFile.h"
 #include "fileop/KvPath.h"
 #include "log/KvLogRecord.h"
 #include "log/KvLogSettings.h"
@@ -15,6 +18,7 @@
 namespace {
 
 constexpr int kCallsBetweenChecks = 99;
+constexpr mode_t kLogFileMode = 0666;  // less the umask
 
 bool isTooLong(int fd) {
     // Signed on purpose: a size that cannot be told is -1, which exceeds no limit.
@@ -23,7 +27,7 @@ bool isTooLong(int fd) {
 
 bool measure(const char* path) {
     // Opened, not looked up: a log that cannot be read is as good as none.
-    ScopedFd file(open(path, O_RDONLY | O_CLOEXEC));
+    ScopedFd file(openRegularFile(path, O_RDONLY, KvLastLink::kFollowOwn));
     if (!file.isOpen()) {
         return true;
     }
@@ -39,7 +43,8 @@ bool measure(const char* path) {
 bool appendToLog(const char* path, const char* text, size_t length) {
     // A plain descriptor: a buffered file would write a long record in several pieces, and records
     // of other processes could come between them.
-    const ScopedFd file(open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+    const ScopedFd file(
+        openRegularFile(path, O_WRONLY | O_APPEND | O_CREAT, KvLastLink::kFollowOwn, kLogFileMode));
     if (!file.isOpen()) {
         return false;
     }
@@ -79,6 +84,8 @@ void Log_Write(const char* path, bool html, const char* message) {
     if (path == nullptr || *path == '\0') {
         return;
     }
+    // A run goes on without its log by design: what happens to it is the cause of nothing else.
+    const KvFailureScope unreported;
     const KvSimpleString record = makeRecord(html, message != nullptr ? message : "");
     if (checkLogFileSize(path) && html) {
         (void)appendToLog(path, kHtmlLogHeader, strlen(kHtmlLogHeader));
@@ -87,7 +94,7 @@ void Log_Write(const char* path, bool html, const char* message) {
     // record of the new file stands without a header.
     if (!appendToLog(path, record.c_str(), record.length()) &&
         KvFileOpUtil::createDir(KvFileOpUtil::getDirName(path).c_str()) == KvFileOpUtil::kDone) {
-        // What is lost all the same is lost quietly: the run goes on without its log.
+        // What is lost all the same is lost quietly.
         (void)appendToLog(path, record.c_str(), record.length());
     }
 }

@@ -13,7 +13,8 @@
 
 // Appends one record to the log file at `path`, with one open, one write and one close; makes the
 // file's directory when it is missing. The kind last set labels the record. Null or empty `path`:
-// nothing; a null `message` is "".
+// nothing; a null `message` is "". A file that is not a regular one, or that only a link of another
+// user leads to, cannot be opened.
 //
 // A new HTML file begins with a header, except when its directory did not exist either: that file
 // has no header, and is kept so.

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstring>
 #include <string>
+#include <vector>
 
+#include "base/KvFailure.h"
 #include "log/KvEventPublisher.h"
 #include "log/KvLogSettings.h"
 #include "tests/log/LogDir.h"
@@ -141,4 +145,48 @@ TEST(KvReport, IgnoresAMissingFormat) {
     void (*throwEvent)(int, const char*, ...) = Throw_Event;
     throwEvent(6, nullptr);
     EXPECT_TRUE(overheard.texts.empty());
+}
+
+TEST(KvReport, SaysACauseAsAnErrorOfProgress) {
+    const LogDir log("[Debug]\nLevel=6\n");
+    reportCause("/data/VC_Backup", "No space left");
+    EXPECT_EQ(log.text().substr(0, 5), "\nErr ");
+    EXPECT_NE(log.text().find(" Cause: /data/VC_Backup: No space left"), std::string::npos);
+    const LogDir quiet("[Debug]\nLevel=7\n");
+    reportCause("/data/VC_Backup", "No space left");
+    EXPECT_EQ(quiet.text(), "");
+}
+
+TEST(KvReport, SaysTheReasonOfTheSystemInItsWords) {
+    const Overheard overheard;
+    reportCauseErrno("/data", ENOSPC);
+    reportCauseErrno("/pipe", kErrorNotRegularFile);
+    reportCause("100%s", "%d");
+    reportCause(nullptr, nullptr);
+    EXPECT_EQ(overheard.texts,
+              (std::vector<std::string>{std::string("Cause: /data: ") + strerror(ENOSPC),
+                                        "Cause: /pipe: Not a regular file", "Cause: 100%s: %d",
+                                        "Cause: : "}));
+}
+
+TEST(KvReport, TellsANotedFailureOnce) {
+    const Overheard overheard;
+    clearFailure();
+    EXPECT_FALSE(reportNotedCause());
+    EXPECT_TRUE(overheard.texts.empty());
+    noteFailure("/first", EIO);
+    noteFailure("/second", "follows from it");
+    EXPECT_TRUE(reportNotedCause());
+    EXPECT_FALSE(reportNotedCause());
+    EXPECT_EQ(overheard.texts,
+              (std::vector<std::string>{std::string("Cause: /first: ") + strerror(EIO)}));
+}
+
+TEST(KvReport, HasRoomForTheLongestSubject) {
+    const Overheard overheard;
+    clearFailure();
+    noteFailure(std::string(4095, 'x').c_str(), "long");
+    EXPECT_TRUE(reportNotedCause());
+    EXPECT_EQ(overheard.texts,
+              (std::vector<std::string>{"Cause: " + std::string(4095, 'x') + ": long"}));
 }

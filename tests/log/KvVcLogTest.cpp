@@ -1,11 +1,17 @@
 #include "log/KvVcLog.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstring>
 #include <string>
 
+#include "base/KvFailure.h"
+#include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "log/KvLogRecord.h"
 #include "log/KvLogSettings.h"
@@ -149,6 +155,76 @@ TEST(KvVcLog, LosesWhatCannotBeWritten) {
     writeInfo(tree.makeDir("directory"), false, "x");
     EXPECT_EQ(tree.snapshot(),
               (std::map<std::string, std::string>{{"file", "as it was"}, {"directory/", ""}}));
+}
+
+// A pipe that nobody reads would hold up a writer, and the size check, for ever.
+TEST(KvVcLog, WritesIntoNothingButARegularFile) {
+    const TempTree tree;
+    ASSERT_EQ(mkfifo(tree.path("pipe").c_str(), 0600), 0);
+    ASSERT_EQ(symlink("/dev/null", tree.path("device").c_str()), 0);
+    for (const char* const name : {"pipe", "device"}) {
+        for (const bool html : {false, true}) {
+            letNextCallMeasure();
+            writeInfo(tree.path(name), html, "lost");
+        }
+        letNextCallMeasure();
+        EXPECT_TRUE(checkLogFileSize(tree.path(name).c_str())) << name;
+    }
+    const ScopedFd reader(open(tree.path("pipe").c_str(), O_RDONLY | O_NONBLOCK));
+    writeInfo(tree.path("pipe"), false, "lost");
+    char byte = 0;
+    EXPECT_EQ(read(reader.get(), &byte, 1), 0) << "nothing reaches a pipe that is read, either";
+}
+
+// In a process of its own, whose files the system lets grow no further.
+TEST(KvVcLog, LosesWhatTheSystemDoesNotTake) {
+    const TempTree tree;
+    const std::string path = tree.path("log.txt");
+    ForkedProcess child([&path](const Talk&) {
+        (void)signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{10, 10};
+        const bool isLimited = setrlimit(RLIMIT_FSIZE, &limit) == 0;
+        writeInfo(path, false, "longer than ten bytes");
+        return isLimited ? 0 : 1;
+    });
+    EXPECT_EQ(child.finish(), 0);
+    EXPECT_EQ(tree.read("log.txt").size(), 10U);
+}
+
+TEST(KvVcLog, WritesThroughAnOwnLink) {
+    const TempTree tree;
+    ASSERT_EQ(symlink("elsewhere.txt", tree.path("log.txt").c_str()), 0);
+    writeInfo(tree.path("log.txt"), false, "makes the file");
+    writeInfo(tree.path("log.txt"), false, "appends");
+    EXPECT_EQ(withoutTime(tree.read("elsewhere.txt")),
+              textPrefix("Inf") + "makes the file" + textPrefix("Inf") + "appends");
+}
+
+TEST(KvVcLog, LeavesTheFileBehindALinkOfAnotherUserAlone) {
+    const TempTree tree;
+    const LogLimit limit(3);
+    (void)tree.write("elsewhere", "longer than the limit");
+    const std::string link = tree.path("log.txt");
+    ASSERT_EQ(symlink("elsewhere", link.c_str()), 0);
+    if (geteuid() != 0 || lchown(link.c_str(), 12345, 12345) != 0) {
+        GTEST_SKIP() << "only root can give a link away";
+    }
+    letNextCallMeasure();
+    writeInfo(link, false, "lost");
+    EXPECT_EQ(tree.read("log.txt"), "longer than the limit");
+}
+
+// The log is lost by design: whoever reports a failure later must not name it as the cause.
+TEST(KvVcLog, IsNeverTheCauseOfAFailure) {
+    const TempTree tree;
+    clearFailure();
+    writeInfo(tree.write("file", "") + "/log.txt", false, "lost");
+    EXPECT_FALSE(isFailureNoted());
+    noteFailure("/a", "before");
+    writeInfo(tree.path("log.txt"), false, "written");
+    KvFailure failure;
+    ASSERT_TRUE(takeFailure(failure));
+    EXPECT_STREQ(failure.subject, "/a");
 }
 
 TEST(KvVcLog, ToleratesMissingArguments) {
