@@ -3,9 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdint>
 
+#include "base/KvDescriptor.h"
 #include "base/KvScoped.h"
 #include "fileop/KvFileOpUtil.h"
 #include "log/KvVcLog.h"
@@ -42,17 +42,7 @@ LogAppend appendToLog(const char* path, const char* text, size_t length) {
     if (!file.isOpen()) {
         return LogAppend::kNotOpened;
     }
-    size_t written = 0;
-    while (written < length) {
-        const ssize_t count = write(file.get(), text + written, length - written);
-        // A full disk takes a part; the rest is tried once more, and then given up.
-        if (count > 0) {
-            written += static_cast<size_t>(count);
-        } else if (count == 0 || errno != EINTR) {
-            return LogAppend::kCutShort;
-        }
-    }
-    return LogAppend::kDone;
+    return writeAll(file.get(), text, length) ? LogAppend::kDone : LogAppend::kCutShort;
 }
 
 bool checkLogFileSize(const char* path) {
