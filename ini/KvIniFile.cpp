@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "base/KvDescriptor.h"
+
 namespace {
 
 constexpr size_t kSmallestBlock = 4096;
@@ -74,19 +76,9 @@ bool KvIniFile::readOnce() {
 }
 
 bool KvIniRewriteFile(const char* path, const char* bytes, size_t size) {
-    const ScopedFd fd(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode));
+    ScopedFd fd(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode));
     if (!fd.isOpen()) {
         return false;
     }
-    size_t written = 0;
-    while (written < size) {
-        const ssize_t count =
-            write(fd.get(), bytes + written, std::min(size - written, kLargestTransfer));
-        if (count >= 0) {
-            written += static_cast<size_t>(count);
-        } else if (errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
+    return writeAll(fd.get(), bytes, size) && closeWritten(fd);
 }

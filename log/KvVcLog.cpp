@@ -4,9 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstring>
 
+#include "base/KvDescriptor.h"
 #include "base/KvFailure.h"
 #include "base/KvScoped.h"
 #include "fileop/KvFileOpUtil.h"
@@ -48,16 +48,7 @@ bool appendToLog(const char* path, const char* text, size_t length) {
     if (!file.isOpen()) {
         return false;
     }
-    size_t written = 0;
-    while (written < length) {
-        const ssize_t count = write(file.get(), text + written, length - written);
-        // A full disk takes a part; the rest is tried once more, and then given up.
-        if (count > 0) {
-            written += static_cast<size_t>(count);
-        } else if (count == 0 || errno != EINTR) {
-            return true;
-        }
-    }
+    (void)writeAll(file.get(), text, length);  // what a full disk does not take is lost
     return true;
 }
 
