@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -16,6 +17,7 @@
 namespace {
 
 constexpr mode_t kJournalMode = 0600;
+constexpr mode_t kStoreMode = 0775;  // less the umask, as of every directory of the tool
 constexpr int kMostJournals = 9999;
 constexpr size_t kPrefixLength = sizeof kJournalPrefix - 1;
 
@@ -48,6 +50,47 @@ int lockFile(int fd) {
 bool isJournalName(const char* name) {
     return strncmp(name, kJournalPrefix, kPrefixLength) == 0 && name[kPrefixLength] != '\0' &&
            strspn(name + kPrefixLength, "0123456789") == strlen(name + kPrefixLength);
+}
+
+bool isSameDir(const std::string& a, const std::string& b) {
+    struct stat first {};
+    struct stat second {};
+    return stat(a.c_str(), &first) == 0 && stat(b.c_str(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+int makeMarkedStore(const std::string& path) {
+    // Systems that do not let mkdir set the mark leave an empty directory in that one moment.
+    return mkdir(path.c_str(), kStoreMode | S_ISVTX) == 0 ? 0 : errno;
+}
+
+bool isMarkedStore(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           (status.st_mode & S_ISVTX) != 0 && status.st_uid == geteuid();
+}
+
+void unmarkStore(const std::string& path) {
+    struct stat status {};
+    if (!isMarkedStore(path) || rmdir(path.c_str()) == 0 || stat(path.c_str(), &status) != 0) {
+        return;
+    }
+    constexpr mode_t kPermissions = 07777 & ~S_ISVTX;
+    (void)chmod(path.c_str(), status.st_mode & kPermissions);  // a mark that stays does no harm
+}
+
+void clearOwnDirs(const std::vector<std::string>& directories,
+                  const std::vector<std::string>& storesInUse) {
+    for (auto directory = directories.rbegin(); directory != directories.rend(); ++directory) {
+        const bool isInUse =
+            std::any_of(storesInUse.begin(), storesInUse.end(), [&](const std::string& store) {
+                return store.compare(0, directory->size(), *directory) == 0;
+            });
+        if (!isInUse) {
+            unmarkStore(*directory);
+            (void)rmdir(directory->c_str());  // one that the run has filled stays
+        }
+    }
 }
 
 JournalFile::JournalFile() {

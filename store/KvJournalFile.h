@@ -14,11 +14,29 @@
 
 #include <ctime>
 #include <string>
+#include <vector>
 
 #include "base/KvScoped.h"
 
 // Whether a file of a store bears the name of a journal.
 [[nodiscard]] bool isJournalName(const char* name);
+
+// Whether both paths lead to one directory.
+[[nodiscard]] bool isSameDir(const std::string& a, const std::string& b);
+
+// A store that is made for its journal's sake bears a mark, the sticky bit, for as long as the run
+// lasts: found empty and without a journal it is what a run has left that was cut off just then.
+//
+// Makes a store. An errno, or 0.
+[[nodiscard]] int makeMarkedStore(const std::string& path);
+// Deletes a marked store when it is empty, else takes its mark away. Stores of others and stores
+// without the mark stay as they are.
+void unmarkStore(const std::string& path);
+[[nodiscard]] bool isMarkedStore(const std::string& path);
+// Deletes those of the directories, given outermost first, that are empty, and takes marks away.
+// Those that lead to a store that still has its journal stay as they are.
+void clearOwnDirs(const std::vector<std::string>& directories,
+                  const std::vector<std::string>& storesInUse);
 
 class JournalFile {
   public:

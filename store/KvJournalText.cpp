@@ -279,11 +279,6 @@ bool isSameState(const FileState& seen, const FileState& known) {
     return seen.size == known.size && (seen.seconds == known.seconds || isRounded);
 }
 
-bool isFileChange(const JournalRecord& record) {
-    return record.kind == JournalKind::kOver || record.kind == JournalKind::kNew ||
-           record.kind == JournalKind::kDel;
-}
-
 bool isSavedCopyPath(const std::string& path) {
     const std::string store = std::string("/") + kBackupStoreName + "/";
     const size_t found = path.rfind(store);

@@ -73,9 +73,6 @@ struct JournalRecord {
     std::string content;  // merge: the former content; begin: the run
 };
 
-// Whether it is one of over, new and del.
-[[nodiscard]] bool isFileChange(const JournalRecord& record);
-
 // The line, with its end.
 [[nodiscard]] std::string journalLine(const JournalRecord& record);
 
