@@ -161,7 +161,7 @@ TEST_F(KvSettleStores, WithoutAMasterAJournalHasItsOwnWord) {
 
 TEST_F(KvSettleStores, AnotherRunsJournalUnderTheMastersNameIsNotTheMaster) {
     twoStores("", "new\t10\t@/none\t\tmissing\t0 0 644\n");
-    journal("new\t1\t@/none\t\tmissing\t0 0 644\n", "d", 1, "6");
+    journal("done\t1\n", "d", 1, "6");
     EXPECT_EQ(settleFrom("e"), SettleResult::kSettled);
     EXPECT_EQ(tree.read("e/c"), "old c");
     EXPECT_EQ(tree.read("d/a"), "new");

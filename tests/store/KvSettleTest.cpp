@@ -316,7 +316,8 @@ TEST_F(KvSettle, AfterARunThatEndedByItselfOnlyWhatItCouldNotPutBackGoesBack) {
     file("d/b", "changed meanwhile", kOther);
     overwritten(
         "over\t2\t@/d/b\t@/d/VC_Backup/3/backup.001\t5 1500000000 644\t3 1600000000 644\n"
-        "back\t3\t2\nback\t4\t1\ngave\t5\t1\t2 1700000000 644\nended\t6\n");
+        "gave\t3\t2\t3 1700000000 644\nback\t4\t2\nback\t5\t1\n"
+        "gave\t6\t1\t2 1700000000 644\nended\t7\n");
     file("d/a", "to", kOther);
     EXPECT_EQ(settle(), SettleResult::kSettled);
     EXPECT_EQ(tree.read("d/a"), "older");
