@@ -1,5 +1,4 @@
 // Reads the log's settings (log/KvVcLog.h).
-#include "base/KvNumber.h"
 #include "base/KvText.h"
 #include "fileop/KvDiskNames.h"
 #include "ini/KvIniUtil.h"
