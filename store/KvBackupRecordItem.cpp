@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "base/KvHeap.h"
-#include "base/KvNumber.h"
+#include "base/KvScoped.h"
+#include "base/KvText.h"
 #include "ini/KvIniUtil.h"
 #include "log/KvReport.h"
 #include "store/KvBackupName.h"

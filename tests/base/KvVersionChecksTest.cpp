@@ -1,5 +1,7 @@
+// Component classes, engines and the small checks of settings.
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <string>
 
 #include "base/KvVersion.h"
@@ -15,7 +17,7 @@ struct CheckRow {
     bool number;
 };
 
-TEST(KvValueChecks, VersionsAndNumbers) {
+TEST(KvVersionChecks, VersionsAndNumbers) {
     const CheckRow rows[] = {
         {"5.2", true, false},    {"0.0", true, false},   {"05.20", true, false},
         {"5", false, true},      {".5", false, false},   {"5.", false, false},
@@ -40,7 +42,7 @@ struct HexRow {
     unsigned value;
 };
 
-TEST(KvValueChecks, HexadecimalDigitsUpToTheFirstOtherCharacter) {
+TEST(KvVersionChecks, HexadecimalDigitsUpToTheFirstOtherCharacter) {
     const HexRow rows[] = {
         {"0", 0},
         {"9", 9},
@@ -72,7 +74,7 @@ TEST(KvValueChecks, HexadecimalDigitsUpToTheFirstOtherCharacter) {
     }
 }
 
-TEST(KvValueChecks, HttpsLevelsAreZeroOneAndTwo) {
+TEST(KvVersionChecks, HttpsLevelsAreZeroOneAndTwo) {
     EXPECT_TRUE(IsValidHttpsLevel(0));
     EXPECT_TRUE(IsValidHttpsLevel(1));
     EXPECT_TRUE(IsValidHttpsLevel(2));
@@ -88,7 +90,7 @@ struct PathRow {
     int result;
 };
 
-TEST(KvValueChecks, ComparesPathsWithEitherSeparator) {
+TEST(KvVersionChecks, ComparesPathsWithEitherSeparator) {
     const PathRow rows[] = {
         {"a/b", "a\\b", true, false, 0},  {"a/b", "a\\b", false, false, '/' - '\\'},
         {"A/b", "a\\B", true, true, 0},   {"A/b", "a/b", true, false, 'A' - 'a'},
@@ -103,12 +105,60 @@ TEST(KvValueChecks, ComparesPathsWithEitherSeparator) {
     }
 }
 
-TEST(KvValueChecks, EveryBackslashCountsAsASeparatorWhateverTheCodePage) {
+TEST(KvVersionChecks, EveryBackslashCountsAsASeparatorWhateverTheCodePage) {
     const CodePage japanese(932);
     EXPECT_EQ(Str_Comp_Ex("\x83\\", "\x83/", true, false), 0);
     const std::string many(100000, '\\');
     EXPECT_EQ(Str_Comp_Ex(many.c_str(), std::string(100000, '/').c_str(), true, false), 0);
     EXPECT_EQ(many, std::string(100000, '\\')) << "the caller's text is left alone";
+}
+
+// In the order in which the table is searched.
+constexpr EngineSection kExpected[] = {
+    {"Path_ZELTA32_95", 0x1},          {"Path_ZELTA32_VXD", 0x2},
+    {"Path_ZELTA32_NT_I386", 0x4},     {"Path_ZELTA32_NT_ALPHA", 0x8},
+    {"Path_ZELTA32_NT_KD", 0x10},      {"Path_ZELTA32_NLM", 0x20},
+    {"Path_ZELTA32_OS2", 0x40},        {"Path_ZELTA32_DOS4G", 0x80},
+    {"Path_ZELTA32_SOLARIS", 0x100},   {"Path_ZELTA32_HPUX", 0x200},
+    {"Path_ZELTA32_AIX", 0x400},       {"Path_ZELTA16", 0x800},
+    {"Path_PREZELTA32_95", 0x1000},    {"Path_PREZELTA32_NT", 0x2000},
+    {"Path_PREZELTA16", 0x4000},       {"Path_ZELTA_ALL", 0x8000},
+    {"Path_ZELTA32_LINUX", 0x20000},   {"Path_ZELTA32_SOLARIS_SPARC", 0x10000},
+    {"Path_ZELTA_MIPS_4926", 0x40000}, {"Path_ZELTA32_S390", 0x80000},
+    {"Path_ZELTA32_AS400", 0x100000},
+};
+
+TEST(KvVersionComponents, TheEngineTableHasItsRowsInOrderAndEndsWithoutAName) {
+    for (size_t i = 0; i < std::size(kExpected); ++i) {
+        EXPECT_STREQ(sectionTableEngine[i].name, kExpected[i].name);
+        EXPECT_EQ(sectionTableEngine[i].identifier, kExpected[i].identifier);
+    }
+    EXPECT_EQ(sectionTableEngine[std::size(kExpected)].name, nullptr);
+}
+
+TEST(KvVersionComponents, EveryEngineHasItsName) {
+    for (const EngineSection& row : kExpected) {
+        EXPECT_STREQ(EngineIdToString(row.identifier), row.name);
+    }
+}
+
+TEST(KvVersionComponents, AMaskOfSeveralEnginesHasNoName) {
+    EXPECT_EQ(EngineIdToString(0x3), nullptr);
+    EXPECT_EQ(EngineIdToString(0), nullptr);
+    EXPECT_EQ(EngineIdToString(0x200000), nullptr);
+    EXPECT_EQ(EngineIdToString(0xFFFFFFFF), nullptr);
+}
+
+TEST(KvVersionComponents, ClassesHaveDescriptions) {
+    EXPECT_STREQ(GetClassDescription(kClassProduct), "Product");
+    EXPECT_STREQ(GetClassDescription(kClassEngine), "Engine");
+    EXPECT_STREQ(GetClassDescription(kClassPattern), "Pattern");
+    EXPECT_STREQ(GetClassDescription(1), "Product");
+    EXPECT_STREQ(GetClassDescription(2), "Engine");
+    EXPECT_STREQ(GetClassDescription(3), "Pattern");
+    for (const unsigned cls : {0u, 4u, 0x80000001u, 0xFFFFFFFFu}) {
+        EXPECT_STREQ(GetClassDescription(cls), "Unknown Component");
+    }
 }
 
 }  // namespace

@@ -1,4 +1,6 @@
 // What a document consists of after loading, told by what it answers and how it is written back.
+#include "ini/KvIniDocument.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -70,7 +72,7 @@ const RoundTrip kRoundTrips[] = {
     {"a=1\nA=2\n[s]\na=3\n[S]\na=4\n[s]\n", "a=1\nA=2\n[s]\na=3\n[S]\na=4\n[s]\n"},
 };
 
-TEST(KvIniParse, DocumentsAreWrittenBackLikeThis) {
+TEST(KvIniDocument, DocumentsAreWrittenBackLikeThis) {
     const TempTree tree;
     for (const RoundTrip& each : kRoundTrips) {
         const std::string path = tree.write("it.ini", each.loaded);
@@ -81,48 +83,48 @@ TEST(KvIniParse, DocumentsAreWrittenBackLikeThis) {
     }
 }
 
-TEST(KvIniParse, TheFirstSeparatorEndsTheKeyAndNothingEndsTheValue) {
+TEST(KvIniDocument, TheFirstSeparatorEndsTheKeyAndNothingEndsTheValue) {
     const TextDocument document("key = a = b ; c\nquoted = \" x \"\nempty =\n");
     EXPECT_EQ(valueOf(document, nullptr, "key"), "a = b ; c");
     EXPECT_EQ(valueOf(document, nullptr, "quoted"), "\" x \"");
     EXPECT_EQ(valueOf(document, nullptr, "empty"), "");
 }
 
-TEST(KvIniParse, KeysBelongToTheHeaderAboveThem) {
+TEST(KvIniDocument, KeysBelongToTheHeaderAboveThem) {
     const TextDocument document("k=global\n[one]\nk=1\n[ two ]\nk=2\n");
     EXPECT_EQ(valueOf(document, nullptr, "k"), "global");
     EXPECT_EQ(valueOf(document, "one", "k"), "1");
     EXPECT_EQ(valueOf(document, "two", "k"), "2");
 }
 
-TEST(KvIniParse, ASectionWithoutNameIsNeverFound) {
+TEST(KvIniDocument, ASectionWithoutNameIsNeverFound) {
     const TextDocument document("[]\nk=v\n");
     EXPECT_TRUE(document.hasNonGlobalSection());
     EXPECT_EQ(valueOf(document, "", "k"), "(none)");
     EXPECT_EQ(valueOf(document, nullptr, "k"), "(none)");
 }
 
-TEST(KvIniParse, NonKeysAnswerNothing) {
+TEST(KvIniDocument, NonKeysAnswerNothing) {
     const TextDocument document("=value\n;key=value\nplain\n");
     EXPECT_EQ(valueOf(document, nullptr, ";key"), "(none)");
     EXPECT_EQ(valueOf(document, nullptr, "plain"), "(none)");
     EXPECT_EQ(valueOf(document, nullptr, " "), "(none)");
 }
 
-TEST(KvIniParse, AnotherSeparatorIsWrittenAsAnEqualsSign) {
+TEST(KvIniDocument, AnotherSeparatorIsWrittenAsAnEqualsSign) {
     const TextDocument document("key : a=b\n:x\nother=1\n", ';', false, ':');
     EXPECT_EQ(valueOf(document, nullptr, "key"), "a=b");
     EXPECT_EQ(valueOf(document, nullptr, "other"), "(none)");
     EXPECT_EQ(dumpOf(document), "key=a=b\n:x\nother=1\n");
 }
 
-TEST(KvIniParse, AnotherCommentCharacter) {
+TEST(KvIniDocument, AnotherCommentCharacter) {
     const TextDocument document("#k=v\n;l=w\n", '#');
     EXPECT_EQ(valueOf(document, nullptr, "#k"), "(none)");
     EXPECT_EQ(valueOf(document, nullptr, ";l"), "w");
 }
 
-TEST(KvIniParse, ABracketInsideADoubleByteCharacterClosesNothing) {
+TEST(KvIniDocument, ABracketInsideADoubleByteCharacterClosesNothing) {
     struct Case {
         unsigned codePage;
         std::string header;
@@ -147,7 +149,7 @@ TEST(KvIniParse, ABracketInsideADoubleByteCharacterClosesNothing) {
     }
 }
 
-TEST(KvIniParse, LinesOfAMegabyte) {
+TEST(KvIniDocument, LinesOfAMegabyte) {
     const TempTree tree;
     const std::string mega(1 << 20, 'x');
     const std::string text =
@@ -158,7 +160,7 @@ TEST(KvIniParse, LinesOfAMegabyte) {
     EXPECT_EQ(dumpOf(document), text);
 }
 
-TEST(KvIniParse, NulsInAFileAreKept) {
+TEST(KvIniDocument, NulsInAFileAreKept) {
     const TempTree tree;
     const std::string text("; a\0b\n[s\0t]\nk=v\0w\na\0b=c\n\0=d\n", 28);
     const FileDocument document(tree.write("nul.ini", text));
@@ -168,20 +170,20 @@ TEST(KvIniParse, NulsInAFileAreKept) {
     EXPECT_EQ(valueOf(document, "s", " "), "(none)");
 }
 
-TEST(KvIniParse, ATextEndsAtItsNul) {
+TEST(KvIniDocument, ATextEndsAtItsNul) {
     const char text[] = "k=v\0l=w\n";
     const KvIniUtil document(text, ';', false, true, '=');
     EXPECT_EQ(dumpOf(document), "k=v\n");
 }
 
-TEST(KvIniParse, TheTextIsCopied) {
+TEST(KvIniDocument, TheTextIsCopied) {
     std::string text = "k=v\n";
     const KvIniUtil document(text.c_str(), ';', false, true, '=');
     text.assign("l=w\n");
     EXPECT_EQ(valueOf(document, nullptr, "k"), "v");
 }
 
-TEST(KvIniParse, NothingToLoadGivesAnEmptyDocument) {
+TEST(KvIniDocument, NothingToLoadGivesAnEmptyDocument) {
     const TempTree tree;
     const std::string dir = tree.makeDir("dir");
     const std::string missing = tree.path("missing.ini");
@@ -200,7 +202,7 @@ TEST(KvIniParse, NothingToLoadGivesAnEmptyDocument) {
     }
 }
 
-TEST(KvIniParse, OddSeparatorsAndCommentCharactersDoNoHarm) {
+TEST(KvIniDocument, OddSeparatorsAndCommentCharactersDoNoHarm) {
     const std::string text = "a b\n[x]\nk=v\n; c\n";
     EXPECT_EQ(dumpOf(TextDocument(text, ';', false, ' ')), "a=b\n[x]\nk=v\n; c\n");
     EXPECT_EQ(dumpOf(TextDocument(text, ';', false, '\0')), text);
@@ -208,8 +210,9 @@ TEST(KvIniParse, OddSeparatorsAndCommentCharactersDoNoHarm) {
     EXPECT_EQ(dumpOf(TextDocument(text, '[', false, '=')), text);
 }
 
-TEST(KvIniParse, EveryDocumentStoresTheBracketsAgain) {
-    KvIniUtilAccess::setBrackets('<', '>');
+TEST(KvIniDocument, EveryDocumentStoresTheBracketsAgain) {
+    KvIniDocument::s_LeftSquareBracket = '<';
+    KvIniDocument::s_RightSquareBracket = '>';
     const TextDocument document("<x>\n[s]\nk=v\n");
     EXPECT_EQ(valueOf(document, "s", "k"), "v");
     EXPECT_EQ(dumpOf(document), "<x>\n[s]\nk=v\n");
