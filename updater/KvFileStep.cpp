@@ -1,13 +1,13 @@
 #include "updater/KvFileStep.h"
 
-#include "agent/KvFileCheck.h"
+#include "agent/KvAgent.h"
 #include "base/KvHeap.h"
 #include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "log/KvReport.h"
 #include "store/KvBackupEntry.h"
 #include "store/KvBackupName.h"
-#include "updater/KvItemContext.h"
+#include "updater/KvItemStep.h"
 #include "updater/KvRebootList.h"
 #include "updater/KvRunPaths.h"
 
@@ -16,6 +16,14 @@ namespace {
 constexpr char kModule[] = "KvVcUpdater";
 
 using Entry = KvFileOpUtil::CallbackEntry;
+
+constexpr AgentFileWords kFileWords = {
+    {nullptr, nullptr},
+    true,  // the answer is told
+    "callBackForUpdate: check file failed.",
+    "callBackForUpdate: check file return unknown value.",
+    nullptr,
+};
 
 int fail(const char* message) {
     KV_ERROR(kLevelProgress, "%s", message);
@@ -114,9 +122,11 @@ int callBackForUpdate(Entry* entry) {
     if (context.agent == nullptr || context.backup == nullptr) {
         return KvFileOpUtil::kBadParameters;
     }
-    const FileDecision decision = isFileToAskAbout(*entry)
-                                      ? decideFile(context.agent, entry->destination)
-                                      : FileDecision::kWrite;
+    const FileDecision decision =
+        isFileToAskAbout(*entry)
+            ? Conversation(*context.agent)
+                  ->decideFile(entry->destination, kFileWords, FileDecision::kWrite)
+            : FileDecision::kWrite;
     if (decision == FileDecision::kStop) {
         return kUserCancel;
     }

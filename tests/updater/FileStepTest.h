@@ -14,7 +14,7 @@
 #include "tests/support/TempTree.h"
 #include "tests/updater/RebootEntries.h"
 #include "updater/KvFileStep.h"
-#include "updater/KvItemContext.h"
+#include "updater/KvItemStep.h"
 
 // An item 3/5 of "app", of an agent of the new interface.
 class FileStep : public testing::Test {

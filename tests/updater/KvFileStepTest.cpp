@@ -87,18 +87,34 @@ TEST_F(FileStep, SkipsWhatTheAgentSkips) {
 TEST_F(FileStep, StopsWhenTheAgentFails) {
     tree.write("app/a.dat", "old");
     agent.answers["CheckFileEx"] = -1;
+    LogCapture log(6);
 
     EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), 1);
 
     EXPECT_THAT(written(), IsEmpty());
     EXPECT_FALSE(tree.exists("app/VC_Backup"));
+    EXPECT_EQ(log.records().back(), errorAt(6, "callBackForUpdate: check file failed."));
+}
+
+TEST_F(FileStep, WritesAndSaysSoAfterAnAnswerWithoutAMeaning) {
+    tree.write("app/a.dat", "old");
+    agent.answers["CheckFileEx"] = 7;
+    LogCapture log(6);
+
+    EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), 0);
+
+    EXPECT_THAT(written(), ElementsAre("backup.000, " + tree.path("app/a.dat")));
+    ASSERT_GE(log.records().size(), 2U);
+    EXPECT_EQ(log.records()[1], errorAt(6, "callBackForUpdate: check file return unknown value."));
 }
 
 TEST_F(FileStep, SkipsEverythingForAnUnknownInterface) {
     tree.write("app/a.dat", "old");
     agent.table()->version = 2;
+    LogCapture log;
     EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), 2);
     EXPECT_FALSE(tree.exists("app/VC_Backup"));
+    EXPECT_THAT(log.records(), IsEmpty());
 }
 
 TEST_F(FileStep, DefersAnExistingFileWithItsSource) {

@@ -228,23 +228,6 @@ TEST_F(RollbackWithAgent, LeavesTheResultOfTheAgentsLastCallAside) {
     EXPECT_EQ(run(), 0U);
 }
 
-TEST_F(RollbackWithAgent, EndsNothingForAnInterfaceThatIsUnknownByThen) {
-    app.item(3, 5).added("x.dat");
-    Story story(agent());
-    const auto tell = agent().heard;
-    agent().heard = [&](const std::string& call) {
-        tell(call);
-        agent().table()->version = call.compare(0, 7, "EndItem") == 0 ? 9 : PATCHAGENT_NEW;
-    };
-
-    EXPECT_EQ(run(), 0U);
-
-    EXPECT_THAT(app.files(), IsEmpty());
-    EXPECT_EQ(story.linesAfter("(1, 0x64/0, 0x65/0)").at(0),
-              "9 error rollbackWithPatchAgent: patch agent version unknown.");
-    EXPECT_EQ(agent().calls.back(), "EndItem(1, 0x64/0, 0x65/0)");
-}
-
 TEST_F(RollbackWithAgent, TakesTheItemOutOfTheRecordWithAllItsCopies) {
     app.item(3, 4).written("a.dat").item(3, 6).written("b.dat");
     const std::string others = app.read(kRecord);

@@ -9,7 +9,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 const std::string kFound = "rollbackItem: item found.";
@@ -250,52 +249,6 @@ TEST_F(RollbackItemAnswers, SaysNothingAboutTheOtherAnswers) {
                 ElementsAre(" -> " + app.path("y") + ", 0",
                             inStore("backup.001") + " -> " + app.path("b") + ", 1"));
 }
-
-// --- The answer that an unknown interface keeps
-
-struct KeptAnswer {
-    const char* name;
-    int first;
-    int result;
-    std::vector<std::string> files;
-    std::vector<std::string> lastLines;  // of the second file
-};
-
-void PrintTo(const KeptAnswer& kept, std::ostream* out) {
-    *out << kept.name;
-}
-
-class RollbackItemKeptAnswer : public RollbackItemTest,
-                               public testing::WithParamInterface<KeptAnswer> {};
-
-// The first file is asked about, the second one not any more.
-TEST_P(RollbackItemKeptAnswer, HoldsForTheFilesBehind) {
-    app.item(3, 5).added("x").written("a");
-    answer("x", GetParam().first);
-    Story story(agent());
-    const auto tell = agent().heard;
-    agent().heard = [&](const std::string& call) {
-        tell(call);
-        agent().table()->version = 9;
-    };
-
-    EXPECT_EQ(run(), GetParam().result);
-
-    EXPECT_EQ(app.files(), GetParam().files);
-    EXPECT_THAT(story.linesAfter("rollback added file done."),
-                ElementsAreArray(GetParam().lastLines));
-}
-
-const std::string kUnknownInterface = "6 error rollbackItem: unknown patch agent version.";
-
-INSTANTIATE_TEST_SUITE_P(
-    Answers, RollbackItemKeptAnswer,
-    testing::Values(KeptAnswer{"Yes", 1, 0, {"a=old a"}, {kUnknownInterface}},
-                    KeptAnswer{"Skip", 0, 2, {"a=new a", "x=added x"}, {kUnknownInterface}},
-                    KeptAnswer{"Deferral", -2, 2, {"a=new a", "x=added x"}, {kUnknownInterface}},
-                    KeptAnswer{
-                        "NoMeaning", 7, 0, {"a=old a"}, {kUnknownInterface, kUnknownAnswer}}),
-    [](const auto& test) { return test.param.name; });
 
 // --- All files alike, and a stop that is undone
 

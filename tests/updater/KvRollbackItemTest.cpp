@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <climits>
+
 #include "tests/updater/RollbackItemTest.h"
 #include "tests/updater/Story.h"
 
@@ -224,5 +226,29 @@ INSTANTIATE_TEST_SUITE_P(
                     Entry{"WithoutATarget", "backup.00a", "", "new"},
                     Entry{"WithAnEmptyTarget", "backup.00a,", "", "new"}),
     [](const auto& test) { return test.param.name; });
+
+// --- What a result means for the run
+
+TEST(KvRollbackItemStatus, IsASuccessOutsideTheKnownFailures) {
+    const std::vector<LogRecord> none;
+    const std::vector<LogRecord> access = {errorAt(6, "rollbackWithPatchAgent: access failed.")};
+    const std::vector<LogRecord> arguments = {errorAt(6, "rollbackWithPatchAgent: bad arguments.")};
+    const std::vector<LogRecord> cancel = {errorAt(6, "rollbackWithPatchAgent: user cancel.")};
+    const struct {
+        int result;
+        unsigned status;
+        const std::vector<LogRecord>& records;
+    } cases[] = {
+        {INT_MIN, 0, none},  {-9, 0, none},      {-7, 0, none},    {-6, 58, access},
+        {-5, 58, access},    {-4, 58, access},   {-3, 58, access}, {-2, 58, access},
+        {-1, 12, arguments}, {0, 0, none},       {1, 60, cancel},  {2, 0, none},
+        {3, 0, none},        {INT_MAX, 0, none},
+    };
+    for (const auto& c : cases) {
+        LogCapture log;
+        EXPECT_EQ(statusOfItem(static_cast<RollbackItemResult>(c.result)), c.status) << c.result;
+        EXPECT_EQ(log.records(), c.records) << c.result;
+    }
+}
 
 }  // namespace

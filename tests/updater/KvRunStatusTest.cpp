@@ -1,4 +1,4 @@
-#include "updater/KvResultFile.h"
+#include "updater/KvRunStatus.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,6 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempTree.h"
 #include "tests/updater/RunGlobals.h"
-#include "updater/KvRunStatus.h"
 
 namespace {
 
