@@ -15,7 +15,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class RebootList : public testing::Test {
+class KvRebootList : public testing::Test {
   protected:
     static const RebootEntry& entry(int index) {
         return *static_cast<const RebootEntry*>(g_rebootCopyList.items[index]);
@@ -24,13 +24,13 @@ class RebootList : public testing::Test {
     RebootEntries list;
 };
 
-TEST_F(RebootList, IsNotWrittenWhenItIsEmpty) {
+TEST_F(KvRebootList, IsNotWrittenWhenItIsEmpty) {
     LogCapture log;
     EXPECT_FALSE(WriteRebootList());
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_F(RebootList, KeepsWhatIsAdded) {
+TEST_F(KvRebootList, KeepsWhatIsAdded) {
     EXPECT_TRUE(addRebootEntry("/stage/a", "/app/a", kRebootReplace));
     EXPECT_TRUE(addRebootEntry(nullptr, "/app/b", kRebootPutBack));
 
@@ -43,14 +43,14 @@ TEST_F(RebootList, KeepsWhatIsAdded) {
     EXPECT_EQ(entry(1).flag, 1);
 }
 
-TEST_F(RebootList, CutsPathsToTheirCapacity) {
+TEST_F(KvRebootList, CutsPathsToTheirCapacity) {
     const std::string path(3000, 'x');
     EXPECT_TRUE(addRebootEntry(path.c_str(), path.c_str(), kRebootReplace));
     EXPECT_EQ(std::string(entry(0).source), std::string(1023, 'x'));
     EXPECT_EQ(std::string(entry(0).destination), std::string(1023, 'x'));
 }
 
-TEST_F(RebootList, IsLoggedInItsOrderWhenItIsWritten) {
+TEST_F(KvRebootList, IsLoggedInItsOrderWhenItIsWritten) {
     ASSERT_TRUE(addRebootEntry("/stage/a", "/app/a", kRebootReplace));
     ASSERT_TRUE(addRebootEntry(nullptr, "/app/b", kRebootDelete));
     LogCapture log;
@@ -66,7 +66,7 @@ TEST_F(RebootList, IsLoggedInItsOrderWhenItIsWritten) {
     list.forgetWritten();
 }
 
-TEST_F(RebootList, IsEmptyAfterARunThatFailed) {
+TEST_F(KvRebootList, IsEmptyAfterARunThatFailed) {
     ASSERT_TRUE(addRebootEntry("/stage/a", "/app/a", kRebootDelete));
 
     DropRebootList();
