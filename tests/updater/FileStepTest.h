@@ -14,18 +14,18 @@
 #include "tests/support/TempTree.h"
 #include "tests/updater/RebootEntries.h"
 #include "updater/KvFileStep.h"
-#include "updater/KvItemContext.h"
+#include "updater/KvItemStep.h"
 
 // An item 3/5 of "app", of an agent of the new interface.
-class FileStep : public testing::Test {
+class KvFileStep : public testing::Test {
   protected:
-    FileStep() : destination_(tree.makeDir("app")) {
+    KvFileStep() : destination_(tree.makeDir("app")) {
         item.destination = strdup(destination_.c_str());
         item.itemClass = 3;
         item.type = 5;
         g_RebootForNewFile = false;
     }
-    ~FileStep() override {
+    ~KvFileStep() override {
         backupStru owner{0, static_cast<backupItem*>(malloc(sizeof item)), 1, nullptr};
         *owner.items = item;
         freeBackupStru(&owner);

@@ -1,4 +1,4 @@
-#include "updater/KvResultFile.h"
+#include "updater/KvRunStatus.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,15 +9,14 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempTree.h"
 #include "tests/updater/RunGlobals.h"
-#include "updater/KvRunStatus.h"
 
 namespace {
 
 using testing::ElementsAre;
 
-class KvResultFile : public testing::Test {
+class KvRunStatusFile : public testing::Test {
   protected:
-    KvResultFile() { Strncpy(g_VCTempPath, tree.path().c_str(), sizeof g_VCTempPath); }
+    KvRunStatusFile() { Strncpy(g_VCTempPath, tree.path().c_str(), sizeof g_VCTempPath); }
 
     [[nodiscard]] std::string write(int status) const {
         writeResult(status);
@@ -28,22 +27,22 @@ class KvResultFile : public testing::Test {
     RunGlobals globals;
 };
 
-TEST_F(KvResultFile, HoldsTheOneKey) {
+TEST_F(KvRunStatusFile, HoldsTheOneKey) {
     EXPECT_EQ(write(0), "result=0\n");
 }
 
-TEST_F(KvResultFile, IsReplacedByTheNextRun) {
+TEST_F(KvRunStatusFile, IsReplacedByTheNextRun) {
     (void)write(60);
     EXPECT_EQ(write(1), "result=1\n");
 }
 
-TEST_F(KvResultFile, TakesEveryNumber) {
+TEST_F(KvRunStatusFile, TakesEveryNumber) {
     EXPECT_EQ(write(-1), "result=-1\n");
     EXPECT_EQ(write(INT_MIN), "result=-2147483648\n");
     EXPECT_EQ(write(INT_MAX), "result=2147483647\n");
 }
 
-TEST_F(KvResultFile, SaysWhatItWrites) {
+TEST_F(KvRunStatusFile, SaysWhatItWrites) {
     const LogCapture log;
     (void)write(58);
     EXPECT_THAT(log.records(), ElementsAre(infoAt(6, "Writing result file (" + tree.path() +
@@ -55,16 +54,16 @@ struct Before {
     const char* after;
 };
 
-class ResultFileBefore : public KvResultFile, public testing::WithParamInterface<Before> {};
+class KvRunStatusFileBefore : public KvRunStatusFile, public testing::WithParamInterface<Before> {};
 
 // All that is no "result" before the first header stays.
-TEST_P(ResultFileBefore, KeepsTheRest) {
+TEST_P(KvRunStatusFileBefore, KeepsTheRest) {
     tree.write("VcResult.ini", GetParam().before);
     EXPECT_EQ(write(4), GetParam().after);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Contents, ResultFileBefore,
+    Contents, KvRunStatusFileBefore,
     testing::Values(Before{"", "result=4\n"}, Before{"result=0\n", "result=4\n"},
                     Before{"RESULT = 0", "result=4\n"},
                     Before{"first=1\nresult=0\nlast=2\n", "first=1\nlast=2\nresult=4\n"},
@@ -73,13 +72,13 @@ INSTANTIATE_TEST_SUITE_P(
                     // Only the first of two is replaced.
                     Before{"result=1\nresult=2\n", "result=2\nresult=4\n"}));
 
-TEST_F(KvResultFile, IsNotMissedWhereItCannotBeWritten) {
+TEST_F(KvRunStatusFile, IsNotMissedWhereItCannotBeWritten) {
     Strncpy(g_VCTempPath, tree.path("nowhere").c_str(), sizeof g_VCTempPath);
     writeResult(0);
     EXPECT_FALSE(tree.exists("nowhere"));
 }
 
-TEST_F(KvResultFile, FitsBehindTheLongestStagingPath) {
+TEST_F(KvRunStatusFile, FitsBehindTheLongestStagingPath) {
     const LogCapture log;
     const std::string longest = "/" + std::string(sizeof g_VCTempPath - 2, 'x');
     Strncpy(g_VCTempPath, longest.c_str(), sizeof g_VCTempPath);

@@ -1,4 +1,4 @@
-#include "updater/KvResultFile.h"
+#include "updater/KvRunStatus.h"
 
 #include "base/KvText.h"
 #include "fileop/KvDiskNames.h"
