@@ -1,11 +1,10 @@
-#include "fileop/KvMatchList.h"
+#include "fileop/KvTreeStep.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 
-#include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
 
 namespace {
