@@ -167,7 +167,8 @@ const unsigned char* KvMD5::MD5File(const char* path) {
         return nullptr;
     }
     if (streamBuffer) {
-        (void)setvbuf(file.get(), streamBuffer.get(), _IOFBF, kStreamBuffer);  // else its own one
+        (void)setvbuf(file.get(), streamBuffer.get(), _IOFBF,
+                      kStreamBuffer);  // else it has a smaller one
     }
     MD5_CTX context;
     MD5Init(&context);
