@@ -97,11 +97,11 @@ LineEnd _getline(const FileContent& file, size_t& position, Line& line) {
 }
 
 // From a text a line comes with its newline, and ends at the NUL at the latest.
-LineEnd _getline(char* text, size_t& position, Line& line) {
-    if (text[position] == '\0') {
+LineEnd _getline(const ScopedHeap<char>& text, size_t& position, Line& line) {
+    if (text.get()[position] == '\0') {
         return LineEnd::kNoMore;
     }
-    line.text = text + position;
+    line.text = text.get() + position;
     const char* newline = strchr(line.text, '\n');
     line.length =
         newline != nullptr ? static_cast<size_t>(newline - line.text) + 1 : strlen(line.text);
@@ -135,7 +135,7 @@ class Loader {
 
     // Takes all lines of a file's content or of a text.
     template <typename Source>
-    void takeAll(Source& source) {
+    void takeAll(const Source& source) {
         Line line;
         LineEnd end = LineEnd::kNewline;
         for (size_t position = 0; end == LineEnd::kNewline;) {
@@ -192,8 +192,7 @@ class Loader {
 void loadText(KvIniDocument& document, const char* text) {
     document.storage.reset(Str_Dup(text));
     if (document.storage != nullptr) {
-        char* const copy = document.storage.get();
-        Loader(document).takeAll(copy);
+        Loader(document).takeAll(document.storage);
     }
 }
 

@@ -56,7 +56,7 @@ void KvIniUtil::set(const char* section, const char* key, const char* value) {
     if (document_ == nullptr || isMissing(key)) {
         return;
     }
-    // Also when the value turns out to be the same: nobody compares.
+    // A value that turns out to be the same as before counts as an edit, too.
     document_->modified = true;
     KvIniSection* found = document_->_findSection(section);
     if (found == nullptr) {

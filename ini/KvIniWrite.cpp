@@ -107,7 +107,7 @@ bool KvIniDocument::writeTo(const char* file) const {
     if (!dumpTo(text)) {
         return false;
     }
-    // Every such byte, whatever the code page.
+    // Byte by byte: one that is half of a double-byte character becomes another character. Kept so.
     if (convertBackslashes && !text.empty()) {
         std::replace(&text[0], &text[0] + text.length(), '\\', '/');
     }

@@ -1,4 +1,4 @@
-#include "fileop/KvMatchList.h"
+#include "fileop/KvTreeStep.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -45,13 +45,13 @@ std::vector<std::string> listedMatchesOf(const std::string& path) {
     return found;
 }
 
-class KvMatchListTest : public testing::Test {
+class MatchListing : public testing::Test {
   protected:
     TempTree tree;
     WorkingDir here{tree.path()};
 };
 
-TEST_F(KvMatchListTest, APatternLeavesOutDirectoriesThatDoNotMatch) {
+TEST_F(MatchListing, APatternLeavesOutDirectoriesThatDoNotMatch) {
     tree.write("d/a.x", "");
     tree.write("d/b.y", "");
     tree.makeDir("d/c.x");
@@ -59,7 +59,7 @@ TEST_F(KvMatchListTest, APatternLeavesOutDirectoriesThatDoNotMatch) {
     EXPECT_THAT(matchesOf("d/*.x"), UnorderedElementsAre("d/a.x", "d/c.x/"));
 }
 
-TEST_F(KvMatchListTest, APlainNameMatchesOnlyItself) {
+TEST_F(MatchListing, APlainNameMatchesOnlyItself) {
     tree.write("d/a", "");
     tree.makeDir("d/sub");
     EXPECT_THAT(matchesOf("d/a"), ElementsAre("d/a"));
@@ -69,7 +69,7 @@ TEST_F(KvMatchListTest, APlainNameMatchesOnlyItself) {
 }
 
 // Looking a plain name up must tell what the listing would.
-TEST_F(KvMatchListTest, EveryKindOfPathGivesWhatTheListingGives) {
+TEST_F(MatchListing, EveryKindOfPathGivesWhatTheListingGives) {
     tree.write("d/a", "");
     tree.write("d/st*r", "");
     tree.write("d/sub/b", "");

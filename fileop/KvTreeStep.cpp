@@ -1,16 +1,16 @@
-#include "fileop/KvMatchList.h"
+#include "fileop/KvTreeStep.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 
-#include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
 
 namespace {
 
-// Where case does not count, a name is found that no entry bears: only a listing tells which.
+// On a file system that ignores case a name is found though its entry is spelled otherwise; only a
+// listing tells the spelling.
 bool ignoresCase(const char* directory) {
 #ifdef _PC_CASE_SENSITIVE
     return pathconf(directory, _PC_CASE_SENSITIVE) == 0;
