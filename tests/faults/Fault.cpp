@@ -41,6 +41,13 @@ const std::map<std::string, std::vector<std::string>> kWhats = {
 
 const std::vector<std::string> kOtherWhats = {"EIO", "EIO+"};
 
+// Nothing at the end, or for "*".
+std::optional<std::string> nextPiece(std::istringstream& pieces) {
+    std::string piece;
+    return std::getline(pieces, piece, '/') && piece != "*" ? std::optional<std::string>(piece)
+                                                            : std::nullopt;
+}
+
 bool endsWithPlus(const std::string& what) {
     return !what.empty() && what.back() == '+';
 }
@@ -101,18 +108,12 @@ FaultRequest FaultRequest::parse(const char* text) {
         return request;
     }
     std::istringstream pieces(all);
-    std::string piece;
-    if (std::getline(pieces, piece, '/')) {
-        request.scenario = piece;
+    request.scenario = nextPiece(pieces);
+    request.function = nextPiece(pieces);
+    const std::optional<std::string> number = nextPiece(pieces);
+    if (number) {
+        request.number = std::strtoull(number->c_str(), nullptr, 10);
     }
-    if (std::getline(pieces, piece, '/')) {
-        request.function = piece;
-    }
-    if (std::getline(pieces, piece, '/')) {
-        request.number = std::strtoull(piece.c_str(), nullptr, 10);
-    }
-    if (std::getline(pieces, piece, '/')) {
-        request.what = piece;
-    }
+    request.what = nextPiece(pieces);
     return request;
 }

@@ -41,6 +41,8 @@ struct FaultRequest {
     std::optional<uint64_t> number;
     std::optional<std::string> what;
 
-    // Null or "sample": the sample. "all": every call. "scenario[/function[/number[/what]]]": these alone.
+    // Null or "sample": the sample. "all": every call. "scenario[/function[/number[/what]]]": these
+    // alone;
+    // "*" stands for all.
     [[nodiscard]] static FaultRequest parse(const char* text);
 };

@@ -41,6 +41,11 @@ TEST(FaultRequest, NamesAsMuchAsItSays) {
     const FaultRequest one = FaultRequest::parse("update/open/7/ENOSPC");
     EXPECT_EQ(one.number, 7U);
     EXPECT_EQ(one.what, "ENOSPC");
+
+    const FaultRequest wide = FaultRequest::parse("*/malloc/*/ENOMEM");
+    EXPECT_FALSE(wide.scenario || wide.number);
+    EXPECT_EQ(wide.function, "malloc");
+    EXPECT_EQ(wide.what, "ENOMEM");
 }
 
 }  // namespace

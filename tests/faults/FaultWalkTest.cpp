@@ -111,12 +111,12 @@ class FaultWalk : public testing::TestWithParam<WalkCase> {
                 breaches.push_back(breach);
             }
         }
-        tell(fault, run, verdict.outcome, breaches);
+        tell(fault, run, verdict.outcome, breaches, now.files());
         return true;
     }
 
     void tell(const Fault& fault, const FaultRun& run, FaultOutcome outcome,
-              const std::vector<Breach>& breaches) {
+              const std::vector<Breach>& breaches, const TreeFiles& now) {
         const std::string name = world_->scenario().name + "/" + fault.text();
         report("run\t" + name + "\t" + nameOf(outcome) + "\t" + std::to_string(run.tally.struck));
         for (const Breach& breach : breaches) {
@@ -128,6 +128,15 @@ class FaultWalk : public testing::TestWithParam<WalkCase> {
         if (request().number) {
             printf("%s: %s, status %d, signal %d\n%s\n", name.c_str(), nameOf(outcome),
                    run.status.value_or(-1), run.child.signal, run.log.c_str());
+            showStores(now);
+        }
+    }
+
+    static void showStores(const TreeFiles& tree) {
+        for (const auto& [path, content] : storedFiles(tree)) {
+            const bool isRecord = path.find(".ini") != std::string::npos;
+            printf("%s: %zu bytes\n%s", path.c_str(), content.size(),
+                   isRecord ? content.c_str() : "");
         }
     }
 

@@ -20,8 +20,9 @@ std::string firstDifference(const FileContents& expected, const FileContents& se
             return path + " is missing";
         }
         if (found->second != content) {
+            const std::string line = found->second.substr(0, found->second.find('\n'));
             return path + " holds " + std::to_string(found->second.size()) +
-                   " bytes: " + found->second.substr(0, 40);
+                   " bytes: " + line.substr(0, kShownContent);
         }
     }
     for (const auto& file : seen) {
@@ -32,12 +33,28 @@ std::string firstDifference(const FileContents& expected, const FileContents& se
     return "";
 }
 
+// Whether a record of one item says all that a rollback asks for, each once.
+bool isIntact(const std::string& record) {
+    for (const char* const key : {"itemcount=1\n", "patchagent.version=", "class=", "type=",
+                                  "origin.version=", "result.version=", "written.filecount="}) {
+        const size_t first = record.find(std::string("\n") + key);
+        if (first == std::string::npos ||
+            record.find(std::string("\n") + key, first + 1) != std::string::npos) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // What the records name as the saved copies: by the path of the file, the path of its copy.
 FileContents namedCopies(const TreeFiles& tree) {
     FileContents copies;
     for (const auto& [destination, store] : kItemStores) {
         const auto record = tree.find(destination + "VC_Backup/VcBackup.ini");
-        std::istringstream lines(record != tree.end() ? record->second.content : "");
+        if (record == tree.end() || !isIntact(record->second.content)) {
+            continue;
+        }
+        std::istringstream lines(record->second.content);
         for (std::string line; std::getline(lines, line);) {
             const size_t name = line.find('=');
             const size_t target = line.find(", ");
@@ -63,6 +80,20 @@ FileContents filesWithoutCopy(const FaultScenario& scenario, const TreeFiles& tr
         }
     }
     return lost;
+}
+
+std::string destinationOf(const std::string& path) {
+    for (const auto& each : kItemStores) {
+        if (path.compare(0, each.first.size(), each.first) == 0) {
+            return each.first;
+        }
+    }
+    return "";
+}
+
+bool hasFileOf(const FileContents& files, const std::string& destination) {
+    const auto found = files.lower_bound(destination);
+    return found != files.end() && destinationOf(found->first) == destination;
 }
 
 bool isSomewhere(const TreeFiles& tree, const std::string& content) {
@@ -168,12 +199,20 @@ class Judge {
     }
 
     // Every replaced file has a copy that the record names. Where the record could not be written,
-    // the copies must be there all the same and the log must say why.
+    // the copies must be there all the same, those that the former record names too, and the log
+    // must say why.
     void judgeCopies() {
         const FileContents lost = filesWithoutCopy(scenario_, now_);
         for (const auto& [path, content] : lost) {
             if (!isSomewhere(now_, content)) {
                 fail("go back", "no whole copy of " + path);
+                return;
+            }
+        }
+        for (const auto& [path, copy] : namedCopies(before_)) {
+            const bool isRewritten = !hasFileOf(lost, destinationOf(path));
+            if (!isRewritten && !isSomewhere(now_, before_.at(copy).content)) {
+                fail("go back", "the former copy of " + path + " is lost");
                 return;
             }
         }

@@ -41,8 +41,10 @@ class VerdictOfUpdate : public testing::Test {
         now["site/app/a.dat"] = file("new");
         now["site/app/b.dat"] = file("added");
         now["site/app/VC_Backup/3/5/backup.000"] = file("old");
-        now["site/app/VC_Backup/VcBackup.ini"] =
-            file("[item_0]\nwritten.filecount=1\nwritten.0=backup.000, /tmp/x/site/app/a.dat\n");
+        now["site/app/VC_Backup/VcBackup.ini"] = file(
+            "[common]\nitemcount=1\npatchagent.version=1\n[item_0]\nclass=3\ntype=5\n"
+            "origin.version=100\nresult.version=101\nwritten.filecount=1\n"
+            "written.0=backup.000, /tmp/x/site/app/a.dat\n");
     }
 
     [[nodiscard]] std::vector<std::string> verdicts() const {
@@ -140,6 +142,13 @@ TEST_F(VerdictOfUpdate, ASuccessWithACopyThatNobodyNames) {
     EXPECT_THAT(verdicts(), ElementsAre("untold"));
     run.log = "Err ... Cause: /site/app/VC_Backup/VcBackup.ini: no space left";
     EXPECT_THAT(verdicts(), IsEmpty());
+}
+
+TEST_F(VerdictOfUpdate, ASuccessWithARecordThatLacksALine) {
+    succeed();
+    std::string& record = now["site/app/VC_Backup/VcBackup.ini"].content;
+    record.erase(record.find("class=3\n"), 8);
+    EXPECT_THAT(verdicts(), ElementsAre("untold"));
 }
 
 TEST_F(VerdictOfUpdate, AFileThatIsLost) {
