@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "fileop/KvDiskNames.h"
 #include "tests/run/PatchScenario.h"
 #include "tests/run/TwoItemUpdate.h"
 
@@ -13,9 +14,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using testing::Contains;
-using testing::Not;
-
-constexpr char kRecord[] = "VC_Backup/VcBackup.ini";
 
 struct Stores {
     explicit Stores(const PatchScenario& patch)
@@ -27,7 +25,7 @@ struct Stores {
 
 // Copies that were put in place are used up; nothing else differs.
 void expectNothingNew(const FileTree& before, const FileTree& after) {
-    EXPECT_EQ(before.at("VcBackup.ini"), after.at("VcBackup.ini"));
+    EXPECT_EQ(before.at(kBackupRecordName), after.at(kBackupRecordName));
     for (const auto& [name, content] : after) {
         const auto found = before.find(name);
         EXPECT_TRUE(found != before.end() && found->second == content) << name;
@@ -132,9 +130,9 @@ TEST_F(RollbackFailure, BeforeTheFirstItemUndoesNothing) {
     updateWith(ScriptedAgent::kNew);
     agent->script("StartAction = 1");
     const RunOutcome run = expectUndone(60);
-    EXPECT_THAT(run.log, Contains(info("rollbackWithPatchAgent: error quit.")));
-    EXPECT_THAT(run.log, Contains(error("rollback: rollbackWithPatchAgent failed.")));
-    EXPECT_THAT(run.log, Not(Contains(info("rollbackWithPatchAgent: auto rollback."))));
+    EXPECT_THAT(run.log, LogHas({"Inf rollbackWithPatchAgent: error quit.",
+                                 "Err rollback: rollbackWithPatchAgent failed."}));
+    EXPECT_THAT(run.log, LogLacks({"rollbackWithPatchAgent: auto rollback."}));
 }
 
 // The one that was refused has no class and no versions yet, but its place is known.
@@ -152,23 +150,23 @@ TEST_F(RollbackFailure, TellsTheAgentOfTheRefusedItemToo) {
             "StartItem(NULL, 3, 5, 0x2, 0x64/0, 0x65/0)", "EndItem(0, 0x64/0, 0x65/0)",
             "StartItem(, 2, 4, 0x2, 0x60000/0, 0x52000/0)", "EndItem(1, 0x60000/0, 0x52000/0)",
             "StartItem(, 0, 0, 0x2, 0x0/0, 0x0/0)", "EndItem(1, 0x0/0, 0x0/0)"}));
-    EXPECT_THAT(run.log, Contains(error("rollbackWithPatchAgent: start item failed.")));
-    EXPECT_THAT(run.log, Contains(info("rollbackWithPatchAgent: auto rollback done.")));
+    EXPECT_THAT(run.log, LogHas({"Err rollbackWithPatchAgent: start item failed.",
+                                 "Inf rollbackWithPatchAgent: auto rollback done."}));
 }
 
 // The agent that ends an item badly outweighs the disk.
 TEST_F(RollbackFailure, ReportsTheAgentWhenTheDiskFailedToo) {
     updateWith(ScriptedAgent::kNew);
-    fs::remove(patch.destination("lib").path(kRecord));
+    fs::remove(patch.destination("lib").recordPath());
     agent->script("EndItem #1 = 0");
 
     const RunOutcome run = patch.rollback();
 
     EXPECT_EQ(run.status, 60);
     EXPECT_THAT(agent->calls(), Contains("EndItem(0, 0x52000/0, 0x60000/0)"));
-    EXPECT_THAT(run.log, Contains(error("rollbackWithPatchAgent: access failed.")));
-    EXPECT_THAT(run.log, Contains(error("rollbackWithPatchAgent: end item failed.")));
-    EXPECT_THAT(run.log, Contains(error("rollbackWithPatchAgent: item failed.")));
+    EXPECT_THAT(run.log, LogHas({"Err rollbackWithPatchAgent: access failed.",
+                                 "Err rollbackWithPatchAgent: end item failed.",
+                                 "Err rollbackWithPatchAgent: item failed."}));
 }
 
 TEST_F(RollbackFailure, AtTheFirstItemCanBeTriedAgain) {
@@ -184,7 +182,7 @@ TEST_F(RollbackFailure, AtTheFirstItemCanBeTriedAgain) {
 
 TEST_F(RollbackFailure, AtAMissingRecordUndoesTheItemsBefore) {
     update();
-    const std::string record = patch.destination("app").path(kRecord);
+    const std::string record = patch.destination("app").recordPath();
     fs::remove(record);
     const Destinations before(patch);
     const Stores stores(patch);
@@ -192,8 +190,8 @@ TEST_F(RollbackFailure, AtAMissingRecordUndoesTheItemsBefore) {
     const RunOutcome run = patch.rollback();
 
     EXPECT_EQ(run.status, 58);
-    EXPECT_THAT(run.log, Contains(info("rollbackItem: rollback added file done.")));
-    EXPECT_THAT(run.log, Contains(error("rollbackItem: " + record + " doesnot exist.")));
+    EXPECT_THAT(run.log, LogHas({"Inf rollbackItem: rollback added file done.",
+                                 "Err rollbackItem: " + record + " doesnot exist."}));
     expectSame(before, Destinations(patch));
     EXPECT_EQ(patch.destination("app").store(), stores.app);
     expectNothingNew(stores.lib, patch.destination("lib").store());
@@ -201,7 +199,7 @@ TEST_F(RollbackFailure, AtAMissingRecordUndoesTheItemsBefore) {
 
 TEST_F(RollbackFailure, AtTheMissingRecordOfTheLastItemTouchesNothing) {
     update();
-    fs::remove(patch.destination("lib").path(kRecord));
+    fs::remove(patch.destination("lib").recordPath());
     const FileTree app = patch.tree().snapshot("app");
     const FileTree lib = patch.tree().snapshot("lib");
 
@@ -214,7 +212,7 @@ TEST_F(RollbackFailure, AtTheMissingRecordOfTheLastItemTouchesNothing) {
 TEST_F(RollbackFailure, AtARecordThatMayNotBeReadUndoesTheItemsBefore) {
     update();
     patch.asOrdinaryUser();
-    const std::string record = patch.destination("app").path(kRecord);
+    const std::string record = patch.destination("app").recordPath();
     const Destinations before(patch);
     const Stores stores(patch);
     fs::permissions(record, fs::perms::none);
@@ -222,8 +220,8 @@ TEST_F(RollbackFailure, AtARecordThatMayNotBeReadUndoesTheItemsBefore) {
     const RunOutcome run = patch.rollback();
 
     EXPECT_EQ(run.status, 58);
-    EXPECT_THAT(run.log, Contains(error("rollbackItem: phaseIniForBackup failed.")));
-    EXPECT_THAT(run.log, Contains(error("rollbackWithPatchAgent: access failed.")));
+    EXPECT_THAT(run.log, LogHas({"Err rollbackItem: phaseIniForBackup failed.",
+                                 "Err rollbackWithPatchAgent: access failed."}));
     fs::permissions(record, fs::perms::owner_read | fs::perms::owner_write);
     expectSame(before, Destinations(patch));
     EXPECT_EQ(patch.destination("app").store(), stores.app);
@@ -238,26 +236,26 @@ TEST_F(RollbackFailure, AtAnItemThatTheRecordDoesNotKnowUndoesTheItemsBefore) {
 
     const RunOutcome run = expectUndone(58);
 
-    EXPECT_THAT(run.log, Contains(info("rollbackItem: item not found.")));
+    EXPECT_THAT(run.log, LogHas({"Inf rollbackItem: item not found."}));
 }
 
 TEST_F(RollbackFailure, AtAStoreThatTakesNoFileUndoesTheItemsBefore) {
     update();
     patch.asOrdinaryUser();
-    fs::permissions(patch.destination("app").path("VC_Backup/3/5"),
+    fs::permissions(patch.destination("app").storePath("3/5"),
                     fs::perms::owner_read | fs::perms::owner_exec);
 
     const RunOutcome run = expectUndone(58);
 
-    EXPECT_THAT(run.log, Contains(error("rollbackItem: crtUniFile failed.")));
-    EXPECT_THAT(run.log, Contains(error("rollbackItem: rollback added file failed.")));
+    EXPECT_THAT(run.log, LogHas({"Err rollbackItem: crtUniFile failed.",
+                                 "Err rollbackItem: rollback added file failed."}));
 }
 
 TEST_F(RollbackFailure, ForgetsTheFilesThatWereToWaitForTheRestart) {
     updateWith(ScriptedAgent::kNew);
     agent->script("CheckFileEx = -2\nEndItem #2 = 0");
     const RunOutcome run = expectUndone(60);
-    EXPECT_THAT(run.log, Not(Contains(info("adding reboot list into system registry/ini..."))));
+    EXPECT_THAT(run.log, LogLacks({"adding reboot list into system registry/ini..."}));
 }
 
 TEST_F(RollbackFailure, SavesTheStagingDirectoryWhenNobodyWaits) {
@@ -271,7 +269,7 @@ TEST_F(RollbackFailure, SavesTheStagingDirectoryWhenNobodyWaits) {
     EXPECT_EQ(run.status, std::nullopt);
     expectSame(before, Destinations(patch));
     EXPECT_FALSE(patch.tree().exists("staging"));
-    EXPECT_TRUE(patch.velocore().has("VC_Data/VC_Log/TempSave/staging/VcPatch.ini"));
+    EXPECT_TRUE(patch.saveDir().has(patch.savedDescription()));
 }
 
 // From here on: what the undoing of a rollback does not bring back, and never did.
@@ -283,7 +281,7 @@ TEST_F(RollbackNotUndone, TheSavedCopiesThatItHadPutInPlace) {
     updateWith(ScriptedAgent::kNew);
     agent->script("EndItem #2 = 0");
     (void)expectUndone(60);
-    EXPECT_FALSE(patch.destination("lib").has("VC_Backup/2/4/backup.000"));
+    EXPECT_FALSE(patch.destination("lib").hasSaved("2/4/000"));
     agent->forgetScript();
 
     EXPECT_EQ(patch.rollback().status, 0);

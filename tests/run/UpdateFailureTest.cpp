@@ -12,9 +12,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using testing::Contains;
-using testing::Not;
-
 class UpdateRefused : public testing::TestWithParam<AgentRule> {};
 
 TEST_P(UpdateRefused, LeavesEverythingAsItWas) {
@@ -26,8 +23,8 @@ TEST_P(UpdateRefused, LeavesEverythingAsItWas) {
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 60);
-    EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: error quit.")));
-    EXPECT_THAT(run.log, Contains(error("update: updateWithPatchAgent failed.")));
+    EXPECT_THAT(run.log, LogHas({"Inf updateWithPatchAgent: error quit.",
+                                 "Err update: updateWithPatchAgent failed."}));
     expectSame(before, Destinations(patch));
     expectEmptyStore(patch.destination("app"));
     expectEmptyStore(patch.destination("lib"));
@@ -117,7 +114,7 @@ TEST(UpdateFailure, BeforeTheFirstItemMakesNoRollback) {
 
     const RunOutcome run = patch.update();
 
-    EXPECT_THAT(run.log, Not(Contains(info("updateWithPatchAgent: auto rollback."))));
+    EXPECT_THAT(run.log, LogLacks({"updateWithPatchAgent: auto rollback."}));
 }
 
 TEST(UpdateFailure, TellsTheAgentOfTheReachedItemsOnly) {
@@ -135,8 +132,8 @@ TEST(UpdateFailure, TellsTheAgentOfTheReachedItemsOnly) {
         (std::vector<std::string>{
             "StartItem(NULL, 2, 4, 0x0, 0x52000/0, 0x60000/0)", "EndItem(0, 0x52000/0, 0x60000/0)",
             "StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)", "EndItem(1, 0x65/0, 0x64/0)"}));
-    EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: auto rollback.")));
-    EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: auto rollback done.")));
+    EXPECT_THAT(run.log, LogHas({"Inf updateWithPatchAgent: auto rollback.",
+                                 "Inf updateWithPatchAgent: auto rollback done."}));
 }
 
 // The agent that ends an item badly outweighs the disk.
@@ -149,8 +146,8 @@ TEST(UpdateFailure, ReportsTheAgentWhenTheDiskFailedToo) {
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 60);
-    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: xcopy failed, disk access.")));
-    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: end item failed.")));
+    EXPECT_THAT(run.log, LogHas({"Err updateWithPatchAgent: xcopy failed, disk access.",
+                                 "Err updateWithPatchAgent: end item failed."}));
 }
 
 class FileInTurn : public testing::TestWithParam<std::string> {
@@ -161,7 +158,7 @@ class FileInTurn : public testing::TestWithParam<std::string> {
         const Destinations before(patch);
         const RunOutcome run = patch.update();
         EXPECT_EQ(run.status, 58);
-        EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: xcopy failed, disk access.")));
+        EXPECT_THAT(run.log, LogHas({"Err updateWithPatchAgent: xcopy failed, disk access."}));
         expectSame(before, Destinations(patch));
         expectEmptyStore(patch.destination("app"));
         expectEmptyStore(patch.destination("lib"));
@@ -219,7 +216,7 @@ TEST(UpdateFailure, FindsAFileWhereTheDestinationShouldBe) {
 
     // A pattern cannot be copied onto a file.
     EXPECT_EQ(run.status, 12);
-    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: xcopy failed, bad parameters.")));
+    EXPECT_THAT(run.log, LogHas({"Err updateWithPatchAgent: xcopy failed, bad parameters."}));
     EXPECT_EQ(patch.tree().read("file"), "kept");
 }
 
