@@ -39,15 +39,20 @@ void planUpdate(PatchScenario& patch) {
     patch.item(3, 5).stage("a.dat", "new");
 }
 
+// The same in a description that says so, for runs on arguments of their own.
+void writeUpdate(PatchScenario& patch, const char* action = "0") {
+    planUpdate(patch);
+    patch.set("action", action);
+    patch.writeDescription();
+}
+
 class BadArguments : public testing::TestWithParam<std::vector<std::string>> {};
 
 // There is no staging directory then: the result lands where the run works, the log beside the
 // binary.
 TEST_P(BadArguments, EndTheRunAtOnce) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "0");
-    patch.writeDescription();
+    writeUpdate(patch);
 
     const RunOutcome run = patch.runWith(GetParam());
 
@@ -107,9 +112,7 @@ TEST(Entry, SaysWhatFailsAsAnError) {
 
 TEST(Entry, KeepsWhatElseTheResultFileHolds) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "2");
-    patch.writeDescription();
+    writeUpdate(patch, "2");
     const std::unique_ptr<RunningPatch> first = patch.start();
     (void)patch.finish(*first);
     EXPECT_EQ(patch.result(), "result=0\n");
@@ -150,9 +153,7 @@ INSTANTIATE_TEST_SUITE_P(Values, NoWaiting,
 
 TEST(Entry, TakesARelativeStagingPath) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "0");
-    patch.writeDescription();
+    writeUpdate(patch);
 
     const RunOutcome run = patch.runWith({"./staging/"});
 
@@ -163,9 +164,7 @@ TEST(Entry, TakesARelativeStagingPath) {
 
 TEST(Entry, CutsAStagingPathThatIsTooLong) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "0");
-    patch.writeDescription();
+    writeUpdate(patch);
     std::string deep = patch.tree().path();
     while (deep.size() < 1500) {
         deep += "/" + std::string(std::min<size_t>(100, 1500 - deep.size()), 'd');
@@ -188,9 +187,7 @@ TEST(Entry, CutsAStagingPathThatIsTooLong) {
 TEST(Entry, GoesOnWithoutLockAndResultInAReadOnlyStagingDirectory) {
     PatchScenario patch;
     patch.asOrdinaryUser();
-    planUpdate(patch);
-    patch.set("action", "0");
-    patch.writeDescription();
+    writeUpdate(patch);
     fs::permissions(patch.staging().path(), fs::perms::owner_write, fs::perm_options::remove);
 
     const RunOutcome run = patch.runWith({patch.staging().path()});
@@ -217,9 +214,7 @@ TEST(Entry, FindsNoActionWithoutAStagingDirectory) {
 
 TEST(Entry, TakesTheWorkingDirectoryForAnEmptyArgument) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "2");
-    patch.writeDescription();
+    writeUpdate(patch, "2");
     patch.workIn(patch.staging().path());
     EXPECT_EQ(patch.runWith({""}).status, 0);
 }
@@ -334,9 +329,7 @@ TEST(Entry, IsNotHeldUpByAKilledRun) {
 
 TEST(Entry, PrintsNothing) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "0");
-    patch.writeDescription();
+    writeUpdate(patch);
     const ChildResult run = runChild(patch.command({patch.staging().path()}));
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.err, "");

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "fileop/KvDiskNames.h"
+#include "tests/run/AgentRule.h"
 #include "tests/run/PatchScenario.h"
 #include "tests/run/TwoItemUpdate.h"
 
@@ -76,55 +77,44 @@ class RollbackFailure : public testing::Test {
     ScriptedAgent* agent = nullptr;
 };
 
-struct Refusal {
-    ScriptedAgent::Interface which;
-    const char* rule;
-    int status;
-};
-
-void PrintTo(const Refusal& refusal, std::ostream* out) {
-    *out << refusal.rule;
-}
-
-class RollbackRefused : public RollbackFailure, public testing::WithParamInterface<Refusal> {};
+class RollbackRefused : public RollbackFailure, public testing::WithParamInterface<AgentRule> {};
 
 TEST_P(RollbackRefused, LeavesEverythingAsItWas) {
     updateWith(GetParam().which);
     agent->script(GetParam().rule);
-    (void)expectUndone(GetParam().status);
+    (void)expectUndone(60);
 }
-
-constexpr ScriptedAgent::Interface kNew = ScriptedAgent::kNew;
-constexpr ScriptedAgent::Interface kOld = ScriptedAgent::kOld;
 
 INSTANTIATE_TEST_SUITE_P(
     ByANewAgent, RollbackRefused,
-    testing::Values(
-        Refusal{kNew, "IsRollbackEx = 0", 60}, Refusal{kNew, "StartAction = 1", 60},
-        Refusal{kNew, "StartAction = 2", 3}, Refusal{kNew, "StartItem #1 = 0", 60},
-        Refusal{kNew, "StartItem #2 = 0", 60}, Refusal{kNew, "EndItem #1 = 0", 60},
-        Refusal{kNew, "EndItem #2 = 0", 60}, Refusal{kNew, "CheckFileEx #1 = -1", 60},
-        Refusal{kNew, "CheckFileEx #2 = -1", 60}, Refusal{kNew, "CheckFileEx #3 = -1", 60},
-        Refusal{kNew, "CheckFileEx #4 = -1", 60}, Refusal{kNew, "CheckFileEx #5 = -1", 60},
-        Refusal{kNew, "CheckFileEx #6 = -1", 60},
-        // Files that were left alone stay so.
-        Refusal{kNew, "CheckFileEx #5 = -1\nCheckFileEx #2 = 0\nCheckFileEx #1 = -2", 60},
-        // The undoing's own calls fail as well.
-        Refusal{kNew, "CheckFileEx #6 = -1\nStartItem #3 = 0\nStartItem #4 = 0\nEndItem = 0", 60}));
+    newAgent({"IsRollbackEx = 0", "StartAction = 1", "StartItem #1 = 0", "StartItem #2 = 0",
+              "EndItem #1 = 0", "EndItem #2 = 0", "CheckFileEx #1 = -1", "CheckFileEx #2 = -1",
+              "CheckFileEx #3 = -1", "CheckFileEx #4 = -1", "CheckFileEx #5 = -1",
+              "CheckFileEx #6 = -1",
+              // Files that were left alone stay so.
+              "CheckFileEx #5 = -1\nCheckFileEx #2 = 0\nCheckFileEx #1 = -2",
+              // The undoing's own calls fail as well.
+              "CheckFileEx #6 = -1\nStartItem #3 = 0\nStartItem #4 = 0\nEndItem = 0"}));
 
-INSTANTIATE_TEST_SUITE_P(
-    ByAnOldAgent, RollbackRefused,
-    testing::Values(Refusal{kOld, "IsRollback = 0", 60}, Refusal{kOld, "StartPatch = 1", 60},
-                    Refusal{kOld, "StartPatch = 2", 3}, Refusal{kOld, "StartEngine #1 = 0", 60},
-                    Refusal{kOld, "StartPattern #1 = 0", 60}, Refusal{kOld, "EndEngine #1 = 0", 60},
-                    Refusal{kOld, "EndPattern #1 = 0", 60}, Refusal{kOld, "CheckFile #1 = -1", 60},
-                    Refusal{kOld, "CheckFile #2 = -1", 60}, Refusal{kOld, "CheckFile #3 = -1", 60},
-                    Refusal{kOld, "CheckFile #4 = -1", 60}, Refusal{kOld, "CheckFile #5 = -1", 60},
-                    Refusal{kOld, "CheckFile #6 = -1", 60},
-                    Refusal{kOld,
-                            "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
-                            "EndPattern = 0\nEndEngine = 0",
-                            60}));
+INSTANTIATE_TEST_SUITE_P(ByAnOldAgent, RollbackRefused,
+                         oldAgent({"IsRollback = 0", "StartPatch = 1", "StartEngine #1 = 0",
+                                   "StartPattern #1 = 0", "EndEngine #1 = 0", "EndPattern #1 = 0",
+                                   "CheckFile #1 = -1", "CheckFile #2 = -1", "CheckFile #3 = -1",
+                                   "CheckFile #4 = -1", "CheckFile #5 = -1", "CheckFile #6 = -1",
+                                   "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
+                                   "EndPattern = 0\nEndEngine = 0"}));
+
+class RollbackWithAProgramOpen : public RollbackRefused {};
+
+// The one refusal with a status of its own.
+TEST_P(RollbackWithAProgramOpen, LeavesEverythingAsItWas) {
+    updateWith(GetParam().which);
+    agent->script(GetParam().rule);
+    (void)expectUndone(3);
+}
+
+INSTANTIATE_TEST_SUITE_P(ByANewAgent, RollbackWithAProgramOpen, newAgent({"StartAction = 2"}));
+INSTANTIATE_TEST_SUITE_P(ByAnOldAgent, RollbackWithAProgramOpen, oldAgent({"StartPatch = 2"}));
 
 TEST_F(RollbackFailure, BeforeTheFirstItemUndoesNothing) {
     updateWith(ScriptedAgent::kNew);

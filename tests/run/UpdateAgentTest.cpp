@@ -298,21 +298,13 @@ TEST_P(UpdateOddAnswer, CountsAsAYes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfANewAgent, UpdateOddAnswer,
-                         testing::Values(AgentRule{ScriptedAgent::kNew, "StartItem = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "StartItem = 42"},
-                                         AgentRule{ScriptedAgent::kNew, "EndItem = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "EndItem = 2"},
-                                         AgentRule{ScriptedAgent::kNew, "EndAction = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "EndAction = 0"}));
+                         newAgent({"StartItem = -1", "StartItem = 42", "EndItem = -1",
+                                   "EndItem = 2", "EndAction = -1", "EndAction = 0"}));
 
 INSTANTIATE_TEST_SUITE_P(OfAnOldAgent, UpdateOddAnswer,
-                         testing::Values(AgentRule{ScriptedAgent::kOld, "StartPattern = -1"},
-                                         AgentRule{ScriptedAgent::kOld, "StartPattern = 42"},
-                                         AgentRule{ScriptedAgent::kOld, "EndPattern = -1"},
-                                         AgentRule{ScriptedAgent::kOld, "EndPattern = 42"},
-                                         AgentRule{ScriptedAgent::kOld, "IsRollback = -1"},
-                                         AgentRule{ScriptedAgent::kOld, "EndPatch = -1"},
-                                         AgentRule{ScriptedAgent::kOld, "EndPatch = 0"}));
+                         oldAgent({"StartPattern = -1", "StartPattern = 42", "EndPattern = -1",
+                                   "EndPattern = 42", "IsRollback = -1", "EndPatch = -1",
+                                   "EndPatch = 0"}));
 
 class UpdateOfClass : public testing::TestWithParam<unsigned> {};
 

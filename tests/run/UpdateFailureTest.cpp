@@ -31,40 +31,22 @@ TEST_P(UpdateRefused, LeavesEverythingAsItWas) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ByANewAgent, UpdateRefused,
-                         testing::Values(AgentRule{ScriptedAgent::kNew, "StartAction = 1"},
-                                         AgentRule{ScriptedAgent::kNew, "StartAction = 2"},
-                                         AgentRule{ScriptedAgent::kNew, "StartItem #1 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "StartItem #2 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "EndItem #1 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "EndItem #2 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #1 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #2 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #3 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #4 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #5 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #6 = -1"},
-                                         // The rollback's own calls fail as well.
-                                         AgentRule{ScriptedAgent::kNew,
-                                                   "CheckFileEx #6 = -1\nStartItem #3 = 0\n"
-                                                   "StartItem #4 = 0\nEndItem = 0"}));
+                         newAgent({"StartAction = 1", "StartAction = 2", "StartItem #1 = 0",
+                                   "StartItem #2 = 0", "EndItem #1 = 0", "EndItem #2 = 0",
+                                   "CheckFileEx #1 = -1", "CheckFileEx #2 = -1",
+                                   "CheckFileEx #3 = -1", "CheckFileEx #4 = -1",
+                                   "CheckFileEx #5 = -1", "CheckFileEx #6 = -1",
+                                   // The rollback's own calls fail as well.
+                                   "CheckFileEx #6 = -1\nStartItem #3 = 0\n"
+                                   "StartItem #4 = 0\nEndItem = 0"}));
 
-INSTANTIATE_TEST_SUITE_P(
-    ByAnOldAgent, UpdateRefused,
-    testing::Values(AgentRule{ScriptedAgent::kOld, "StartPatch = 1"},
-                    AgentRule{ScriptedAgent::kOld, "StartPatch = 2"},
-                    AgentRule{ScriptedAgent::kOld, "StartPattern #1 = 0"},
-                    AgentRule{ScriptedAgent::kOld, "StartEngine #1 = 0"},
-                    AgentRule{ScriptedAgent::kOld, "EndPattern #1 = 0"},
-                    AgentRule{ScriptedAgent::kOld, "EndEngine #1 = 0"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #1 = -1"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #2 = -1"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #3 = -1"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #4 = -1"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #5 = -1"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #6 = -1"},
-                    AgentRule{ScriptedAgent::kOld,
-                              "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
-                              "EndPattern = 0\nEndEngine = 0"}));
+INSTANTIATE_TEST_SUITE_P(ByAnOldAgent, UpdateRefused,
+                         oldAgent({"StartPatch = 1", "StartPatch = 2", "StartPattern #1 = 0",
+                                   "StartEngine #1 = 0", "EndPattern #1 = 0", "EndEngine #1 = 0",
+                                   "CheckFile #1 = -1", "CheckFile #2 = -1", "CheckFile #3 = -1",
+                                   "CheckFile #4 = -1", "CheckFile #5 = -1", "CheckFile #6 = -1",
+                                   "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
+                                   "EndPattern = 0\nEndEngine = 0"}));
 
 class ThirdItemRefused : public testing::TestWithParam<AgentRule> {};
 
@@ -84,13 +66,11 @@ TEST_P(ThirdItemRefused, LeavesEverythingAsItWas) {
     expectEmptyStore(patch.destination("lib"));
 }
 
-INSTANTIATE_TEST_SUITE_P(AProduct, ThirdItemRefused,
-                         testing::Values(AgentRule{ScriptedAgent::kOld, "StartProduct #1 = 0"},
-                                         AgentRule{ScriptedAgent::kOld, "EndProduct #1 = 0"},
-                                         AgentRule{ScriptedAgent::kOld, "CheckFile #8 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "StartItem #3 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "EndItem #3 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #8 = -1"}));
+INSTANTIATE_TEST_SUITE_P(ByANewAgent, ThirdItemRefused,
+                         newAgent({"StartItem #3 = 0", "EndItem #3 = 0", "CheckFileEx #8 = -1"}));
+INSTANTIATE_TEST_SUITE_P(ByAnOldAgent, ThirdItemRefused,
+                         oldAgent({"StartProduct #1 = 0", "EndProduct #1 = 0",
+                                   "CheckFile #8 = -1"}));
 
 // Old files are saved whatever the description says of a backup.
 TEST(UpdateFailure, IsUndoneWithoutABackupToo) {
