@@ -5,6 +5,7 @@
 #include <ctime>
 
 #include "base/KvText.h"
+#include "fileop/KvDiskNames.h"
 #include "fileop/KvPath.h"
 
 namespace {

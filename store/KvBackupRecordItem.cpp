@@ -4,9 +4,9 @@
 
 #include "base/KvHeap.h"
 #include "base/KvNumber.h"
+#include "fileop/KvDiskNames.h"
 #include "ini/KvIniUtil.h"
 #include "log/KvReport.h"
-#include "store/KvBackupName.h"
 #include "store/KvBackupRecordDump.h"
 #include "store/KvBackupSection.h"
 

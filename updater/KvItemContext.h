@@ -2,6 +2,7 @@
 #pragma once
 
 #include "agent/KvPatchAgent.h"
+#include "store/KvBackupName.h"
 #include "store/KvBackupStru.h"
 
 struct ItemContext {
@@ -11,4 +12,5 @@ struct ItemContext {
     unsigned count;           // carried, always 0
     unsigned itemClass;
     unsigned type;
+    BackupNames* names = nullptr;  // of the run; names what is saved
 };

@@ -41,6 +41,7 @@ class RollbackRun {
     _PatchAgent& agent_;
     updateStru& description_;
     BackupScope backup_;
+    BackupNames names_;
     unsigned flags_ = 0;
     unsigned endAnswer_ = 0;  // of the last item
 };
@@ -131,7 +132,7 @@ unsigned RollbackRun::rollbackItems() {
 }
 
 unsigned RollbackRun::rollbackOne(tag_ItemInfo& item, backupItem& backup) {
-    ItemContext context{&backup, &agent_, item.destination, 0, item.itemClass, item.type};
+    ItemContext context{&backup, &agent_, item.destination, 0, item.itemClass, item.type, &names_};
     if (backup.destination == nullptr) {
         backup.destination = Str_Dup(item.destination);
     }

@@ -26,8 +26,8 @@ constexpr CheckWords kAddedWords = {"Call PatchAgent CheckFile with: ",
 constexpr CheckWords kWrittenWords = {"Call PatchAgent CheckFilie with: ",
                                       "Call PatchAgent CheckFileEx with: "};
 
-// One file on its way back. `source` is the saved copy to put in place; "" for an added file, which
-// is deleted.
+// One file on its way back. `source` is the saved copy to put in place; "" for an added file,
+// which is deleted.
 struct RollbackFile {
     const char* path;
     const char* source;
@@ -93,8 +93,8 @@ void ItemRollback::undoAdded(const char* path) {
 void ItemRollback::undoWritten(const char* entry) {
     const BackupEntryParts parts = splitBackupEntry(entry);
     if (parts.pieceCount == 0 && entry != nullptr && *entry != '\0') {
-        // There was no memory for its pieces. Gone on with, the item would count as rolled back and
-        // lose the copy.
+        // There was no memory for its pieces. Gone on with, the item would count as rolled back
+        // and lose the copy.
         KV_ERROR(kLevelProgress, "rollbackItem: malloc failed.");
         status_ = kItemNotSaved;
         return;
@@ -107,17 +107,16 @@ void ItemRollback::undoWritten(const char* entry) {
     }
     const RollbackFile file{parts.target.c_str(), source, kRebootPutBack, kWrittenWords};
     if (prepareFile(file) && status_ != kItemLeftFiles) {
-        const BackupRemovalScope removal(source);
-        // As above.
+        // A file that cannot be put back stays in the store; the rollback goes on.
         (void)KvFileOpUtil::move(source, file.path, true);
     }
 }
 
-// Saves the file's present content, asks the agent and records the copy. False when the item ends
-// here; the status then says why.
+// Saves the file's present content, asks the agent and records the copy. False when the item
+// ends here; the status then says why.
 bool ItemRollback::prepareFile(const RollbackFile& file) {
     char copy[kLongPathCapacity];
-    if (!crtUniFile(backupDir_, copy, sizeof copy)) {
+    if (!context_.names->make(backupDir_, copy, sizeof copy)) {
         KV_ERROR(kLevelProgress, "rollbackItem: crtUniFile failed.");
         status_ = kItemNotSaved;
         return false;
@@ -175,8 +174,8 @@ bool ItemRollback::recordCopy(const char* copy, const char* path) {
         (void)entry.release();  // the record's from here on
         return true;
     }
-    // The name and the path are never null and always fit: the first text stands for the day when
-    // an entry can fail otherwise than for lack of memory.
+    // The name and the path are never null and always fit: the first text stands for the day
+    // when an entry can fail otherwise than for lack of memory.
     KV_ERROR(kLevelProgress, "%s",
              made == HeapCopy::kCopyFailed ? "rollbackItem: Snprintf failed."
                                            : "rollbackItem: malloc failed.");
@@ -215,7 +214,8 @@ int findRecord(const char* destination, char (&path)[kLongPathCapacity]) {
 }  // namespace
 
 int rollbackItem(ItemContext* context) {
-    if (context == nullptr || context->agent == nullptr || context->backup == nullptr) {
+    if (context == nullptr || context->agent == nullptr || context->backup == nullptr ||
+        context->names == nullptr) {
         return kItemBadPath;
     }
     char path[kLongPathCapacity];

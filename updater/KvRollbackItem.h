@@ -22,5 +22,5 @@ enum RollbackItemResult : int {
 // overwrote back into place, asking the agent about each. `context->backup` receives one written
 // entry for each file. Files handled before a failure stay handled and recorded.
 // A null `context->destination` is the working directory, as "" is.
-// A null context, or one without an agent or a backup item, gives kItemBadPath.
+// A null context, or one without an agent, a backup item or names, gives kItemBadPath.
 [[nodiscard]] int rollbackItem(ItemContext* context);

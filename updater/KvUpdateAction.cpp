@@ -38,6 +38,7 @@ class UpdateRun {
     updateStru& description_;
     UpdateAgent& talk_;
     BackupScope backup_;
+    BackupNames names_;
     unsigned endAnswer_ = 0;  // of the last item
 };
 
@@ -118,7 +119,7 @@ unsigned statusOfCopy(int result) {
 }
 
 unsigned UpdateRun::copyItem(const tag_ItemInfo& item, backupItem& backup, const char* pattern) {
-    ItemContext context{&backup, &agent_, item.destination, 0, item.itemClass, item.type};
+    ItemContext context{&backup, &agent_, item.destination, 0, item.itemClass, item.type, &names_};
     backup.itemClass = item.itemClass;
     backup.type = item.type;
     backup.originVersion = item.originVersion;
