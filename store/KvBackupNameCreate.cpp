@@ -14,7 +14,7 @@
 #include "fileop/KvPath.h"
 #include "ini/KvIniUtil.h"
 #include "store/KvBackupName.h"
-#include "store/KvRecordDocument.h"
+#include "store/KvBackupRecord.h"
 
 namespace {
 

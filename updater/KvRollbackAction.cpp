@@ -3,7 +3,9 @@
 #include "agent/KvAgentPaths.h"
 #include "base/KvText.h"
 #include "log/KvReport.h"
-#include "store/KvBackupMerge.h"
+#include "store/KvBackupName.h"
+#include "store/KvBackupRemoval.h"
+#include "store/KvBackupStru.h"
 #include "updater/KvActionScope.h"
 #include "updater/KvAutoRollback.h"
 #include "updater/KvItemStep.h"
@@ -25,7 +27,9 @@ constexpr AgentPathWords kPathWords = {
 class RollbackRun {
   public:
     RollbackRun(_PatchAgent& agent, updateStru& description)
-        : agent_(agent), description_(description), backup_(description) {}
+        : agent_(agent), description_(description) {
+        initBackupStru(&description_, &backup_);
+    }
 
     unsigned run();
 
@@ -40,7 +44,7 @@ class RollbackRun {
 
     _PatchAgent& agent_;
     updateStru& description_;
-    BackupScope backup_;
+    OwnedBackupStru backup_;  // of this run
     BackupNames names_;
     unsigned flags_ = 0;
     unsigned endAnswer_ = 0;  // of the last item
@@ -50,13 +54,14 @@ unsigned RollbackRun::run() {
     KV_INFO(kLevelProgress, "rollbackWithPatchAgent: init auto rollback backup info done.");
     // What could not be undone is not begun: without memory for the record not even the agent is
     // asked.
-    unsigned status = backup_.isComplete(description_) ? startAgent() : kStatusOutOfMemory;
+    unsigned status =
+        backup_.itemCount == description_.itemCount ? startAgent() : kStatusOutOfMemory;
     if (status == kStatusSuccess) {
         status = rollbackItems();
         if (status != kStatusSuccess) {
             KV_INFO(kLevelProgress, "rollbackWithPatchAgent: auto rollback.");
             // What could not be undone has been logged; the status stays that of the failure.
-            (void)autoRollback(&agent_, &backup_.record, kUndoRollback);
+            (void)autoRollback(&agent_, &backup_, kUndoRollback);
             KV_INFO(kLevelProgress, "rollbackWithPatchAgent: auto rollback done.");
         }
     }
@@ -65,7 +70,7 @@ unsigned RollbackRun::run() {
         return status;
     }
     endAgent();
-    updateBackupIni(&backup_.record);
+    updateBackupIni(&backup_);
     KV_INFO(kLevelProgress, "rollbackWithPatchAgent: action done.");
     KV_INFO(kLevelProgress, "rollbackWithPatchAgent: done.");
     return kStatusSuccess;
@@ -123,7 +128,7 @@ unsigned RollbackRun::startNewAgent() {
 
 unsigned RollbackRun::rollbackItems() {
     for (uint64_t i = description_.itemCount; i > 0; --i) {
-        const unsigned status = rollbackOne(description_.items[i - 1], backup_.record.items[i - 1]);
+        const unsigned status = rollbackOne(description_.items[i - 1], backup_.items[i - 1]);
         if (status != kStatusSuccess) {
             return status;
         }

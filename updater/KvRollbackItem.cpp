@@ -9,7 +9,7 @@
 #include "log/KvReport.h"
 #include "store/KvBackupEntry.h"
 #include "store/KvBackupName.h"
-#include "store/KvRecordContents.h"
+#include "store/KvBackupRecord.h"
 #include "updater/KvRebootList.h"
 
 namespace {
@@ -183,13 +183,13 @@ bool ItemRollback::recordCopy(const char* copy, const char* path) {
     return false;
 }
 
-int readRecord(const char* path, RecordContents& contents) {
-    RecordDocument document = openRecord(path);
+int readRecord(const char* path, backupStru& contents) {
+    const RecordDocument document = openRecord(path);
     if (!document) {
         KV_ERROR(kLevelProgress, "rollbackItem: create KvIniUtil object failed.");
         return kItemNoRecord;
     }
-    if (!contents.parse(document)) {
+    if (!parseRecord(document, contents)) {
         KV_ERROR(kLevelProgress, "rollbackItem: phaseIniForBackup failed.");
         return kItemNoRecord;
     }
@@ -219,7 +219,7 @@ int rollbackItem(ItemContext* context) {
         return kItemBadPath;
     }
     char path[kLongPathCapacity];
-    RecordContents contents;
+    OwnedBackupStru contents;
     int result = findRecord(context->destination, path);
     if (result == kItemRolledBack) {
         result = readRecord(path, contents);
@@ -228,7 +228,7 @@ int rollbackItem(ItemContext* context) {
         return result;
     }
     KV_INFO(kLevelProgress, "rollbackItem: find out the item with same class/type.");
-    const backupItem* recorded = findBackupItem(&contents.get(), context->itemClass, context->type);
+    const backupItem* recorded = findBackupItem(&contents, context->itemClass, context->type);
     if (recorded == nullptr) {
         KV_INFO(kLevelProgress, "rollbackItem: item not found.");
         return kItemNotRecorded;

@@ -5,6 +5,7 @@
 #include "log/KvReport.h"
 #include "store/KvBackupMerge.h"
 #include "store/KvBackupName.h"
+#include "store/KvBackupStru.h"
 #include "updater/KvActionScope.h"
 #include "updater/KvAutoRollback.h"
 #include "updater/KvFileStep.h"
@@ -22,10 +23,9 @@ constexpr char kModule[] = "KvVcUpdater";
 class UpdateRun {
   public:
     UpdateRun(ActionScope& scope, UpdateAgent& talk)
-        : agent_(scope.agent),
-          description_(scope.description),
-          talk_(talk),
-          backup_(scope.description) {}
+        : agent_(scope.agent), description_(scope.description), talk_(talk) {
+        initBackupStru(&description_, &backup_);
+    }
 
     unsigned run();
 
@@ -37,19 +37,20 @@ class UpdateRun {
     _PatchAgent& agent_;
     updateStru& description_;
     UpdateAgent& talk_;
-    BackupScope backup_;
+    OwnedBackupStru backup_;  // of this run
     BackupNames names_;
     unsigned endAnswer_ = 0;  // of the last item
 };
 
 unsigned UpdateRun::run() {
-    unsigned status = backup_.isComplete(description_) ? talk_.start() : kStatusOutOfMemory;
+    unsigned status =
+        backup_.itemCount == description_.itemCount ? talk_.start() : kStatusOutOfMemory;
     if (status == kStatusSuccess) {
         status = updateItems();
         if (status != kStatusSuccess) {
             KV_INFO(kLevelProgress, "updateWithPatchAgent: auto rollback.");
             // What could not be undone has been logged; the status stays that of the failure.
-            (void)autoRollback(&agent_, &backup_.record, kUndoUpdate);
+            (void)autoRollback(&agent_, &backup_, kUndoUpdate);
             KV_INFO(kLevelProgress, "updateWithPatchAgent: auto rollback done.");
         }
     }
@@ -58,13 +59,13 @@ unsigned UpdateRun::run() {
         return status;
     }
     talk_.end(endAnswer_ != 0);
-    mergeBackupIni(&backup_.record, description_.backup);
+    mergeBackupIni(&backup_, description_.backup);
     return kStatusSuccess;
 }
 
 unsigned UpdateRun::updateItems() {
     for (uint64_t i = 0; i < description_.itemCount; ++i) {
-        const unsigned status = updateItem(description_.items[i], backup_.record.items[i]);
+        const unsigned status = updateItem(description_.items[i], backup_.items[i]);
         if (status != kStatusSuccess) {
             return status;
         }

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
 #include "ini/KvIniUtil.h"
 #include "store/KvBackupName.h"
+#include "tests/store/StoreNames.h"
 #include "tests/support/CodePage.h"
 #include "tests/support/GuardedBuffer.h"
 #include "tests/support/MemoryLimit.h"
@@ -66,9 +66,9 @@ class KvBackupNameCreate : public testing::Test {
     }
 
     TempTree tree_;
-    std::string store_ = std::string("app/") + kBackupStoreName + "/3/5/";
+    std::string store_ = "app/" + kStore + "3/5/";
     std::string dir_ = tree_.path(store_);
-    std::string record_ = std::string("app/") + kBackupStoreName + "/" + kBackupRecordName;
+    std::string record_ = "app/" + kRecordFile;
 };
 
 TEST_F(KvBackupNameCreate, FirstNameOfAnEmptyStoreMakesTheDirectories) {
@@ -115,9 +115,10 @@ TEST_F(KvBackupNameCreate, DirectoryOfTheNameAndDanglingLinkAreTaken) {
 }
 
 TEST_F(KvBackupNameCreate, RecordIsTheOneOfTheFirstStoreInThePath) {
-    const std::string nested = tree_.path("VC_Backup_old/app/VC_Backup/3/5");
-    tree_.write("VC_Backup/VcBackup.ini", "[a]\nx=backup.000\n");
-    tree_.write("VC_Backup_old/app/VC_Backup/VcBackup.ini", "[a]\nx=backup.001\n");
+    const std::string nested =
+        tree_.path(std::string(kBackupStoreName) + "_old/app/" + kStore + "3/5");
+    tree_.write(kRecordFile, "[a]\nx=backup.000\n");
+    tree_.write(std::string(kBackupStoreName) + "_old/app/" + kRecordFile, "[a]\nx=backup.001\n");
     EXPECT_EQ("backup.001", freshName(nested)) << "the path is cut behind the first mark";
 }
 
@@ -149,10 +150,10 @@ TEST_F(KvBackupNameCreate, WithoutAStoreTheFirstEightCharactersNameTheRecordsPla
 
 TEST_F(KvBackupNameCreate, RelativeStoreOfAnEmptyDestination) {
     const WorkingDirectory here(tree_.path());
-    tree_.write("VC_Backup/VcBackup.ini", "[a]\nx=backup.000\n");
+    tree_.write(kRecordFile, "[a]\nx=backup.000\n");
     char path[4096];
-    ASSERT_TRUE(crtUniFile("VC_Backup/3/5/", path, sizeof path));
-    EXPECT_STREQ("VC_Backup/3/5/backup.001", path);
+    ASSERT_TRUE(crtUniFile((kStore + "3/5/").c_str(), path, sizeof path));
+    EXPECT_EQ(kStore + "3/5/backup.001", path);
     ASSERT_TRUE(crtUniFile("", path, sizeof path));
     EXPECT_STREQ("backup.000", path);
     EXPECT_TRUE(tree_.exists("backup.000"));
@@ -161,8 +162,8 @@ TEST_F(KvBackupNameCreate, RelativeStoreOfAnEmptyDestination) {
 TEST_F(KvBackupNameCreate, DirectoryThatCannotBeMadeIsAFailure) {
     tree_.write("file", "");
     char path[4096];
-    EXPECT_FALSE(crtUniFile(tree_.path("file/VC_Backup/3/5").c_str(), path, sizeof path));
-    EXPECT_EQ(tree_.path("file/VC_Backup/3/5/backup.000"), path);
+    EXPECT_FALSE(crtUniFile(tree_.path("file/" + kStore + "3/5").c_str(), path, sizeof path));
+    EXPECT_EQ(tree_.path("file/" + kStore + "3/5/backup.000"), path);
     EXPECT_EQ("", tree_.read("file"));
 }
 
@@ -290,7 +291,7 @@ TEST_F(KvBackupNameCreate, DirectoriesDoneInTurnAreCountedEachForItself) {
     for (uint64_t number = 0; number < 4; ++number) {
         for (const char* type : {"5", "6", "7"}) {
             EXPECT_EQ(nameOf(number == 0 ? 0 : number + 1), nextName(names, dir_ + "../" + type));
-            const std::string other = std::string("other/app/VC_Backup/2/") + type;
+            const std::string other = "other/app/" + kStore + "2/" + type;
             EXPECT_EQ(nameOf(number + 1), nextName(names, tree_.path(other)));
         }
     }
@@ -300,7 +301,7 @@ TEST_F(KvBackupNameCreate, DirectoriesDoneInTurnAreCountedEachForItself) {
 TEST_F(KvBackupNameCreate, BackslashesAreSeparatorsInThePathOfTheFileAlone) {
     tree_.makeDir(store_);
     writeRecord("backup.000");
-    const std::string spelled = tree_.path("app\\VC_Backup/3/5/");
+    const std::string spelled = tree_.path("app\\" + kStore + "3/5/");
     BackupNames names;
     char path[4096];
     for (const char* name : {"backup.001", "backup.002"}) {
@@ -308,7 +309,7 @@ TEST_F(KvBackupNameCreate, BackslashesAreSeparatorsInThePathOfTheFileAlone) {
         EXPECT_EQ(dir_ + name, path);
         EXPECT_TRUE(tree_.exists(store_ + name));
     }
-    EXPECT_TRUE(tree_.exists("app\\VC_Backup/3/5"));
+    EXPECT_TRUE(tree_.exists("app\\" + kStore + "3/5"));
 }
 
 // 0x81 0x5D is one character in Shift-JIS, so the line is then no header and its value is global.
@@ -361,7 +362,7 @@ class RandomStore {
         : tree_(tree), record_(std::move(record)), random_(start) {}
 
     [[nodiscard]] std::string anyDir() {
-        return tree_.path(std::string("app/VC_Backup/3/") + "56"[random_() % 2] + "/");
+        return tree_.path("app/" + kStore + "3/" + "56"[random_() % 2] + "/");
     }
     [[nodiscard]] std::string record() const { return tree_.path(record_); }
 
