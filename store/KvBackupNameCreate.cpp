@@ -1,14 +1,14 @@
-// BackupNames: a fresh file under the first free backup name.
+// The counting of the backup names, and BackupNames: a fresh file under the first free one.
 #include <fcntl.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <new>
 #include <utility>
 
-#include "base/KvSimpleString.h"
-#include "base/KvText.h"
 #include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
@@ -52,6 +52,15 @@ Creation createExclusively(const char* path, ScopedFd& file) {
     }
 }
 
+// Stores the last `count` digits of `value` and a NUL.
+void storeDigits(uint64_t value, size_t count, char* out) {
+    out[count] = '\0';
+    while (count-- > 0) {
+        out[count] = kDigits[value % kBase];
+        value /= kBase;
+    }
+}
+
 // Stores the dot and the digits of the name with that number. False when they do not fit.
 bool storeExtension(uint64_t number, char* out, size_t size) {
     size_t count = kFewestDigits;
@@ -63,11 +72,7 @@ bool storeExtension(uint64_t number, char* out, size_t size) {
         return false;
     }
     out[0] = '.';
-    out[count + 1] = '\0';
-    for (size_t position = count; position > 0; --position) {
-        out[position] = kDigits[number % kBase];
-        number /= kBase;
-    }
+    storeDigits(number, count, out + 1);
     return true;
 }
 
@@ -141,16 +146,41 @@ void collectMentions(const char* value, void* context) {
 
 // The record of the store that `dir` lies in; "" when its path does not fit.
 void recordPathFor(const char* dir, char (&out)[kPathCapacity]) {
-    const KvSimpleString text(dir);
+    const std::string text(dir);
     // Kept: without the mark the end wraps around to 8, and the record is looked for below the
     // directory's first 8 characters.
-    const size_t end = text.find(kBackupStoreName) + sizeof kBackupStoreName - 1;
+    const size_t end = text.find(kBackupStoreName) + strlen(kBackupStoreName);
     if (CatURIWithPath(out, kPathCapacity, text.substr(0, end).c_str(), kBackupRecordName) != 0) {
         out[0] = '\0';
     }
 }
 
 }  // namespace
+
+void r36tostr(uint64_t value, char* out, size_t /*size*/) {
+    if (out == nullptr) {
+        return;
+    }
+    storeDigits(value, kFewestDigits, out);
+}
+
+void extSeed(char* ext, size_t size) {
+    // Nothing draws from the generator; the names are counted up, never random.
+    srand(static_cast<unsigned>(time(nullptr)));
+    if (ext == nullptr) {
+        return;
+    }
+    ext[0] = '.';
+    r36tostr(0, ext + 1, size - 1);
+}
+
+void extInc(char* ext, size_t size, int64_t inc) {
+    if (ext == nullptr || ext[0] == '\0') {
+        return;
+    }
+    const auto number = static_cast<uint32_t>(strtol(ext + 1, nullptr, static_cast<int>(kBase)));
+    r36tostr(number + static_cast<uint64_t>(inc), ext + 1, size - 1);
+}
 
 // Null when there is no memory for the record or for what it mentions.
 const BackupNames::Numbers* BackupNames::readRecord(const char* dir) {

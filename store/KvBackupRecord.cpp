@@ -165,6 +165,22 @@ BackupRecordResult rewriteRecord(KvIniUtil** doc, backupStru& out, const char* p
     return kBackupRecordParsed;
 }
 
+BackupRecordResult parseItems(KvIniUtil** doc, backupStru& out, bool repair, const char* path) {
+    const uint64_t count = std::min(std::exchange(out.itemCount, 0), kItemLimit);
+    switch (readItems(**doc, repair, count, out)) {
+        case ItemSections::kNoMemory:
+            KV_ERROR(kLevelProgress, "phaseIniForBackup: malloc failed.");
+            return quit(out);
+        case ItemSections::kFailed:
+            return quit(out);
+        case ItemSections::kSomeDropped:
+            return rewriteRecord(doc, out, path);
+        case ItemSections::kRead:
+            break;
+    }
+    return kBackupRecordParsed;
+}
+
 }  // namespace
 
 RecordDocument openRecord(const char* path) {
@@ -193,19 +209,7 @@ BackupRecordResult phaseIniForBackup(KvIniUtil** doc, backupStru* out, uint32_t 
         KV_INFO(kLevelProgress, "phaseIniForBackup: done, item number is zero.");
         return kBackupRecordParsed;
     }
-    const uint64_t count = std::min(std::exchange(out->itemCount, 0), kItemLimit);
-    switch (readItems(**doc, repair != 0, count, *out)) {
-        case ItemSections::kNoMemory:
-            KV_ERROR(kLevelProgress, "phaseIniForBackup: malloc failed.");
-            return quit(*out);
-        case ItemSections::kFailed:
-            return quit(*out);
-        case ItemSections::kSomeDropped:
-            return rewriteRecord(doc, *out, path);
-        case ItemSections::kRead:
-            break;
-    }
-    return kBackupRecordParsed;
+    return parseItems(doc, *out, repair != 0, path);
 }
 
 bool parseRecord(const RecordDocument& record, backupStru& out) {
