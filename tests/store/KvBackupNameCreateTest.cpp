@@ -122,6 +122,18 @@ TEST_F(KvBackupNameCreate, RecordIsTheOneOfTheFirstStoreInThePath) {
     EXPECT_EQ("backup.001", freshName(nested)) << "the path is cut behind the first mark";
 }
 
+// Cut to what fits, the path would name another file.
+TEST_F(KvBackupNameCreate, RecordWhosePathDoesNotFitMentionsNothing) {
+    std::string deep = tree_.path("app");
+    while (deep.size() < 900) {
+        deep += "/" + std::string(40, 'd');
+    }
+    deep += "/" + std::string(998 - deep.size(), 'e') + "/";
+    const std::string cut = deep + std::string(1023 - deep.size(), 'x');
+    tree_.write(cut.substr(tree_.path().size() + 1), "[a]\nx=backup.000\n");
+    EXPECT_EQ("backup.000", freshName(deep + std::string(100, 'x') + "/" + kStore + "3/5/"));
+}
+
 // Runs the test in another directory for as long as the object lives.
 class WorkingDirectory {
   public:
@@ -322,7 +334,7 @@ TEST_F(KvBackupNameCreate, CodePageDecidesWhatIsAHeaderOfTheRecord) {
 
 // A name that the record mentions could be given out.
 TEST_F(KvBackupNameCreate, WithoutMemoryForWhatTheRecordMentionsNoNameIsGiven) {
-    if (!kCanLimitMemory) {
+    if (!kCanExhaustMemory) {
         GTEST_SKIP() << "this platform does not limit the memory of a process";
     }
     std::string text;
@@ -333,7 +345,7 @@ TEST_F(KvBackupNameCreate, WithoutMemoryForWhatTheRecordMentionsNoNameIsGiven) {
     tree_.makeDir(store_);
     text = std::string();
     const auto body = [&]() {
-        limitMemory(8 * kMegabyte);
+        exhaustMemory(8 * kMegabyte);  // enough for the record itself
         char path[4096];
         _exit(crtUniFile(dir_.c_str(), path, sizeof path) ? 1 : 0);
     };
