@@ -114,7 +114,7 @@ TEST(KvBackupName, DestinationIsCutAtTheWorkingBuffersCapacity) {
     EXPECT_EQ(almost + "/VC_B/3/2/", out);
 }
 
-TEST(KvBackupName, NullArgumentsOfThePathBuilders) {
+TEST(KvBackupName, PathBuildersTakeNull) {
     char out[64];
     EXPECT_EQ(5, constructVcPath(nullptr, 1, 2, out, sizeof out));
     EXPECT_STREQ("/1/2/", out);

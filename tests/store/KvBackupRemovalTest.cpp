@@ -120,7 +120,7 @@ TEST_F(KvBackupRemoval, RunBackupIsThrownAwayAndTheItemLeavesTheRecord) {
     EXPECT_TRUE(hasCopy("backup.00b")) << "named by nobody";
 }
 
-TEST_F(KvBackupRemoval, MessagesOfTheNoBackupPath) {
+TEST_F(KvBackupRemoval, ThrowingARunBackupAwayIsLogged) {
     tree_.write(kRecord, kCommon + "0\npatchagent.version=1\n");
     RunBackup run(1);
     run.item(3, 5, "2", "3", app_).written("backup.000, /opt/app/x");

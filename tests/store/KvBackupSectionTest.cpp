@@ -103,7 +103,7 @@ TEST(KvBackupSection, SectionsMoveDownBehindDroppedItems) {
     EXPECT_EQ(1U, sectionOfBackupItem(*record, *parsed.get(), 3));
 }
 
-TEST(KvBackupSection, NamesOfSectionsAndKeys) {
+TEST(KvBackupSection, SectionsAndKeysAreNumbered) {
     BackupKey key;
     EXPECT_TRUE(makeItemSection(key, 4294967295U));
     EXPECT_STREQ("item_4294967295", key);

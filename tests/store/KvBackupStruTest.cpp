@@ -76,7 +76,7 @@ TEST(KvBackupStru, ItemsThatCannotBeAllocatedLeaveARecordWithoutItems) {
     freeBackupStru(&backup);
 }
 
-TEST(KvBackupStru, NullArgumentsOfInit) {
+TEST(KvBackupStru, InitTakesNull) {
     const updateStru update{};
     initBackupStru(&update, nullptr);
     backupStru backup;
