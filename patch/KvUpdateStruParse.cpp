@@ -2,8 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/KvHeap.h"
-#include "base/KvNumber.h"
+#include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "ini/KvIniUtil.h"
 #include "log/KvReport.h"

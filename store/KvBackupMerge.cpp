@@ -1,6 +1,5 @@
 #include "store/KvBackupMerge.h"
 
-#include "base/KvHeap.h"
 #include "base/KvScoped.h"
 #include "base/KvSimpleVector.h"
 #include "base/KvText.h"

@@ -4,9 +4,8 @@
 #include <cstdlib>
 #include <utility>
 
-#include "base/KvHeap.h"
-#include "base/KvNumber.h"
 #include "base/KvScoped.h"
+#include "base/KvText.h"
 #include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
 #include "log/KvReport.h"

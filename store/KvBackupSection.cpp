@@ -1,6 +1,5 @@
 #include "store/KvBackupSection.h"
 
-#include "base/KvNumber.h"
 #include "base/KvText.h"
 #include "ini/KvIniUtil.h"
 

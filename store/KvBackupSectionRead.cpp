@@ -1,8 +1,7 @@
 // readRecordItem, and the dumps of what is read.
 #include <utility>
 
-#include "base/KvHeap.h"
-#include "base/KvNumber.h"
+#include "base/KvScoped.h"
 #include "base/KvSimpleString.h"
 #include "base/KvText.h"
 #include "fileop/KvDiskNames.h"

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "base/KvHeap.h"
+#include "base/KvScoped.h"
 #include "log/KvReport.h"
 #include "patch/KvUpdateStru.h"
 

@@ -1,7 +1,6 @@
 #include "updater/KvFileStep.h"
 
 #include "agent/KvFileCheck.h"
-#include "base/KvHeap.h"
 #include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "log/KvReport.h"

@@ -3,7 +3,6 @@
 #include <memory>
 #include <new>
 
-#include "base/KvNumber.h"
 #include "base/KvText.h"
 #include "fileop/KvDiskNames.h"
 #include "fileop/KvPath.h"

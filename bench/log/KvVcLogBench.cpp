@@ -7,7 +7,7 @@
 #include <fstream>
 #include <string>
 
-#include "log/KvLogWrap.h"
+#include "log/KvLogRecord.h"
 #include "log/KvReport.h"
 #include "log/KvVcEventManager.h"
 
@@ -21,8 +21,8 @@ constexpr int64_t kLong = 20000;
 class LogPlace {
   public:
     explicit LogPlace(const char* config) {
-        char path[] = "/tmp/kv_log_bench.XXXXXX";
-        path_ = mkdtemp(path) != nullptr ? path : "/missing";
+        std::string path = std::filesystem::temp_directory_path() / "kv_log_bench.XXXXXX";
+        path_ = mkdtemp(path.data()) != nullptr ? path : "/missing";
         std::ofstream(path_ / "vccfg.ini") << config;
         g_pEventManager->resetVCPath(path_.c_str());
     }
