@@ -37,6 +37,15 @@ using ScopedDir = std::unique_ptr<DIR, DirCloser>;
 template <typename T>
 using ScopedHeap = std::unique_ptr<T, HeapFreer>;
 
+// A plain record that `release` empties at the end of the scope; zeroed at first.
+template <typename Record, void (*release)(Record*)>
+struct Owned : Record {
+    Owned() : Record{} {}
+    ~Owned() { release(this); }
+    Owned(const Owned&) = delete;
+    Owned& operator=(const Owned&) = delete;
+};
+
 // An open file descriptor; -1 when there is none.
 class ScopedFd {
   public:

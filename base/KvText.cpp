@@ -291,3 +291,12 @@ int Vsnprintf(char* buf, size_t size, const char* format, va_list args) {
     buf[size - 1] = '\0';
     return static_cast<int>(std::min<size_t>(static_cast<size_t>(std::max(wanted, 0)), size - 1));
 }
+
+void Str_AppendFormat(KvSimpleString& text, const char* format, ...) {
+    char piece[1024];
+    va_list args;
+    va_start(args, format);
+    (void)Vsnprintf(piece, sizeof piece, format, args);  // its length is of no interest
+    va_end(args);
+    text.append(piece);
+}

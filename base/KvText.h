@@ -93,3 +93,7 @@ char* Strncat(char* dst, const char* src, size_t size);
 int Snprintf(char* buf, size_t size, const char* format, ...) __attribute__((format(printf, 3, 4)));
 int Vsnprintf(char* buf, size_t size, const char* format, va_list args)
     __attribute__((format(printf, 3, 0)));
+
+// Appends the formatted text, cut at 1023 bytes; for what is put together line by line.
+void Str_AppendFormat(KvSimpleString& text, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));

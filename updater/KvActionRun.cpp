@@ -72,7 +72,7 @@ VcRunStatus ActionRun::runItem(tag_ItemInfo& item, backupItem& backup) {
         return status;
     }
     recordItem(item, backup);
-    ItemContext context{&backup, &table_, item.destination, 0, item.itemClass, item.type};
+    ItemContext context{&backup, &table_, item.destination, 0, item.itemClass, item.type, &names_};
     return endItem(process(item, context), item);
 }
 

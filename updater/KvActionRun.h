@@ -4,24 +4,18 @@
 #pragma once
 
 #include "agent/KvAgent.h"
+#include "base/KvScoped.h"
 #include "patch/KvUpdateStru.h"
+#include "store/KvBackupName.h"
 #include "store/KvBackupStru.h"
 #include "updater/KvAutoRollback.h"
 #include "updater/KvItemStep.h"
 #include "updater/KvRunStatus.h"
 
-// The parsed patch description and the loaded patch agent, released in this order.
+// The loaded patch agent and the parsed patch description, which is released first.
 struct ActionScope {
-    ActionScope() = default;
-    ~ActionScope() {
-        freeUpdateStru(&description);
-        unloadPatchAgent(&agent);
-    }
-    ActionScope(const ActionScope&) = delete;
-    ActionScope& operator=(const ActionScope&) = delete;
-
-    updateStru description{};
-    _PatchAgent agent{};
+    Owned<_PatchAgent, unloadPatchAgent> agent;
+    OwnedUpdateStru description;
 };
 
 struct ActionPlan {
@@ -47,7 +41,7 @@ class ActionRun {
   protected:
     // Borrows its arguments. The agent is loaded already.
     ActionRun(_PatchAgent& table, updateStru& description, const ActionPlan& plan);
-    virtual ~ActionRun() { freeBackupStru(&record_); }
+    virtual ~ActionRun() = default;
 
     // The flags that this item adds to those that it is started with; they stay set for all later
     // items, on purpose.
@@ -78,7 +72,8 @@ class ActionRun {
     updateStru& description_;
     const ActionPlan& plan_;
     AgentPaths paths_;
-    backupStru record_{};  // one item for each of the description
+    OwnedBackupStru record_;  // one item for each of the description
+    BackupNames names_;
     unsigned flags_ = 0;
     unsigned endAnswer_ = 0;
 };

@@ -81,7 +81,7 @@ int saveOldFile(const Entry& entry, const ItemContext& context, FileDecision dec
     char backupFile[kLongPathCapacity];
     constructBackupPath(context.backup->destination, context.itemClass, context.type, directory,
                         sizeof directory);
-    if (!crtUniFile(directory, backupFile, sizeof backupFile)) {
+    if (!context.names->make(directory, backupFile, sizeof backupFile)) {
         return fail("callBackForUpdate: crtUniFile failed.");
     }
     // A copy that fails leaves the backup file short; the update goes on all the same.
@@ -114,7 +114,7 @@ int callBackForUpdate(Entry* entry) {
         return KvFileOpUtil::kBadParameters;
     }
     const auto& context = *static_cast<const ItemContext*>(entry->userData);
-    if (context.agent == nullptr || context.backup == nullptr) {
+    if (context.agent == nullptr || context.backup == nullptr || context.names == nullptr) {
         return KvFileOpUtil::kBadParameters;
     }
     const FileDecision decision = decide(*entry, *context.agent);

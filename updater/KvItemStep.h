@@ -8,6 +8,7 @@
 
 #include "agent/KvPatchAgent.h"
 #include "base/KvVersion.h"
+#include "store/KvBackupName.h"
 #include "store/KvBackupStru.h"
 
 // What the steps of the item's files share. It only points at its parts.
@@ -18,6 +19,7 @@ struct ItemContext {
     unsigned count;           // carried, always 0
     unsigned itemClass;
     unsigned type;
+    BackupNames* names = nullptr;  // of the run; names what is saved
 };
 
 // Not 0: the item may be processed. 0: the agent refused it (its end call has then been made

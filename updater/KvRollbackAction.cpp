@@ -1,7 +1,7 @@
 #include "updater/KvRollbackAction.h"
 
 #include "log/KvReport.h"
-#include "store/KvBackupMerge.h"
+#include "store/KvBackupRemoval.h"
 #include "updater/KvActionRun.h"
 #include "updater/KvRebootList.h"
 #include "updater/KvRollbackItem.h"

@@ -10,7 +10,7 @@
 #include "log/KvReport.h"
 #include "store/KvBackupEntry.h"
 #include "store/KvBackupName.h"
-#include "store/KvRecordContents.h"
+#include "store/KvBackupRecord.h"
 #include "updater/KvRebootList.h"
 
 namespace {
@@ -58,8 +58,9 @@ FileDecision decisionAfter(RollbackItemResult last) {
     return last == kItemLeftFiles ? FileDecision::kSkip : FileDecision::kWrite;
 }
 
-bool saveFile(const char* path, const char* backupDir, char (&copy)[kLongPathCapacity]) {
-    if (!crtUniFile(backupDir, copy, sizeof copy)) {
+bool saveFile(const char* path, const char* backupDir, BackupNames& names,
+              char (&copy)[kLongPathCapacity]) {
+    if (!names.make(backupDir, copy, sizeof copy)) {
         KV_ERROR(kLevelProgress, "rollbackItem: crtUniFile failed.");
         return false;
     }
@@ -89,7 +90,6 @@ void putBack(const RollbackFile& file) {
     if (*file.source == '\0') {
         (void)KvFileOpUtil::unlink(file.path);
     } else {
-        const BackupRemovalScope removal(file.source);
         (void)KvFileOpUtil::move(file.source, file.path, true);
     }
 }
@@ -150,7 +150,7 @@ RollbackItemResult ItemRollback::undoWritten(const char* entry, RollbackItemResu
 
 RollbackItemResult ItemRollback::undoFile(const RollbackFile& file, RollbackItemResult last) {
     char copy[kLongPathCapacity];
-    if (!saveFile(file.path, backupDir_, copy)) {
+    if (!saveFile(file.path, backupDir_, *context_.names, copy)) {
         return kItemNotSaved;
     }
     const FileDecision decision = talk_->decideFile(file.path, file.words, decisionAfter(last));
@@ -172,13 +172,13 @@ RollbackItemResult ItemRollback::undoFile(const RollbackFile& file, RollbackItem
     return kItemRolledBack;
 }
 
-RollbackItemResult readRecord(const char* path, RecordContents& contents) {
-    RecordDocument document = openRecord(path);
+RollbackItemResult readRecord(const char* path, backupStru& contents) {
+    const RecordDocument document = openRecord(path);
     if (!document) {
         KV_ERROR(kLevelProgress, "rollbackItem: create KvIniUtil object failed.");
         return kItemNoRecord;
     }
-    if (!contents.parse(document)) {
+    if (!parseRecord(document, contents)) {
         KV_ERROR(kLevelProgress, "rollbackItem: phaseIniForBackup failed.");
         return kItemNoRecord;
     }
@@ -203,11 +203,12 @@ RollbackItemResult findRecord(const char* destination, char (&path)[kLongPathCap
 }  // namespace
 
 RollbackItemResult rollbackItem(ItemContext* context) {
-    if (context == nullptr || context->agent == nullptr || context->backup == nullptr) {
+    if (context == nullptr || context->agent == nullptr || context->backup == nullptr ||
+        context->names == nullptr) {
         return kItemBadPath;
     }
     char path[kLongPathCapacity];
-    RecordContents contents;
+    OwnedBackupStru contents;
     RollbackItemResult result = findRecord(context->destination, path);
     if (result == kItemRolledBack) {
         result = readRecord(path, contents);
@@ -216,7 +217,7 @@ RollbackItemResult rollbackItem(ItemContext* context) {
         return result;
     }
     KV_INFO(kLevelProgress, "rollbackItem: find out the item with same class/type.");
-    const backupItem* recorded = findBackupItem(&contents.get(), context->itemClass, context->type);
+    const backupItem* recorded = findBackupItem(&contents, context->itemClass, context->type);
     if (recorded == nullptr) {
         KV_INFO(kLevelProgress, "rollbackItem: item not found.");
         return kItemNotRecorded;

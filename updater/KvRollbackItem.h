@@ -32,7 +32,7 @@ enum RollbackItemResult : int {
 // overwrote back into place, asking the agent about each. `context->backup` receives one written
 // entry for each file.
 // A null `context->destination` is the working directory, as "" is.
-// A null context, or one without an agent or a backup item, gives kItemBadPath.
+// A null context, or one without an agent, a backup item or names, gives kItemBadPath.
 [[nodiscard]] RollbackItemResult rollbackItem(ItemContext* context);
 
 // The run status for what `rollbackItem` returned, any number; one that is not kStatusSuccess is

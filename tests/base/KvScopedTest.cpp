@@ -39,6 +39,24 @@ TEST(KvScoped, AReleasedDescriptorStaysOpen) {
     EXPECT_FALSE(isOpen(fd));
 }
 
+struct PlainRecord {
+    int* releases;
+};
+
+void releaseRecord(PlainRecord* record) {
+    ++*record->releases;
+}
+
+TEST(KvScoped, AnOwnedRecordStartsZeroedAndIsReleasedOnce) {
+    int releases = 0;
+    {
+        Owned<PlainRecord, releaseRecord> record;
+        EXPECT_EQ(record.releases, nullptr);
+        record.releases = &releases;
+    }
+    EXPECT_EQ(releases, 1);
+}
+
 TEST(KvScoped, FilesAndDirectoriesAreClosed) {
     const TempTree tree;
     int fileFd = -1;

@@ -181,7 +181,9 @@ TEST_F(RollbackFailure, AtAMissingRecordUndoesTheItemsBefore) {
 
     EXPECT_EQ(run.status, 58);
     EXPECT_THAT(run.log, LogHas({"Inf rollbackItem: rollback added file done.",
-                                 "Err rollbackItem: " + record + " doesnot exist."}));
+                                 "Err rollbackItem: " + record + " doesnot exist.",
+                                 "Err rollbackWithPatchAgent: access failed.",
+                                 "Err rollbackWithPatchAgent: item failed."}));
     expectSame(before, Destinations(patch));
     EXPECT_EQ(patch.destination("app").store(), stores.app);
     expectNothingNew(stores.lib, patch.destination("lib").store());

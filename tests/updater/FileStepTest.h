@@ -39,7 +39,7 @@ class KvFileStep : public testing::Test {
     }
 
     int stepTo(const char* source, const char* target, uint32_t action, uint32_t phase) {
-        ItemContext context{&item, agent.table(), destination_.c_str(), 0, 3, 5};
+        ItemContext context{&item, agent.table(), destination_.c_str(), 0, 3, 5, &names_};
         KvFileOpUtil::CallbackEntry entry{};
         entry.cbSize = sizeof entry;
         entry.userData = &context;
@@ -64,5 +64,6 @@ class KvFileStep : public testing::Test {
     RebootEntries reboots;
 
   private:
+    BackupNames names_;
     std::string destination_;
 };

@@ -57,12 +57,14 @@ TEST_F(KvFileStepFailure, WithoutAnEntryOrAContextIsABadCall) {
     EXPECT_EQ(callBackForUpdate(&entry), -1);
 }
 
-TEST_F(KvFileStepFailure, WithoutAnAgentOrABackupItemIsABadCall) {
+TEST_F(KvFileStepFailure, WithoutAnAgentABackupItemOrNamesIsABadCall) {
     tree.write("app/a.dat", "old");
     const std::string target = tree.path("app/a.dat");
-    ItemContext noAgent{&item, nullptr, "", 0, 3, 5};
-    ItemContext noBackup{nullptr, agent.table(), "", 0, 3, 5};
-    for (ItemContext* context : {&noAgent, &noBackup}) {
+    BackupNames names;
+    ItemContext noAgent{&item, nullptr, "", 0, 3, 5, &names};
+    ItemContext noBackup{nullptr, agent.table(), "", 0, 3, 5, &names};
+    ItemContext noNames{&item, agent.table(), "", 0, 3, 5, nullptr};
+    for (ItemContext* context : {&noAgent, &noBackup, &noNames}) {
         Ops::CallbackEntry entry{};
         entry.userData = context;
         entry.destination = target.c_str();

@@ -120,12 +120,15 @@ TEST_F(KvRollbackItemFailure, NeedsADestinationThatLeavesRoomForTheStore) {
 
 TEST_F(KvRollbackItemFailure, WithoutAnArgumentIsABadCall) {
     const char* const destination = app.path().c_str();
-    ItemContext withoutAgent{&own(), nullptr, destination, 0, 3, 5};
-    ItemContext withoutRecord{nullptr, agent().table(), destination, 0, 3, 5};
+    BackupNames names;
+    ItemContext withoutAgent{&own(), nullptr, destination, 0, 3, 5, &names};
+    ItemContext withoutRecord{nullptr, agent().table(), destination, 0, 3, 5, &names};
+    ItemContext withoutNames{&own(), agent().table(), destination, 0, 3, 5, nullptr};
 
     EXPECT_EQ(rollbackItem(nullptr), -1);
     EXPECT_EQ(rollbackItem(&withoutAgent), -1);
     EXPECT_EQ(rollbackItem(&withoutRecord), -1);
+    EXPECT_EQ(rollbackItem(&withoutNames), -1);
 }
 
 TEST_F(KvRollbackItemFailure, TakesNoDestinationAsTheWorkingDirectory) {

@@ -1,18 +1,22 @@
-#include "store/KvBackupRecordItem.h"
-
+// readRecordItem, and the dumps of what is read.
 #include <utility>
 
 #include "base/KvScoped.h"
+#include "base/KvSimpleString.h"
 #include "base/KvText.h"
+#include "fileop/KvDiskNames.h"
 #include "ini/KvIniUtil.h"
 #include "log/KvReport.h"
-#include "store/KvBackupName.h"
-#include "store/KvBackupRecordDump.h"
 #include "store/KvBackupSection.h"
 
 namespace {
 
 constexpr char kModule[] = "KvUpdaterStru";
+
+constexpr unsigned kVersionTextCapacity = 64;
+
+// An event is cut at this length; a list of any size costs no more.
+constexpr size_t kDumpLimit = 20480;
 
 // A damaged file count may name millions of entries; once a section is gone, each of them is
 // missing. No more of them than this are looked for and reported.
@@ -34,6 +38,39 @@ constexpr ListText kAddedText{kAddedWord, "added file name", "phaseIniForBackupL
 constexpr ListText kWrittenText{
     kWrittenWord, "written file name", "phaseIniForBackup: malloc failed.",
     "phaseIniForBackup: snpritf failed.", "phaseIniForBackup: Strncpy falied."};
+
+const char* orNull(const char* text) {
+    return text != nullptr ? text : "Null";
+}
+
+void appendList(KvSimpleString& dump, char* const* list, uint64_t count) {
+    for (uint64_t i = 0; list != nullptr && i < count && dump.length() < kDumpLimit; ++i) {
+        Str_AppendFormat(dump, "\tFile %d: ", static_cast<int>(i));
+        dump.append(orNull(list[i]));
+        dump.append("\n");
+    }
+}
+
+// The text is made no longer than what an event can carry.
+void logRecordItem(uint64_t index, const backupItem& item) {
+    constexpr uint32_t kProduct = kClassProduct;
+    char version[kVersionTextCapacity] = "";
+    KvSimpleString dump;
+    Str_AppendFormat(dump, "Dump item[%d] in backup ini:\n", static_cast<int>(index));
+    Str_AppendFormat(dump, "Class[%u] ", item.itemClass);
+    Str_AppendFormat(dump, item.itemClass == kProduct ? "Type[%u]\n" : "Type[0x%x]\n", item.type);
+    MakeVersionStringByClass(item.itemClass, item.originVersion, version, sizeof version);
+    Str_AppendFormat(dump, "Original Ver[%s] ", version);
+    MakeVersionStringByClass(item.itemClass, item.resultVersion, version, sizeof version);
+    Str_AppendFormat(dump, "Result Ver[%s]\n", version);
+    dump.append("Destination: ");
+    dump.append(orNull(item.destination));
+    Str_AppendFormat(dump, "\nCount of Added Files[%d]\n", static_cast<int>(item.addedCount));
+    appendList(dump, item.addedList, item.addedCount);
+    Str_AppendFormat(dump, "Count of OverWritten Files[%d]\n", static_cast<int>(item.writtenCount));
+    appendList(dump, item.writtenList, item.writtenCount);
+    KV_INFO(kLevelProgress, "%s", dump.c_str());
+}
 
 class ItemReader {
   public:
@@ -169,4 +206,14 @@ class ItemReader {
 
 RecordItem readRecordItem(KvIniUtil& record, uint64_t index, bool repair, backupItem& item) {
     return ItemReader(record, index, repair, item).read(index);
+}
+
+void logRecordCommon(const backupStru& backup) {
+    KvSimpleString dump("Dump backup ini common section:");
+    Str_AppendFormat(dump, "Item Count: %d\n", static_cast<int>(backup.itemCount));
+    Str_AppendFormat(dump, "PatchAgent Ver: %d (%s)\n", backup.patchAgentVersion,
+                     backup.patchAgentVersion != 0 ? "New" : "Old");
+    dump.append("PatchAgent File: ");
+    dump.append(orNull(backup.patchAgentFile));
+    KV_INFO(kLevelProgress, "%s", dump.c_str());
 }
