@@ -17,32 +17,40 @@
 // In every operation a null section name, like "", means the global section. Names that are looked
 // up are trimmed first and compared with or without ASCII case, as the constructor was told.
 // A document is used by one thread at a time. No operation throws.
+//
+// A document is never written back unless it is whole. It is not when its file is there but could
+// not be read to its end (no permission, a failing disk, no regular file), and reads as an empty
+// one then; nor when an edit found no memory. A document for which there was no memory at all
+// answers like an empty one and takes no edits. Whatever failed is noted as a cause
+// (base/KvFailure.h).
 #pragma once
 
-#include <cstddef>
 #include <memory>
 
-#include "base/KvScoped.h"
 #include "base/KvSimpleString.h"
 #include "base/KvSimpleVector.h"
-#include "ini/KvIniNode.h"
-#include "ini/KvIniPool.h"
+#include "fileop/KvOpenFile.h"
 
-class KvIniFile;
-struct KvIniLine;
-struct KvIniPending;
+struct KvIniDocument;
 
 class KvIniUtil {
   public:
     // `file` is the name of the file, or with `fromText` the INI text itself (copied). A file that
     // cannot be opened gives an empty document; the first flush creates the file. A null or empty
-    // name gives an empty document that only an explicit flushTo() writes.
-    KvIniUtil(const char* file, char commentChar, bool caseSensitive, bool fromText,
-              char separator);
+    // name gives an empty document that only an explicit flushTo() writes. `lastLink` says through
+    // which links files are opened, for reading and for writing.
+    KvIniUtil(const char* file, char commentChar, bool caseSensitive, bool fromText, char separator,
+              KvLastLink lastLink = KvLastLink::kFollow);
     // Writes a modified document back, unless it was discarded or came from text.
     ~KvIniUtil();
     KvIniUtil(const KvIniUtil&) = delete;
     KvIniUtil& operator=(const KvIniUtil&) = delete;
+
+    // False when there was no memory for the document.
+    [[nodiscard]] bool isMade() const;
+
+    // Whether the document holds all that its file held and all edits.
+    [[nodiscard]] bool isWhole() const;
 
     // The value of the first key of that name in the first section of that name; null when there
     // is none, or when `key` is null or empty. The document owns the characters: they stay valid
@@ -100,55 +108,14 @@ class KvIniUtil {
     void discard();
 
   private:
-    // How the reading of one line ended.
-    enum class LineEnd {
-        kNewline,   // a line ended by a newline
-        kLastLine,  // the last line, possibly empty: the text ended instead
-        kNoMore,    // there was nothing left to read
-    };
-
-    // Tests set the convert-backslashes flag and the brackets through this: no operation does.
-    friend struct KvIniUtilAccess;
-
-    void _loadText(const char* text);
-    void _loadFile(const char* path);
-    void _takeLine(KvIniLine& line, LineEnd end, KvIniPending& pending);
-    void _takeKey(const KvIniLine& line, KvIniPending& pending);
-    static LineEnd _getline(KvIniFile& file, KvIniLine& line);
-    static LineEnd _getline(char* text, size_t& position, KvIniLine& line);
-    [[nodiscard]] static bool _isSectionDefine(const KvIniLine& line);
-    [[nodiscard]] bool _isKeyValuePair(KvIniLine& line) const;
-    [[nodiscard]] static KvIniText _getKey(const KvIniLine& line);
-    [[nodiscard]] static KvIniText _getValue(const KvIniLine& line);
-    [[nodiscard]] static KvIniText _getSectionName(const KvIniLine& line);
-    [[nodiscard]] KvIniSection* _findSection(const char* section) const;
-    KvIniSection* _appendSection(KvIniText name, KvIniText leadingText);
-    void _appendKey(KvIniSection& section, const char* key, const char* value);
-    void _freeKeys(KvIniSection& section);
-    bool _dumpTo(KvSimpleString& out) const;
-
-    static char s_LeftSquareBracket;
-    static char s_RightSquareBracket;
-
-    bool convertBackslashes_ = false;
-    bool modified_ = false;
-    bool discarded_ = false;
-    bool caseSensitive_;
-    char commentChar_;
-    char separator_;
-    bool fromText_;
-    KvSimpleString path_;
-    KvSimpleString trailer_;
-    // What was loaded; the nodes borrow their texts from it.
-    ScopedHeap<char> storage_;
-    KvIniPool<KvIniSection> sectionPool_;
-    KvIniPool<KvIniEntry> keyPool_;
-    KvIniList<KvIniSection> sections_;  // the global section comes first, always
+    std::unique_ptr<KvIniDocument> document_;  // null when there was no memory for it
 };
 
 // The document of the file at `path`, as the system opens every file it reads or writes: comments
-// begin with ';', names match without regard to case.
-[[nodiscard]] KvIniUtil openDocument(const char* path);
+// begin with ';', names match without regard to case. What the tool itself writes is opened through
+// no foreign link (KvLastLink::kFollowOwn).
+[[nodiscard]] KvIniUtil openDocument(const char* path, KvLastLink lastLink = KvLastLink::kFollow);
 
 // The same on the heap; null when there is no memory.
-[[nodiscard]] std::unique_ptr<KvIniUtil> newDocument(const char* path);
+[[nodiscard]] std::unique_ptr<KvIniUtil> newDocument(const char* path,
+                                                     KvLastLink lastLink = KvLastLink::kFollow);

@@ -1,6 +1,5 @@
 #include "log/KvLogSettings.h"
 
-#include "base/KvNumber.h"
 #include "base/KvText.h"
 #include "fileop/KvDiskNames.h"
 #include "ini/KvIniUtil.h"

@@ -7,8 +7,10 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <initializer_list>
 #include <string>
 #include <thread>
 #include <vector>
@@ -194,7 +196,7 @@ TEST(CloseWritten, TellsAFailedClose) {
 
 TEST(ReadToEnd, BringsTheWholeFileWithANulBehindIt) {
     const TempTree tree;
-    for (const size_t size : {0, 1, 4094, 4095, 4096, 4097, 100000}) {
+    for (const size_t size : std::initializer_list<size_t>{0, 1, 4094, 4095, 4096, 4097, 100000}) {
         const std::string content(size, 'x');
         const ScopedFd fd(open(tree.write("it", content).c_str(), O_RDONLY));
         EXPECT_EQ(contentOf(fd.get()), content) << size;
