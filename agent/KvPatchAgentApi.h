@@ -19,7 +19,8 @@
  * An agent must export every entry point of its interface under exactly these names. If a single
  * one is missing none is called, and the tool behaves as if the agent accepted everything. All
  * calls come from one thread. A start call that fails is followed at once by its end call, with
- * success 0. EndPatch and EndAction are called only when every item succeeded.
+ * success 0. EndPatch and EndAction are called only when every item succeeded. An exception that
+ * leaves an entry point counts as its failure.
  *
  * When a run fails, what it did is undone, last item first: each item that was reached is started
  * and ended once more, with an empty name. These answers are only logged; a start that fails is
