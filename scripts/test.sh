@@ -83,9 +83,10 @@ check_tidy() {
 }
 
 mkdir -p build
-require_packages compiler cmake ninja googletest benchmark
+packages=(compiler cmake ninja googletest benchmark)
+[ "$quick" = yes ] || packages+=(clang clang-format clang-tidy)
+require_packages "${packages[@]}"
 if [ "$quick" = no ]; then
-    require_packages clang clang-format clang-tidy
     check format check_format
 fi
 run_preset release
