@@ -1,6 +1,12 @@
 # The build rules that every target of the project shares.
 include_guard(GLOBAL)
 
+include(CheckCXXSourceCompiles)
+check_cxx_source_compiles("static_assert(sizeof(void*) == 8, \"\"); int main() {}" KV_IS_64_BIT)
+if(NOT KV_IS_64_BIT)
+    message(FATAL_ERROR "VcPatch is for 64-bit systems: its records and limits are made for them.")
+endif()
+
 find_package(Threads REQUIRED)
 
 # Warnings, sanitizers from KV_SANITIZE; includes are written from the root.
