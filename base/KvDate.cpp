@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "base/KvNumber.h"
 #include "base/KvSimpleString.h"
 #include "base/KvText.h"
 

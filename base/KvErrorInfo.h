@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-constexpr size_t kErrorTextCapacity = 1024;
+inline constexpr size_t kErrorTextCapacity = 1024;
 
 struct tag_ErrorInfo {
     uint32_t category;
@@ -15,4 +15,11 @@ struct tag_ErrorInfo {
 };
 
 // Sets the whole record from the two numbers. A null `info` does nothing.
-void MakeErrorInfo(tag_ErrorInfo* info, unsigned short category, unsigned short code);
+inline void MakeErrorInfo(tag_ErrorInfo* info, unsigned short category, unsigned short code) {
+    constexpr unsigned kCategoryShift = 16;
+    if (info != nullptr) {
+        *info = tag_ErrorInfo{};
+        info->category = category;
+        info->combinedCode = (static_cast<uint32_t>(category) << kCategoryShift) + code;
+    }
+}

@@ -6,7 +6,7 @@
 #include "base/KvVersion.h"
 
 // A type of this value means every type of the class.
-constexpr uint32_t kAllTypes = 0xFFFFFFFF;
+inline constexpr uint32_t kAllTypes = 0xFFFFFFFF;
 
 // The fields from `itemClass` to `zipFile` are those that an item section fills, in its order.
 //
@@ -28,4 +28,15 @@ struct tag_ItemInfo {
 
 // Whether the item stands for all types: an engine or a pattern when its type is kAllTypes, any
 // other class also when one of its selector words is. Null is false.
-[[nodiscard]] bool IsExpandableItem(const tag_ItemInfo* item);
+[[nodiscard]] inline bool IsExpandableItem(const tag_ItemInfo* item) {
+    if (item == nullptr) {
+        return false;
+    }
+    if (item->type == kAllTypes) {
+        return true;
+    }
+    // Engines and patterns know no selectors: their type alone says what they are.
+    const bool knowsSelectors = item->itemClass != kClassEngine && item->itemClass != kClassPattern;
+    return knowsSelectors &&
+           (item->firstSelector == kAllTypes || item->secondSelector == kAllTypes);
+}

@@ -1,12 +1,15 @@
 // Scope objects for the plain C resources that the tool holds: each releases what it owns when it
-// leaves its scope, so that no return path can leak.
+// leaves its scope, so that no return path can leak. And how the heap blocks are made that plain
+// records own, which explicit functions free.
 #pragma once
 
 #include <dirent.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 struct FileCloser {
@@ -31,6 +34,15 @@ using ScopedDir = std::unique_ptr<DIR, DirCloser>;
 // A block that `free` releases; null when there is none.
 template <typename T>
 using ScopedHeap = std::unique_ptr<T, HeapFreer>;
+
+// A plain record that `release` empties at the end of the scope; zeroed at first.
+template <typename Record, void (*release)(Record*)>
+struct Owned : Record {
+    Owned() : Record{} {}
+    ~Owned() { release(this); }
+    Owned(const Owned&) = delete;
+    Owned& operator=(const Owned&) = delete;
+};
 
 // An open file descriptor; -1 when there is none.
 class ScopedFd {
@@ -60,3 +72,39 @@ class ScopedFd {
   private:
     int fd_;
 };
+
+// No array of a record is larger than this many bytes.
+inline constexpr uint64_t kHeapArrayLimit = 4294967295U;
+
+// A zeroed array of `count` elements; null when there is no memory or it would pass the limit. The
+// block is taken zeroed from the system, so a large one costs nothing until it is written to.
+template <typename T>
+[[nodiscard]] T* allocZeroed(uint64_t count) {
+    if (count > kHeapArrayLimit / sizeof(T)) {
+        return nullptr;
+    }
+    return static_cast<T*>(calloc(static_cast<size_t>(count), sizeof(T)));
+}
+
+enum class HeapCopy {
+    kDone,
+    kNoMemory,
+    kCopyFailed,  // there was nothing to copy
+};
+
+// Stores in `out` a heap copy of `text` in a block of exactly its size; a null text is kCopyFailed.
+// After a failure `out` is null.
+[[nodiscard]] inline HeapCopy copyToHeap(const char* text, char*& out) {
+    out = nullptr;
+    if (text == nullptr) {
+        return HeapCopy::kCopyFailed;
+    }
+    const size_t size = strlen(text) + 1;
+    ScopedHeap<char> block(static_cast<char*>(malloc(size)));
+    if (!block) {
+        return HeapCopy::kNoMemory;
+    }
+    memcpy(block.get(), text, size);
+    out = block.release();
+    return HeapCopy::kDone;
+}

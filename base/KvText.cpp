@@ -1,4 +1,3 @@
-// The code page with its double-byte rule, trimming, and the bounded buffer operations.
 #include "base/KvText.h"
 
 #include <algorithm>
@@ -32,6 +31,27 @@ bool isLeadByte(char ch) {
 // Not isspace(): that would take the vertical tab, and would follow the locale.
 bool isTrimmedSpace(char ch) {
     return ch == '\n' || ch == ' ' || ch == '\r' || ch == '\t' || ch == '\f';
+}
+
+// Only ASCII letters, whatever the locale and the code page: a byte above 0x7F may be half of a
+// character.
+char folded(char ch, bool caseSensitive) {
+    return !caseSensitive && ch >= 'A' && ch <= 'Z' ? static_cast<char>(ch - 'A' + 'a') : ch;
+}
+
+int byteDifference(char a, char b, bool caseSensitive) {
+    // Bytes above 0x7F count as negative whatever the platform's plain char is.
+    return static_cast<signed char>(folded(a, caseSensitive)) -
+           static_cast<signed char>(folded(b, caseSensitive));
+}
+
+bool startsWith(const char* text, const char* pattern, bool caseSensitive) {
+    for (; *pattern != '\0'; ++text, ++pattern) {
+        if (byteDifference(*text, *pattern, caseSensitive) != 0) {
+            return false;
+        }
+    }
+    return true;
 }
 
 }  // namespace
@@ -100,6 +120,58 @@ bool IsDigit(char ch) {
     return ch >= '0' && ch <= '9';
 }
 
+int leadingNumber(const char* text) {
+    return text != nullptr ? static_cast<int>(strtol(text, nullptr, 10)) : 0;
+}
+
+int Str_Comp(const char* a, const char* b, bool caseSensitive) {
+    if (a == nullptr || b == nullptr) {
+        return static_cast<int>(a != nullptr) - static_cast<int>(b != nullptr);
+    }
+    for (; *a != '\0' && *b != '\0'; ++a, ++b) {
+        const int difference = byteDifference(*a, *b, caseSensitive);
+        if (difference != 0) {
+            return difference;
+        }
+    }
+    // The terminator takes part like any byte, so a text sorts before its continuations.
+    return byteDifference(*a, *b, caseSensitive);
+}
+
+bool Str_Equal(const char* a, const char* b, bool caseSensitive) {
+    return Str_Comp(a, b, caseSensitive) == 0;
+}
+
+int Str_Find(const char* text, const char* pattern, bool caseSensitive) {
+    if (text == nullptr || pattern == nullptr) {
+        return -1;
+    }
+    // The same result as trying every index, by a route that does not try them one by one.
+    if (caseSensitive) {
+        const char* hit = strstr(text, pattern);
+        return hit != nullptr ? static_cast<int>(hit - text) : -1;
+    }
+    const size_t length = strlen(text);
+    const size_t wanted = strlen(pattern);
+    for (size_t i = 0; i + wanted <= length; ++i) {
+        if (startsWith(text + i, pattern, caseSensitive)) {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
+bool Str_EndWith(const char* text, const char* suffix, bool caseSensitive) {
+    if (text == nullptr || suffix == nullptr) {
+        return false;
+    }
+    const size_t length = strlen(text);
+    const size_t wanted = strlen(suffix);
+    // The first occurrence decides, as the header says; -1 is no length and never equal.
+    return wanted <= length &&
+           static_cast<size_t>(Str_Find(text, suffix, caseSensitive)) == length - wanted;
+}
+
 // Not `strdup`: a sanitizer's writes into the null that a failed allocation gives it.
 char* Str_Dup(const char* text) {
     if (text == nullptr) {
@@ -139,6 +211,20 @@ void Str_TrimAll(char* text) {
     // Nothing of what was trimmed off stays behind the terminator.
     memmove(text, text + kept.begin, size);
     memset(text + size, 0, length - size);
+}
+
+bool Str_Piece(const char* text, char separator, int index, KvSimpleString& piece) {
+    const char* begin = text;
+    for (int i = 0; begin != nullptr && *begin != '\0'; ++i) {
+        // The terminator ends a text and is never between two pieces.
+        const char* end = separator != '\0' ? strchr(begin, separator) : nullptr;
+        if (i == index) {
+            piece.assign(begin, end != nullptr ? end : begin + strlen(begin));
+            return true;
+        }
+        begin = end != nullptr ? end + 1 : nullptr;
+    }
+    return false;
 }
 
 void Str_ToUpper(char* text) {
@@ -196,4 +282,13 @@ int Vsnprintf(char* buf, size_t size, const char* format, va_list args) {
     }
     buf[size - 1] = '\0';
     return static_cast<int>(std::min<size_t>(static_cast<size_t>(std::max(wanted, 0)), size - 1));
+}
+
+void Str_AppendFormat(KvSimpleString& text, const char* format, ...) {
+    char piece[1024];
+    va_list args;
+    va_start(args, format);
+    (void)Vsnprintf(piece, sizeof piece, format, args);  // its length is of no interest
+    va_end(args);
+    text.append(piece);
 }

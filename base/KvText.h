@@ -1,6 +1,6 @@
-// Text helpers on byte strings: the double-byte rule of the current code page, comparison and
-// search with optional ASCII case folding, trimming, and bounded copy, append and formatting that
-// always terminate.
+// Text helpers on byte strings: the double-byte rule of the current code page, numbers, comparison
+// and search with optional ASCII case folding, trimming, pieces between separators, and bounded
+// copy, append and formatting that always terminate.
 #pragma once
 
 #include <cstdarg>
@@ -35,6 +35,10 @@ int strrepchr(char* text, char from, char to);
 
 [[nodiscard]] bool IsDigit(char ch);
 
+// What `atoi` gives, but defined for every text: null is 0, and a number too large for an int keeps
+// its low bits, as the platforms' own `atoi` does.
+[[nodiscard]] int leadingNumber(const char* text);
+
 // Three-way comparison: the difference of the first bytes that differ, as signed chars (bytes above
 // 0x7F sort before ASCII). Without `caseSensitive` the letters A-Z count as a-z. Null sorts first.
 [[nodiscard]] int Str_Comp(const char* a, const char* b, bool caseSensitive);
@@ -63,6 +67,11 @@ struct TextSpan {
 };
 [[nodiscard]] TextSpan Str_TrimmedSpan(const char* text, size_t length);
 
+// Stores piece number `index`, counted from 0, of `text` split at every `separator`. Pieces may be
+// empty, but nothing behind the last separator is no piece: "a,,b," has three. False, with `piece`
+// untouched, when there is no such piece; a null `text` has none.
+[[nodiscard]] bool Str_Piece(const char* text, char separator, int index, KvSimpleString& piece);
+
 // Each byte through `toupper`; null is allowed.
 void Str_ToUpper(char* text);
 
@@ -82,3 +91,7 @@ char* Strncat(char* dst, const char* src, size_t size);
 int Snprintf(char* buf, size_t size, const char* format, ...) __attribute__((format(printf, 3, 4)));
 int Vsnprintf(char* buf, size_t size, const char* format, va_list args)
     __attribute__((format(printf, 3, 0)));
+
+// Appends the formatted text, cut at 1023 bytes; for what is put together line by line.
+void Str_AppendFormat(KvSimpleString& text, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));

@@ -7,7 +7,7 @@
 
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
-#include "fileop/KvStep.h"
+#include "fileop/KvTreeStep.h"
 
 namespace {
 

@@ -2,41 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
-
-#include "fileop/KvFileOpUtil.h"
+#include "base/KvDescriptor.h"
 
 namespace {
 
 constexpr size_t kCopyBlock = 262144;
 constexpr mode_t kNewFileMode = 0666;  // less the umask
-
-// As `read`, begun again when a signal gets in before the first byte.
-ssize_t readBlock(int fd, char* buffer) {
-    ssize_t count = 0;
-    do {
-        count = read(fd, buffer, kCopyBlock);
-    } while (count < 0 && errno == EINTR);
-    return count;
-}
-
-// False unless all bytes are taken, however many calls that needs.
-bool writeAll(int fd, const char* bytes, size_t count) {
-    while (count > 0) {
-        const ssize_t taken = write(fd, bytes, count);
-        if (taken < 0 && errno == EINTR) {
-            continue;
-        }
-        if (taken <= 0) {
-            return false;
-        }
-        bytes += taken;
-        count -= static_cast<size_t>(taken);
-    }
-    return true;
-}
 
 // Whether a short block was the last one. A file of known size tells without one more read.
 bool isEnd(int source, ssize_t count, off_t copied, struct stat& status) {
@@ -52,7 +24,7 @@ void setTimes(int target, const struct stat& source) {
 
 }  // namespace
 
-int KvFileContents::copy(const char* src, const char* dst, TargetState state) {
+KvFileOpUtil::Result KvFileContents::copy(const char* src, const char* dst, TargetState state) {
     const ScopedFd source(open(src, O_RDONLY | O_CLOEXEC));
     if (!source.isOpen()) {
         return KvFileOpUtil::kCannotOpenSource;
@@ -65,7 +37,7 @@ int KvFileContents::copy(const char* src, const char* dst, TargetState state) {
         return KvFileOpUtil::kDestinationNotWritable;
     }
     struct stat status {};
-    const int result = pump(source.get(), target.get(), status);
+    const KvFileOpUtil::Result result = pump(source.get(), target.get(), status);
     if (result != KvFileOpUtil::kDone) {
         return result;
     }
@@ -73,12 +45,10 @@ int KvFileContents::copy(const char* src, const char* dst, TargetState state) {
         // Else the source could not be asked, and the target keeps the times that it has.
         setTimes(target.get(), status);
     }
-    // Some file systems tell only here that they could not store the bytes.
-    const bool isStored = close(target.release()) == 0 || errno == EINTR;
-    return isStored ? KvFileOpUtil::kDone : KvFileOpUtil::kWriteError;
+    return closeWritten(target) ? KvFileOpUtil::kDone : KvFileOpUtil::kWriteError;
 }
 
-int KvFileContents::pump(int source, int target, struct stat& status) {
+KvFileOpUtil::Result KvFileContents::pump(int source, int target, struct stat& status) {
     if (buffer_ == nullptr) {
         buffer_.reset(static_cast<char*>(malloc(kCopyBlock)));
     }
@@ -87,7 +57,7 @@ int KvFileContents::pump(int source, int target, struct stat& status) {
     }
     off_t copied = 0;
     while (true) {
-        const ssize_t count = readBlock(source, buffer_.get());
+        const ssize_t count = readSome(source, buffer_.get(), kCopyBlock);
         if (count < 0) {
             return KvFileOpUtil::kReadError;
         }

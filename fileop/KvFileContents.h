@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "base/KvScoped.h"
+#include "fileop/KvFileOpUtil.h"
 
 enum class TargetState {
     kAny,    // missing or holding anything
@@ -14,14 +15,14 @@ enum class TargetState {
 class KvFileContents {
   public:
     // Writes what `src` holds to `dst`, which is made or emptied first, and gives it the times of
-    // `src` in whole seconds. KvFileOpUtil::kDone, kCannotOpenSource, kDestinationNotWritable,
+    // `src` in whole seconds. kDone, kCannotOpenSource, kDestinationNotWritable,
     // kReadError or kWriteError; a copy that fails half-way stays as it is.
-    [[nodiscard]] int copy(const char* src, const char* dst, TargetState state);
+    [[nodiscard]] KvFileOpUtil::Result copy(const char* src, const char* dst, TargetState state);
 
   private:
     // kDone leaves in `status`, given zeroed, what the source was at its end; all zero when it does
     // not tell.
-    [[nodiscard]] int pump(int source, int target, struct stat& status);
+    [[nodiscard]] KvFileOpUtil::Result pump(int source, int target, struct stat& status);
 
     ScopedHeap<char> buffer_;  // made by the first copy
 };

@@ -1,4 +1,4 @@
-// xcopy, copy and copyncase.
+// xcopy, copy and copyncase; xmove and move.
 #include <strings.h>
 #include <sys/stat.h>
 
@@ -7,10 +7,8 @@
 #include "fileop/KvDirList.h"
 #include "fileop/KvFileContents.h"
 #include "fileop/KvFileOpUtil.h"
-#include "fileop/KvMatchList.h"
 #include "fileop/KvPath.h"
-#include "fileop/KvPathArgument.h"
-#include "fileop/KvStep.h"
+#include "fileop/KvTreeStep.h"
 
 namespace {
 
@@ -26,7 +24,7 @@ struct CopyJob {
 
 // With '/' as the only separator, and in directory form when it names a directory.
 KvSimpleString directoryForm(const char* path) {
-    KvSimpleString text = normalized(path);
+    KvSimpleString text = normalizedPath(path);
     if (!EndsWithSeparator(text.c_str()) && KvFileOpUtil::isDir(text.c_str())) {
         text += '/';
     }
@@ -47,7 +45,7 @@ int makeDir(const CopyJob& job, const KvSimpleString& path) {
 
 // The copy of a single file.
 int _copy(CopyJob& job, const char* src, const char* dst) {
-    if (isMissing(src) || isMissing(dst)) {
+    if (isMissingPath(src) || isMissingPath(dst)) {
         return KvFileOpUtil::kBadParameters;
     }
     job.step.begin(src, dst);
@@ -59,7 +57,7 @@ int _copy(CopyJob& job, const char* src, const char* dst) {
         return KvFileOpUtil::kDestinationNotWritable;
     }
     if (job.overwrite && !job.step.isWatched()) {
-        // Nobody asks which of the two it is.
+        // No callback wants to know whether an old file is overwritten or a new one is written.
         const bool isEmpty = isThere && S_ISREG(status.st_mode) && status.st_size == 0;
         return job.contents.copy(src, dst, isEmpty ? TargetState::kEmpty : TargetState::kAny);
     }
@@ -142,7 +140,7 @@ int xcopyInto(CopyJob& job, const char* src, const char* dst) {
 
 int KvFileOpUtil::xcopy(const char* src, const char* dst, bool overwrite, Callback callback,
                         CallbackEntry* entry) {
-    if (isMissing(src) || isMissing(dst)) {
+    if (isMissingPath(src) || isMissingPath(dst)) {
         return kBadParameters;
     }
     CopyJob job{{callback, entry}, overwrite, Depth::kWhole, {}};
@@ -151,7 +149,7 @@ int KvFileOpUtil::xcopy(const char* src, const char* dst, bool overwrite, Callba
 
 int KvFileOpUtil::copy(const char* src, const char* dst, bool overwrite, Callback callback,
                        CallbackEntry* entry) {
-    if (isMissing(src) || isMissing(dst)) {
+    if (isMissingPath(src) || isMissingPath(dst)) {
         return kBadParameters;
     }
     CopyJob job{{callback, entry}, overwrite, Depth::kOneLevel, {}};
@@ -163,7 +161,7 @@ int KvFileOpUtil::copyncase(const char* src, const char* dst, bool overwrite, Ca
     if (src == nullptr || dst == nullptr) {
         return kBadParameters;
     }
-    const KvSimpleString wanted = normalized(src);
+    const KvSimpleString wanted = normalizedPath(src);
     const KvSimpleString wantedName = FileNameOf(wanted.c_str());
     KvSimpleString candidate;
     KvDirList list(DirNameOf(wanted.c_str()).c_str());
@@ -184,4 +182,16 @@ int KvFileOpUtil::copyncase(const char* src, const char* dst, bool overwrite, Ca
     }
     return candidate.empty() ? kNoSuchName
                              : copy(candidate.c_str(), dst, overwrite, callback, entry);
+}
+
+int KvFileOpUtil::xmove(const char* src, const char* dst, bool overwrite, Callback callback,
+                        CallbackEntry* entry) {
+    const int copied = xcopy(src, dst, overwrite, callback, entry);
+    return copied == kDone ? xunlink(src, callback, entry) : copied;
+}
+
+int KvFileOpUtil::move(const char* src, const char* dst, bool overwrite, Callback callback,
+                       CallbackEntry* entry) {
+    const int copied = copy(src, dst, overwrite, callback, entry);
+    return copied == kDone ? unlink(src, callback, entry) : copied;
 }

@@ -4,10 +4,8 @@
 #include <cerrno>
 
 #include "fileop/KvFileOpUtil.h"
-#include "fileop/KvMatchList.h"
 #include "fileop/KvPath.h"
-#include "fileop/KvPathArgument.h"
-#include "fileop/KvStep.h"
+#include "fileop/KvTreeStep.h"
 
 namespace {
 
@@ -35,14 +33,14 @@ int removeEntry(const KvStep& step, const char* path, bool isDirectory) {
 
 // Deletes the file or the directory of exactly this path.
 int __unlink(const KvStep& step, const char* path) {
-    if (isMissing(path)) {
+    if (isMissingPath(path)) {
         return KvFileOpUtil::kBadParameters;
     }
     return removeEntry(step, path, KvFileOpUtil::isDir(path));
 }
 
 int xunlinkTree(const KvStep& step, const char* path) {
-    KvSimpleString target = normalized(path);
+    KvSimpleString target = normalizedPath(path);
     // Without memory for the path: an empty one would name the current directory.
     if (target.empty()) {
         return KvFileOpUtil::kBadParameters;
@@ -68,16 +66,16 @@ int xunlinkTree(const KvStep& step, const char* path) {
 }  // namespace
 
 int KvFileOpUtil::xunlink(const char* path, Callback callback, CallbackEntry* entry) {
-    return isMissing(path) ? static_cast<int>(kBadParameters)
-                           : xunlinkTree({callback, entry}, path);
+    return isMissingPath(path) ? static_cast<int>(kBadParameters)
+                               : xunlinkTree({callback, entry}, path);
 }
 
 int KvFileOpUtil::unlink(const char* path, Callback callback, CallbackEntry* entry) {
-    if (isMissing(path)) {
+    if (isMissingPath(path)) {
         return kBadParameters;
     }
     const KvStep step(callback, entry);
-    KvSimpleString target = normalized(path);
+    KvSimpleString target = normalizedPath(path);
     RemoveTrailingSeparator(target);
     if (!isWildcardName(target.c_str()) || isDir(target.c_str())) {
         return __unlink(step, target.c_str());

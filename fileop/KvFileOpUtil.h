@@ -171,10 +171,6 @@ class KvFileOpUtil {
 // For `xaccess`: adds `size` to the `uint32_t` that `userData` points at. Always goes on.
 int CB_GetDirSize(KvFileOpUtil::CallbackEntry* entry);
 
-// Turns the 32 hexadecimal digits of a digest into 16 bytes. False, with `out` untouched, for null
-// arguments, an `outSize` below 16 and a text that is too short or not hexadecimal.
-[[nodiscard]] bool calcMD5Bin(const char* hex, unsigned char* out, unsigned long outSize);
-
 // Stands where a hidden attribute of the path would be lifted for the object's lifetime. File
 // systems here have none: it keeps nothing and does nothing.
 class KvRemoveHiddenAttr {

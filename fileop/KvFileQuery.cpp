@@ -12,7 +12,6 @@
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvMD5.h"
 #include "fileop/KvPath.h"
-#include "fileop/KvPathArgument.h"
 
 static_assert(sizeof(void*) != 8 || sizeof(KvFileOpUtil::CallbackEntry) == 56,
               "callers set cbSize to 56");
@@ -22,7 +21,7 @@ namespace {
 constexpr size_t kCompareBlock = 262144;
 
 int openForReading(const char* path) {
-    return isMissing(path) ? -1 : open(path, O_RDONLY | O_CLOEXEC);
+    return isMissingPath(path) ? -1 : open(path, O_RDONLY | O_CLOEXEC);
 }
 
 // The position of the end; -1 when the file cannot be opened or has none.
@@ -66,7 +65,7 @@ bool KvFileOpUtil::isDirName(const char* path) {
 }
 
 bool KvFileOpUtil::isDir(const char* path) {
-    if (isMissing(path)) {
+    if (isMissingPath(path)) {
         return false;
     }
     KvSimpleString shortened;
@@ -89,7 +88,7 @@ bool KvFileOpUtil::exist(const char* path) {
 }
 
 bool KvFileOpUtil::isExist(const char* path) {
-    return !isMissing(path) && access(path, F_OK) == 0;
+    return !isMissingPath(path) && access(path, F_OK) == 0;
 }
 
 unsigned int KvFileOpUtil::getFileSize(const char* path) {
@@ -98,18 +97,18 @@ unsigned int KvFileOpUtil::getFileSize(const char* path) {
 }
 
 bool KvFileOpUtil::filesizeEqualTo(const char* path, unsigned int size) {
-    return !isMissing(path) && sizeOf(normalized(path).c_str()) == static_cast<off_t>(size);
+    return !isMissingPath(path) && sizeOf(normalizedPath(path).c_str()) == static_cast<off_t>(size);
 }
 
 bool KvFileOpUtil::comp(const char* a, const char* b) {
-    if (isMissing(a) || isMissing(b)) {
+    if (isMissingPath(a) || isMissingPath(b)) {
         return false;
     }
     KvSimpleIStream left;
     KvSimpleIStream right;
     const int mode = KvSimpleStream::in | KvSimpleStream::binary;
-    left.open(normalized(a).c_str(), mode);
-    right.open(normalized(b).c_str(), mode);
+    left.open(normalizedPath(a).c_str(), mode);
+    right.open(normalizedPath(b).c_str(), mode);
     if (!left.is_open() || !right.is_open()) {
         return false;
     }
@@ -131,11 +130,11 @@ KvSimpleString KvFileOpUtil::getFileMD5(const char* path) {
 }
 
 bool KvFileOpUtil::rename(const char* from, const char* to) {
-    if (isMissing(from) || isMissing(to)) {
+    if (isMissingPath(from) || isMissingPath(to)) {
         return false;
     }
-    KvSimpleString source = normalized(from);
-    KvSimpleString target = normalized(to);
+    KvSimpleString source = normalizedPath(from);
+    KvSimpleString target = normalizedPath(to);
     RemoveTrailingSeparator(source);
     RemoveTrailingSeparator(target);
     return ::rename(source.c_str(), target.c_str()) == 0;

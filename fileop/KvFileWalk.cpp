@@ -4,7 +4,6 @@
 #include "fileop/KvDirList.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
-#include "fileop/KvPathArgument.h"
 
 namespace {
 
@@ -19,7 +18,7 @@ void fill(KvFileOpUtil::CallbackEntry& entry, const char* path, const struct sta
 }
 
 bool visit(const char* path, KvFileOpUtil::Callback callback, KvFileOpUtil::CallbackEntry& entry) {
-    KvSimpleString target = normalized(path);
+    KvSimpleString target = normalizedPath(path);
     struct stat status {};
     if (stat(target.c_str(), &status) != 0) {
         return false;
@@ -44,7 +43,7 @@ bool visit(const char* path, KvFileOpUtil::Callback callback, KvFileOpUtil::Call
 }  // namespace
 
 bool KvFileOpUtil::xaccess(const char* path, Callback callback, CallbackEntry* entry) {
-    if (isMissing(path)) {
+    if (isMissingPath(path)) {
         return false;
     }
     if (callback == nullptr || entry == nullptr) {
@@ -61,7 +60,7 @@ int CB_GetDirSize(KvFileOpUtil::CallbackEntry* entry) {
 }
 
 unsigned int KvFileOpUtil::getDirSize(const char* path) {
-    if (isMissing(path)) {
+    if (isMissingPath(path)) {
         return kNoDirSize;
     }
     uint32_t total = 0;

@@ -1,9 +1,12 @@
-// The MD5 digest of bytes. The letters and numbers are those of RFC 1321.
+// The letters and numbers of the digest are those of RFC 1321.
 #include "fileop/KvMD5.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <utility>
+
+#include "base/KvScoped.h"
 
 namespace {
 
@@ -150,4 +153,58 @@ void KvMD5::MD5Final(unsigned char digest[kDigestSize], MD5_CTX* context) {
         storeWord(digest + 4 * i, context->state[i]);
     }
     *context = {};
+}
+
+const unsigned char* KvMD5::MD5File(const char* path) {
+    static constexpr size_t kReadSize = 1024;
+    // The stream fetches in larger pieces than the digest takes: fewer calls into the system.
+    static constexpr size_t kStreamBuffer = 64 * size_t{1024};
+    static unsigned char digest[kDigestSize];
+
+    const ScopedHeap<char> streamBuffer(static_cast<char*>(malloc(kStreamBuffer)));
+    const ScopedFile file(path != nullptr ? fopen(path, "rb") : nullptr);
+    if (!file) {
+        return nullptr;
+    }
+    if (streamBuffer) {
+        (void)setvbuf(file.get(), streamBuffer.get(), _IOFBF,
+                      kStreamBuffer);  // else it has a smaller one
+    }
+    MD5_CTX context;
+    MD5Init(&context);
+    unsigned char block[kReadSize];
+    size_t got = 0;
+    while ((got = fread(block, 1, sizeof block, file.get())) > 0) {
+        MD5Update(&context, block, static_cast<unsigned int>(got));
+    }
+    MD5Final(digest, &context);
+    return digest;
+}
+
+void KvMD5::MD5Print(const unsigned char* digest) {
+    for (size_t i = 0; digest != nullptr && i < kDigestSize; ++i) {
+        (void)printf("%02x", static_cast<unsigned int>(digest[i]));  // nothing to do if it fails
+    }
+}
+
+bool calcMD5Bin(const char* hex, unsigned char* out, unsigned long outSize) {
+    if (hex == nullptr || out == nullptr || outSize < KvMD5::kDigestSize) {
+        return false;
+    }
+    unsigned char digest[KvMD5::kDigestSize];
+    for (unsigned char& byte : digest) {
+        if (hex[0] == '\0' || hex[1] == '\0') {
+            return false;
+        }
+        const char pair[] = {hex[0], hex[1], '\0'};
+        unsigned int value = 0;
+        // Kept: a blank, a sign or a stray second character passes wherever "%x" lets it pass.
+        if (sscanf(pair, "%x", &value) != 1) {
+            return false;
+        }
+        byte = static_cast<unsigned char>(value);
+        hex += 2;
+    }
+    memcpy(out, digest, sizeof digest);
+    return true;
 }

@@ -30,3 +30,7 @@ class KvMD5 {
     // output. A null `digest` prints nothing.
     static void MD5Print(const unsigned char* digest);
 };
+
+// Turns the 32 hexadecimal digits of a digest into 16 bytes. False, with `out` untouched, for null
+// arguments, an `outSize` below 16 and a text that is too short or not hexadecimal.
+[[nodiscard]] bool calcMD5Bin(const char* hex, unsigned char* out, unsigned long outSize);

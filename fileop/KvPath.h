@@ -85,11 +85,16 @@ enum PathResult : int {
 // Removes one '/' from the end; "/" becomes the empty string. Returns whether there was one.
 bool RemoveTrailingSeparator(KvSimpleString& path);
 
-// Every backslash that is not inside a double-byte character becomes '/'.
+// Every backslash that is not inside a double-byte character becomes '/'; the last function does so
+// in a copy.
 void ReplaceBackSlash(char* text);
 void normalizeSeptor(KvSimpleString& path);
+[[nodiscard]] KvSimpleString normalizedPath(const char* path);
 
 // Names and patterns
+
+// Whether it names nothing: null or empty.
+[[nodiscard]] bool isMissingPath(const char* path);
 
 // Whether the name holds a '*' or a '?'.
 [[nodiscard]] bool isWildcardName(const char* name);

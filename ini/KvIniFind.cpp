@@ -1,6 +1,8 @@
-// The searches of a KvIniUtil document.
-#include "base/KvText.h"
+// The searches in a KvIniUtil document.
 #include "ini/KvIniUtil.h"
+
+#include "base/KvText.h"
+#include "ini/KvIniDocument.h"
 
 namespace {
 
@@ -48,7 +50,9 @@ void pushNames(const Node* node, KvSimpleStringVector& out, Wanted isWanted) {
 void KvIniUtil::find(const char* valuePattern, const char* section,
                      KvSimpleStringVector& out) const {
     const KvSimpleString pattern(valuePattern);
-    const KvIniSection* found = valuePattern != nullptr ? _findSection(section) : nullptr;
+    const KvIniSection* found = document_ != nullptr && valuePattern != nullptr
+                                    ? document_->_findSection(section)
+                                    : nullptr;
     out.clear();
     if (found != nullptr) {
         pushNames(found->keys.first(), out,
@@ -59,38 +63,40 @@ void KvIniUtil::find(const char* valuePattern, const char* section,
 void KvIniUtil::find(const char* valuePattern, KvSimpleStringVector& out) const {
     const KvSimpleString pattern(valuePattern);
     out.clear();
-    if (valuePattern != nullptr && sections_.first() != nullptr) {
-        pushNames(sections_.after(sections_.first()), out,
+    if (document_ != nullptr && valuePattern != nullptr) {
+        pushNames(document_->firstNamedSection(), out,
                   [&](const KvIniSection& each) { return anyContains(each, pattern); });
     }
 }
 
 void KvIniUtil::findKey(const char* prefix, const char* section, KvSimpleStringVector& out) const {
     const KvSimpleString wanted = trimmed(prefix);
-    const KvIniSection* found = prefix != nullptr ? _findSection(section) : nullptr;
+    const KvIniSection* found =
+        document_ != nullptr && prefix != nullptr ? document_->_findSection(section) : nullptr;
     out.clear();
     if (found != nullptr) {
-        pushNames(found->keys.first(), out,
-                  [&](const KvIniEntry& key) { return startsWith(key, wanted, caseSensitive_); });
+        pushNames(found->keys.first(), out, [&](const KvIniEntry& key) {
+            return startsWith(key, wanted, document_->caseSensitive);
+        });
     }
 }
 
 void KvIniUtil::findSection(const char* prefix, KvSimpleStringVector& out) const {
     const KvSimpleString wanted = trimmed(prefix);
     out.clear();
-    if (prefix != nullptr && sections_.first() != nullptr) {
-        pushNames(sections_.after(sections_.first()), out, [&](const KvIniSection& each) {
-            return startsWith(each, wanted, caseSensitive_);
+    if (document_ != nullptr && prefix != nullptr) {
+        pushNames(document_->firstNamedSection(), out, [&](const KvIniSection& each) {
+            return startsWith(each, wanted, document_->caseSensitive);
         });
     }
 }
 
 void KvIniUtil::visitValues(ValueVisitor visit, void* context) const {
-    if (visit == nullptr || sections_.first() == nullptr) {
+    if (document_ == nullptr || visit == nullptr) {
         return;
     }
-    const KvIniSection* section = sections_.after(sections_.first());
-    for (; section != nullptr; section = sections_.after(section)) {
+    const KvIniSection* section = document_->firstNamedSection();
+    for (; section != nullptr; section = document_->sections.after(section)) {
         const KvIniEntry* key = section->keys.first();
         for (; key != nullptr; key = section->keys.after(key)) {
             visit(key->value.c_str(), context);

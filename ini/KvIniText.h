@@ -1,17 +1,20 @@
-// KvIniText: a text inside a node of the INI document, two words wide.
-//
-// Most texts of a document are never touched: they stay where they were loaded, in the document's
-// own copy of the file, and the node only borrows them. A text that is set later gets a heap block
-// of exactly its size. The empty text has no block at all. (A KvSimpleString of any length takes a
-// block of 255 characters; with four of them a key would cost more than a kilobyte.)
+// The texts of the INI document as they are stored (KvIniText) and as they are looked up
+// (KvIniName).
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <utility>
 
 #include "base/KvSimpleString.h"
 
+// A text inside a node, two words wide.
+//
+// Most texts of a document are never touched: they stay where they were loaded, in the document's
+// own copy of the file, and the node only borrows them. A text that is set later gets a heap block
+// of exactly its size. The empty text has no block at all. (A KvSimpleString of any length takes a
+// block of 255 characters; with four of them a key would cost more than a kilobyte.)
 class KvIniText {
   public:
     // The empty text.
@@ -59,4 +62,37 @@ class KvIniText {
 
     const char* bytes_ = "";
     size_t tagged_ = 0;  // the length, and in the lowest bit whether the bytes are a heap block
+};
+
+// A name that is looked up.
+class KvIniName {
+  public:
+    // Refers to `text` without its white space at both ends; null is "". `text` outlives the name.
+    explicit KvIniName(const char* text);
+
+    [[nodiscard]] bool empty() const { return length_ == 0; }
+
+    // Whether the stored name equals this one, exactly as Str_Equal judges it: ASCII case folding
+    // only, and a stored name ends at its first NUL. The stored name itself is not trimmed.
+    [[nodiscard]] bool matches(const KvIniText& stored, bool caseSensitive) const {
+        return stored.length() >= length_ && stored.c_str()[length_] == '\0' &&
+               sameBytes(stored.c_str(), text_, length_, caseSensitive);
+    }
+
+    [[nodiscard]] uint32_t hash(bool caseSensitive) const;
+
+    // Equal for all names that match each other.
+    [[nodiscard]] static uint32_t hash(const KvIniText& stored, bool caseSensitive);
+
+    // Whether two stored names are equal in the same sense.
+    [[nodiscard]] static bool equal(const KvIniText& a, const KvIniText& b, bool caseSensitive);
+
+  private:
+    [[nodiscard]] static bool sameBytes(const char* a, const char* b, size_t length,
+                                        bool caseSensitive);
+
+    KvIniName(const char* text, size_t length) : text_(text), length_(length) {}
+
+    const char* text_;
+    size_t length_;
 };

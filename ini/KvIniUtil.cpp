@@ -4,6 +4,8 @@
 #include <new>
 #include <utility>
 
+#include "ini/KvIniDocument.h"
+
 namespace {
 
 bool isMissing(const char* text) {
@@ -24,131 +26,113 @@ void handTextsOver(const KvIniEntry& entry, KvSimpleString& to) {
 
 }  // namespace
 
+KvIniUtil::KvIniUtil(const char* file, char commentChar, bool caseSensitive, bool fromText,
+                     char separator)
+    : document_(new (std::nothrow) KvIniDocument(commentChar, caseSensitive, fromText, separator)) {
+    if (document_ != nullptr) {
+        document_->load(file);
+    }
+}
+
 // Also after a flush, with the same content once more: flushing does not take the mark of a
 // modified document away. Kept so; who wants exactly one write discards after it.
 KvIniUtil::~KvIniUtil() {
-    if (modified_ && !discarded_ && !fromText_) {
+    if (document_ != nullptr && document_->modified && !document_->discarded &&
+        !document_->fromText) {
         (void)flush(true);  // nobody is left to be told
     }
 }
 
 const char* KvIniUtil::get(const char* section, const char* key) const {
-    const KvIniSection* found = isMissing(key) ? nullptr : _findSection(section);
+    if (document_ == nullptr || isMissing(key)) {
+        return nullptr;
+    }
+    const KvIniSection* found = document_->_findSection(section);
     const KvIniEntry* entry = found != nullptr ? findKeyOf(*found, key) : nullptr;
     return entry != nullptr ? entry->value.c_str() : nullptr;
 }
 
 void KvIniUtil::set(const char* section, const char* key, const char* value) {
-    if (isMissing(key)) {
+    if (document_ == nullptr || isMissing(key)) {
         return;
     }
-    // Also when the value turns out to be the same: nobody compares.
-    modified_ = true;
-    KvIniSection* found = _findSection(section);
+    // A value that turns out to be the same as before counts as an edit, too.
+    document_->modified = true;
+    KvIniSection* found = document_->_findSection(section);
     if (found == nullptr) {
         add(section, key, value);
         return;
     }
     KvIniEntry* entry = findKeyOf(*found, key);
     if (entry == nullptr) {
-        _appendKey(*found, key, value);
+        // Untrimmed, while every look-up is trimmed: a key with blanks around it is never found
+        // again and appended each time. Kept so; files must come out as they always did.
+        document_->appendKey(*found, key, value);
     } else {
         (void)entry->value.copy(value);  // without memory the old value stays
     }
 }
 
 void KvIniUtil::add(const char* section, const char* key, const char* value) {
-    if (isMissing(key)) {
+    if (document_ == nullptr || isMissing(key)) {
         return;
     }
-    modified_ = true;
-    KvIniSection* found = _findSection(section);
+    document_->modified = true;
+    KvIniSection* found = document_->_findSection(section);
     if (found == nullptr) {
         // Untrimmed, while every look-up is trimmed: a name with blanks around it is never found
         // again and makes a new section each time. Kept so; files must come out as they always did.
         KvIniText name;
-        found = name.copy(section) ? _appendSection(std::move(name), KvIniText()) : nullptr;
+        found =
+            name.copy(section) ? document_->appendSection(std::move(name), KvIniText()) : nullptr;
     }
     if (found != nullptr) {
-        _appendKey(*found, key, value);
+        document_->appendKey(*found, key, value);
     }
 }
 
 void KvIniUtil::del(const char* section) {
-    KvIniSection* found = _findSection(section);
+    KvIniSection* found = document_ != nullptr ? document_->_findSection(section) : nullptr;
     if (found == nullptr) {
         return;
     }
-    const bool isGlobal = found == sections_.first();
+    const bool isGlobal = found == document_->sections.first();
     // The global section stays, as it must always be there; so do its texts.
     if (isGlobal && found->keys.empty()) {
         return;
     }
-    modified_ = true;
-    _freeKeys(*found);
+    document_->modified = true;
+    document_->freeKeys(*found);
     if (!isGlobal) {
-        sections_.unlink(found);
-        sectionPool_.giveBack(found);
+        document_->sections.unlink(found);
+        document_->sectionPool.giveBack(found);
     }
 }
 
 void KvIniUtil::del(const char* section, const char* key) {
-    KvIniSection* found = key != nullptr ? _findSection(section) : nullptr;
+    if (document_ == nullptr || key == nullptr) {
+        return;
+    }
+    KvIniSection* found = document_->_findSection(section);
     KvIniEntry* entry = found != nullptr ? findKeyOf(*found, key) : nullptr;
     if (entry == nullptr) {
         return;
     }
-    modified_ = true;
+    document_->modified = true;
     KvIniEntry* previous = found->keys.before(entry);
     handTextsOver(*entry, previous != nullptr ? previous->trailingText : found->afterHeaderText);
     found->keys.unlink(entry);
-    keyPool_.giveBack(entry);
+    document_->keyPool.giveBack(entry);
 }
 
 bool KvIniUtil::hasNonGlobalSection() const {
-    return sections_.size() > 1;
+    return document_ != nullptr && document_->firstNamedSection() != nullptr;
 }
 
 void KvIniUtil::discard() {
-    discarded_ = true;
-}
-
-KvIniSection* KvIniUtil::_findSection(const char* section) const {
-    const KvIniName name(section);
-    // The global section is the first to have the empty name.
-    return name.empty() ? sections_.first() : sections_.find(name, caseSensitive_);
-}
-
-KvIniSection* KvIniUtil::_appendSection(KvIniText name, KvIniText leadingText) {
-    KvIniSection* section = sectionPool_.make();
-    if (section != nullptr) {
-        section->name = std::move(name);
-        section->leadingText = std::move(leadingText);
-        section->caseSensitive = caseSensitive_;
-        sections_.append(section);
+    if (document_ != nullptr) {
+        document_->discarded = true;
     }
-    return section;
-}
-
-// Untrimmed as well, with the same consequence.
-void KvIniUtil::_appendKey(KvIniSection& section, const char* key, const char* value) {
-    KvIniEntry* entry = keyPool_.make();
-    if (entry == nullptr) {
-        return;
-    }
-    if (!entry->name.copy(key) || !entry->value.copy(value)) {
-        keyPool_.giveBack(entry);
-        return;
-    }
-    entry->caseSensitive = section.caseSensitive;
-    section.keys.append(entry);
-}
-
-void KvIniUtil::_freeKeys(KvIniSection& section) {
-    for (KvIniEntry* key = section.keys.first(); key != nullptr;) {
-        keyPool_.giveBack(std::exchange(key, section.keys.after(key)));
-    }
-    section.keys.clear();
 }
 
 KvIniUtil openDocument(const char* path) {

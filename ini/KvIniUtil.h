@@ -16,21 +16,16 @@
 //
 // In every operation a null section name, like "", means the global section. Names that are looked
 // up are trimmed first and compared with or without ASCII case, as the constructor was told.
-// A document is used by one thread at a time. No operation throws.
+// A document is used by one thread at a time. No operation throws. A document for which there is no
+// memory answers like an empty one, takes no edits and is not written.
 #pragma once
 
-#include <cstddef>
 #include <memory>
 
-#include "base/KvScoped.h"
 #include "base/KvSimpleString.h"
 #include "base/KvSimpleVector.h"
-#include "ini/KvIniNode.h"
-#include "ini/KvIniPool.h"
 
-class KvIniFile;
-struct KvIniLine;
-struct KvIniPending;
+struct KvIniDocument;
 
 class KvIniUtil {
   public:
@@ -100,50 +95,7 @@ class KvIniUtil {
     void discard();
 
   private:
-    // How the reading of one line ended.
-    enum class LineEnd {
-        kNewline,   // a line ended by a newline
-        kLastLine,  // the last line, possibly empty: the text ended instead
-        kNoMore,    // there was nothing left to read
-    };
-
-    // Tests set the convert-backslashes flag and the brackets through this: no operation does.
-    friend struct KvIniUtilAccess;
-
-    void _loadText(const char* text);
-    void _loadFile(const char* path);
-    void _takeLine(KvIniLine& line, LineEnd end, KvIniPending& pending);
-    void _takeKey(const KvIniLine& line, KvIniPending& pending);
-    static LineEnd _getline(KvIniFile& file, KvIniLine& line);
-    static LineEnd _getline(char* text, size_t& position, KvIniLine& line);
-    [[nodiscard]] static bool _isSectionDefine(const KvIniLine& line);
-    [[nodiscard]] bool _isKeyValuePair(KvIniLine& line) const;
-    [[nodiscard]] static KvIniText _getKey(const KvIniLine& line);
-    [[nodiscard]] static KvIniText _getValue(const KvIniLine& line);
-    [[nodiscard]] static KvIniText _getSectionName(const KvIniLine& line);
-    [[nodiscard]] KvIniSection* _findSection(const char* section) const;
-    KvIniSection* _appendSection(KvIniText name, KvIniText leadingText);
-    void _appendKey(KvIniSection& section, const char* key, const char* value);
-    void _freeKeys(KvIniSection& section);
-    bool _dumpTo(KvSimpleString& out) const;
-
-    static char s_LeftSquareBracket;
-    static char s_RightSquareBracket;
-
-    bool convertBackslashes_ = false;
-    bool modified_ = false;
-    bool discarded_ = false;
-    bool caseSensitive_;
-    char commentChar_;
-    char separator_;
-    bool fromText_;
-    KvSimpleString path_;
-    KvSimpleString trailer_;
-    // What was loaded; the nodes borrow their texts from it.
-    ScopedHeap<char> storage_;
-    KvIniPool<KvIniSection> sectionPool_;
-    KvIniPool<KvIniEntry> keyPool_;
-    KvIniList<KvIniSection> sections_;  // the global section comes first, always
+    std::unique_ptr<KvIniDocument> document_;  // null when there was no memory for it
 };
 
 // The document of the file at `path`, as the system opens every file it reads or writes: comments

@@ -1,15 +1,19 @@
 // Writing of a KvIniUtil document.
+#include <fcntl.h>
+
 #include <algorithm>
 #include <climits>
 #include <cstring>
 
-#include "ini/KvIniFile.h"
+#include "base/KvDescriptor.h"
+#include "ini/KvIniDocument.h"
 #include "ini/KvIniUtil.h"
 
 namespace {
 
 // Whatever the document was parsed with, this is what is written.
 constexpr char kWrittenSeparator = '=';
+constexpr mode_t kNewFileMode = 0666;  // less the umask
 
 // Counts what it is given, and copies it when it has a place to put it.
 class Sink {
@@ -58,17 +62,18 @@ bool extend(KvSimpleString& text, size_t count) {
     return true;
 }
 
-}  // namespace
-
-void KvIniUtil::dump(KvSimpleString& out) const {
-    (void)_dumpTo(out);  // without memory `out` stays as it was
+bool rewrite(const char* path, const KvSimpleString& text) {
+    ScopedFd file(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode));
+    return file.isOpen() && writeAll(file.get(), text.c_str(), text.length()) && closeWritten(file);
 }
 
+}  // namespace
+
 // Measures first and fills afterwards: a large document needs its room once, in one piece.
-bool KvIniUtil::_dumpTo(KvSimpleString& out) const {
+bool KvIniDocument::dumpTo(KvSimpleString& out) const {
     const auto putAll = [this](Sink sink) {
-        for (const KvIniSection* each = sections_.first(); each != nullptr;
-             each = sections_.after(each)) {
+        for (const KvIniSection* each = sections.first(); each != nullptr;
+             each = sections.after(each)) {
             sink.put(each->leadingText);
             // The global section never gets a header, and nor does a section that came as "[]": its
             // keys then stand under the header before. Kept so; no look-up ever reached them.
@@ -81,7 +86,7 @@ bool KvIniUtil::_dumpTo(KvSimpleString& out) const {
             sink.put(each->afterHeaderText);
             putKeys(*each, sink);
         }
-        sink.put(trailer_);
+        sink.put(trailer);
         return sink.size();
     };
     const size_t length = putAll(Sink());
@@ -97,24 +102,32 @@ bool KvIniUtil::_dumpTo(KvSimpleString& out) const {
 }
 
 // The text is complete before the file is touched: without memory for it nothing gets lost.
-bool KvIniUtil::flushTo(const char* path) const {
-    if (path == nullptr || *path == '\0') {
-        return false;
-    }
+bool KvIniDocument::writeTo(const char* file) const {
     KvSimpleString text;
-    if (!_dumpTo(text)) {
+    if (!dumpTo(text)) {
         return false;
     }
-    // Every such byte, whatever the code page.
-    if (convertBackslashes_ && !text.empty()) {
+    // Byte by byte: one that is half of a double-byte character becomes another character. Kept so.
+    if (convertBackslashes && !text.empty()) {
         std::replace(&text[0], &text[0] + text.length(), '\\', '/');
     }
-    return KvIniRewriteFile(path, text.c_str(), text.length());
+    return rewrite(file, text);
+}
+
+void KvIniUtil::dump(KvSimpleString& out) const {
+    if (document_ != nullptr) {
+        (void)document_->dumpTo(out);  // without memory `out` stays as it was
+    }
+}
+
+bool KvIniUtil::flushTo(const char* path) const {
+    return document_ != nullptr && path != nullptr && *path != '\0' && document_->writeTo(path);
 }
 
 bool KvIniUtil::flush(bool force) const {
-    if (fromText_ || path_.empty()) {
+    if (document_ == nullptr || document_->fromText || document_->path.empty()) {
         return false;
     }
-    return (force || (modified_ && !discarded_)) && flushTo(path_.c_str());
+    const bool isDue = force || (document_->modified && !document_->discarded);
+    return isDue && document_->writeTo(document_->path.c_str());
 }

@@ -1,39 +1,41 @@
 #include "log/KvEventPublisher.h"
 
 #include <algorithm>
-
-#include "log/KvListenerLists.h"
+#include <utility>
 
 namespace {
+
+// Null very early and very late in a process, when static objects of sources that do not know the
+// log may still report something.
+KvListenerLists* s_lists = nullptr;
 
 using List = DList KvListenerLists::*;
 
 int add(List list, void* listener) {
-    if (KvListenerLists* lists = KvListenerLists::current()) {
-        (void)(lists->*list).Add(listener);  // without memory it hears nothing: nobody to tell
+    if (s_lists != nullptr) {
+        (void)(s_lists->*list).Add(listener);  // without memory it hears nothing: nobody to tell
     }
     return 0;
 }
 
 int remove(List list, void* listener) {
-    if (KvListenerLists* lists = KvListenerLists::current()) {
-        (void)(lists->*list).Remove(listener);  // one that was never there needs no removal
+    if (s_lists != nullptr) {
+        (void)(s_lists->*list).Remove(listener);  // one that was never there needs no removal
     }
     return 0;
 }
 
 // Asked again before each call: a listener may register others.
 void* listenerAt(List list, int32_t index) {
-    const KvListenerLists* lists = KvListenerLists::current();
-    const bool isThere = lists != nullptr && index < (lists->*list).count;
-    return isThere ? (lists->*list).items[index] : nullptr;
+    const bool isThere = s_lists != nullptr && index < (s_lists->*list).count;
+    return isThere ? (s_lists->*list).items[index] : nullptr;
 }
 
 template <typename Listener>
 int tellAll(List list, KvEvent* event) {
     int32_t index = 0;
     while (void* listener = event != nullptr ? listenerAt(list, index++) : nullptr) {
-        // Nothing depends on who could use a message.
+        // A message is no question: whoever heard it, nothing follows from the answer.
         (void)static_cast<Listener*>(listener)->processEvent(event);
     }
     return 0;
@@ -52,6 +54,52 @@ int askAll(List list, KvEvent* event) {
 }
 
 }  // namespace
+
+KvInfoEvent::KvInfoEvent(KvSimpleString message, int level)
+    : message_(std::move(message)), level_(level) {}
+
+const char* KvInfoEvent::toString() const {
+    return message_.c_str();
+}
+
+int KvInfoEvent::publish() {
+    return KvEventPublisher::publishEvent(this);
+}
+
+int KvInfoEvent::getEventType() const {
+    return kInfoEvent;
+}
+
+KvErrorEvent::KvErrorEvent(KvSimpleString message, int level)
+    : message_(std::move(message)), level_(level) {}
+
+const char* KvErrorEvent::toString() const {
+    return message_.c_str();
+}
+
+int KvErrorEvent::publish() {
+    return KvEventPublisher::publishEvent(this);
+}
+
+int KvErrorEvent::getEventType() const {
+    return kErrorEvent;
+}
+
+int KvProgressEvent::publish() {
+    return KvEventPublisher::publishEvent(this);
+}
+
+int KvActionEvent::publish() {
+    return KvEventPublisher::publishEvent(this);
+}
+
+KvListenerLists::KvListenerLists() {
+    s_lists = this;
+}
+
+KvListenerLists::~KvListenerLists() {
+    s_lists = nullptr;
+}
 
 int KvEventPublisher::addEventListener(KvInfoEventListener* listener) {
     return add(&KvListenerLists::m_InfoList, listener);

@@ -8,6 +8,7 @@
 // that do.
 #pragma once
 
+#include "base/DList.h"
 #include "base/KvSimpleString.h"
 #include "log/KvLogStartup.h"
 
@@ -97,9 +98,25 @@ class KvErrorEventListener : public KvEventListener {};
 class KvProgressEventListener : public KvEventListener {};
 class KvActionEventListener : public KvEventListener {};
 
-// Only static members; the lists behind them (log/KvListenerLists.h) do not own the listeners: who
-// registers one removes it before it goes. Before the lists are made and after they are gone, at
-// the very ends of the process, nothing is registered and nobody is called.
+// The four lists of listeners, each in the order of registration. One object exists in a process,
+// made and destroyed with the log (log/KvLogStartup.h). The lists do not own the listeners.
+class KvListenerLists {
+  public:
+    // From here on the publisher uses these lists.
+    KvListenerLists();
+    // From here on it uses none.
+    ~KvListenerLists();
+    KvListenerLists(const KvListenerLists&) = delete;
+    KvListenerLists& operator=(const KvListenerLists&) = delete;
+
+    DList m_InfoList;
+    DList m_ErrorList;
+    DList m_ProgressList;
+    DList m_ActionList;
+};
+
+// Only static members. Who registers a listener removes it before it goes. While there are no
+// lists, at the very ends of the process, nothing is registered and nobody is called.
 class KvEventPublisher {
   public:
     KvEventPublisher() = delete;

@@ -17,6 +17,8 @@
 #include <cstdint>
 
 #include "base/KvItemInfo.h"
+#include "base/KvScoped.h"
+#include "base/KvSimpleString.h"
 
 class KvIniUtil;
 
@@ -53,11 +55,20 @@ struct updateStru {
 //
 // A count that promises more than there is costs no more than the sections that exist. A null
 // `document` has no keys; a null `out` is kDescriptionUnusable.
-[[nodiscard]] int32_t phaseIniForUpdate(const KvIniUtil* document, updateStru* out);
+[[nodiscard]] PatchDescriptionResult phaseIniForUpdate(const KvIniUtil* document, updateStru* out);
 
 // Releases all that the structure owns and sets the freed pointers to null; the item count stays.
 // Null is allowed, and so is a structure that was released before.
 void freeUpdateStru(updateStru* description);
+
+// A structure that is released with its scope.
+using OwnedUpdateStru = Owned<updateStru, freeUpdateStru>;
+
+// The text that the parser logs of the common section and of one item, each line cut at 1023 bytes,
+// its line feed included. A null `noWaiting` is an absent key; the flag reads as set when its first
+// character is '1'.
+[[nodiscard]] KvSimpleString dumpCommon(const updateStru& description, const char* noWaiting);
+[[nodiscard]] KvSimpleString dumpItem(uint64_t index, const tag_ItemInfo& item);
 
 // Prints the structure to standard output, for diagnosis. Null prints nothing.
 void printUpdateStru(const updateStru* description);

@@ -2,13 +2,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/KvHeap.h"
-#include "base/KvNumber.h"
+#include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "ini/KvIniUtil.h"
 #include "log/KvReport.h"
 #include "patch/KvUpdateStru.h"
-#include "patch/KvUpdateStruDump.h"
 
 namespace {
 
@@ -183,7 +181,7 @@ bool readWithItems(Parse& parse) {
     return readItems(parse);
 }
 
-int32_t quit(const Parse& parse) {
+PatchDescriptionResult quit(const Parse& parse) {
     freeUpdateStru(&parse.out);
     parse.out.itemCount = parse.announced;
     KV_INFO(kLevelProgress, "phaseIniForUpdate: error quit.");
@@ -192,7 +190,7 @@ int32_t quit(const Parse& parse) {
 
 }  // namespace
 
-int32_t phaseIniForUpdate(const KvIniUtil* document, updateStru* out) {
+PatchDescriptionResult phaseIniForUpdate(const KvIniUtil* document, updateStru* out) {
     if (out == nullptr) {
         return kDescriptionUnusable;
     }

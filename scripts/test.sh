@@ -5,6 +5,12 @@
 #                             clang under AddressSanitizer and UndefinedBehaviorSanitizer;
 #                             clang-tidy over the sources
 #   scripts/test.sh --quick   the optimised build and its tests alone
+#   scripts/test.sh --long [PIECE...]
+#                             what takes too long for every day, all of it or the pieces named:
+#                               faults     every call of the system fails in every kind of run
+#                               platforms  scripts/check-platforms.sh
+#                               documents  what the documents say, with all that they build
+#                             Each piece ends with a line of figures.
 #
 # Installs what is missing. Builds lie in build/; every run after the first is incremental.
 set -euo pipefail
@@ -12,10 +18,16 @@ cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
 quick=no
+pieces=()
 case "${1:-}" in
     "") ;;
     --quick) quick=yes ;;
-    *) fail "usage: scripts/test.sh [--quick]" ;;
+    --long)
+        shift
+        pieces=("$@")
+        [ $# -gt 0 ] || pieces=(faults platforms documents)
+        ;;
+    *) fail "usage: scripts/test.sh [--quick | --long [PIECE...]]" ;;
 esac
 
 jobs=$(getconf _NPROCESSORS_ONLN)
@@ -82,12 +94,63 @@ check_tidy() {
         xargs -P "$jobs" -n 4 clang-tidy -p build/asan --quiet 2>build/clang-tidy-notes.txt
 }
 
+# build_long TARGET...: what a long piece runs, optimised.
+build_long() {
+    cmake --preset release >build/release-configure.txt 2>&1 &&
+        nice cmake --build --preset release --target "$@" -- -j"$jobs"
+}
+
+# The whole walk, in pieces that share two processes.
+long_faults() {
+    local report=build/faults.tsv output=build/faults.txt result=0
+    build_long kv_faults_tests || return 1
+    rm -f "$report"
+    seq 0 31 | KV_FAULTS=all KV_FAULTS_REPORT=$report GTEST_TOTAL_SHARDS=32 xargs -P 2 -I{} \
+        env GTEST_SHARD_INDEX={} nice build/release/tests/faults/kv_faults_tests \
+        --gtest_brief=1 --gtest_filter='*FaultWalk*' >"$output" 2>&1 || result=1
+    grep 'KV_FAULTS=' "$output" || true
+    awk -F'\t' '
+        $1 == "run" { runs += 1; calls += $4; outcome[$3] += 1 }
+        $1 == "breach" { broken += 1; verdict[$3] += 1 }
+        END {
+            printf "faults: %d calls failed in %d runs:", calls, runs
+            for (name in outcome) printf " %d %s,", outcome[name], name
+            printf " %d rules broken", broken
+            for (name in verdict) printf "; %s: %d", name, verdict[name]
+            printf "\n"
+        }' "$report"
+    return "$result"
+}
+
+long_platforms() { scripts/check-platforms.sh; }
+
+# With the commands that build everything.
+long_documents() { nice bash tests/docs/follow.sh . build/documents --long; }
+
+run_pieces() {
+    local piece result=0
+    for piece in "${pieces[@]}"; do
+        declare -F "long_$piece" >/dev/null || fail "no such piece: $piece"
+        say "[$piece] running"
+        "long_$piece" || result=1
+    done
+    return "$result"
+}
+
 mkdir -p build
 packages=(compiler cmake ninja googletest benchmark)
-[ "$quick" = yes ] || packages+=(clang clang-format clang-tidy)
+checked=no
+if [ "$quick" = no ] && [ ${#pieces[@]} -eq 0 ]; then
+    checked=yes
+    packages+=(clang clang-format clang-tidy)
+fi
 require_packages "${packages[@]}"
-if [ "$quick" = no ]; then
+if [ "$checked" = yes ]; then
     check format check_format
+fi
+if [ ${#pieces[@]} -gt 0 ]; then
+    run_pieces
+    exit
 fi
 run_preset release
 if [ "$quick" = no ]; then

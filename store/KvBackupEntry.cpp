@@ -5,7 +5,6 @@
 #include <cstring>
 #include <utility>
 
-#include "base/KvPiece.h"
 #include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "fileop/KvPath.h"

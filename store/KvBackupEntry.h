@@ -7,7 +7,7 @@
 
 #include <cstddef>
 
-#include "base/KvHeap.h"
+#include "base/KvScoped.h"
 #include "base/KvSimpleString.h"
 
 // How many pieces a well-formed entry has.

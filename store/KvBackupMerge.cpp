@@ -1,17 +1,15 @@
 #include "store/KvBackupMerge.h"
 
-#include "base/KvHeap.h"
 #include "base/KvScoped.h"
 #include "base/KvSimpleVector.h"
 #include "base/KvText.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
 #include "log/KvReport.h"
-#include "store/KvBackupFiles.h"
 #include "store/KvBackupName.h"
+#include "store/KvBackupRecord.h"
 #include "store/KvBackupRemoval.h"
 #include "store/KvBackupSection.h"
-#include "store/KvRecordContents.h"
 
 // What the disk holds while one item is merged:
 //   1. The record is read, and rewritten where it was damaged. It names the former generation.
@@ -110,11 +108,11 @@ bool mergeItem(const backupStru& run, const backupItem& item, uint32_t& touched)
     }
     RecordDocument record = openRecord(path);
     KV_INFO(kLevelProgress, "Start parsing the original backup ini(%s).", path);
-    RecordContents old;
-    if (!old.repair(record, path, run)) {
+    OwnedBackupStru old;
+    if (!repairRecord(record, path, run, old)) {
         return false;
     }
-    const uint64_t number = prepareSection(*record, old.get(), item);
+    const uint64_t number = prepareSection(*record, old, item);
     touched = static_cast<uint32_t>(number);
     writeItemSection(*record, number, item, logWrittenKey);
     // Kept: the document is written once more when it is released, unless a repair took its path.
@@ -188,13 +186,4 @@ void mergeBackupIni(const backupStru* run, uint32_t backupFlag) {
     }
     KV_INFO(kLevelProgress, "mergeBackupIni: backup needed.");
     mergeRunBackup(*run);
-}
-
-void updateBackupIni(const backupStru* rollback) {
-    const uint64_t count =
-        rollback != nullptr && rollback->items != nullptr ? rollback->itemCount : 0;
-    for (uint64_t i = 0; i < count; ++i) {
-        forgetRolledBackItem(rollback->items[i]);
-    }
-    KV_INFO(kLevelProgress, "updateBackupIni: done.");
 }

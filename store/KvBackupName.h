@@ -1,17 +1,22 @@
 // Where backup copies lie and what they are called.
 //
 //     D/VC_Backup/VcBackup.ini                      the record of everything installed under D
-//     D/VC_Backup/<class>/<type>/backup.<xyz>       one backup copy; xyz are three base-36 digits
+//     D/VC_Backup/<class>/<type>/backup.<digits>    one backup copy
 //
-// One directory is shared by all generations of an item; the record tells which name holds which
-// file. Sizes are capacities in bytes, counting the NUL; the path builders cut silently there.
+// The digits are base 36. Names are counted up from `backup.000` to `backup.zzz`, then from
+// `backup.0000` to `backup.zzzz`, and so on with one digit more. One directory is shared by all
+// generations of an item; the record tells which name holds which file.
+//
+// Sizes are capacities in bytes, counting the NUL; the path builders cut silently there.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
 
-#include "base/KvSimpleString.h"
-#include "fileop/KvDiskNames.h"
+#include "base/KvScoped.h"
 
 // `base/first/second/`, with one separator behind `base` whether or not it ends in one. Returns the
 // length of what is stored. A null `base` counts as ""; a null or empty buffer gives 0.
@@ -34,35 +39,59 @@ int constructBackupPath(const char* dest, uint32_t itemClass, uint32_t type, cha
 // four bytes; `size` is not consulted.
 void r36tostr(uint64_t value, char* out, size_t size);
 
-// An extension is a dot and three base-36 digits; `ext` must have room for five bytes.
+// Here an extension is a dot and three base-36 digits; `ext` must have room for five bytes.
 // `extSeed` stores the first one, `.000`; `extInc` advances `ext` by `inc`, from `.zzz` to `.000`.
 void extSeed(char* ext, size_t size);
 void extInc(char* ext, size_t size, int64_t inc);
 
-// Makes a fresh, empty file `dir/backup.<xyz>` and stores its path in `out`. `dir` is made when it
-// is missing. The name is the first, from `.000` upward, that neither exists on disk nor occurs
-// anywhere in a value of the record, outside its global section. The record is `VcBackup.ini` in
-// the first "VC_Backup" that `dir` mentions. With all 46656 names taken the search does not end.
+// Hands out the names of one run's backup files. It belongs to the run and ends with it.
 //
-// False: no file could be made (no permission, no directory, ...); `out` then holds the name that
-// was tried. False for null arguments and an empty buffer too.
+// The first name free is the first one that neither exists in its directory nor is mentioned by the
+// record: no value outside the record's global section contains its text, so that `backup.0001`
+// mentions `backup.000`, too. The record is `VcBackup.ini` in the first "VC_Backup" that the
+// directory's path mentions; it is read once. Nothing is listed: what exists shows when the file is
+// made, exclusively.
 //
-// What the record mentions and how far the directory is taken is remembered from call to call, see
-// store/KvBackupNameIndex.h, so that n names cost n.
-[[nodiscard]] bool crtUniFile(const char* dir, char* out, size_t size);
-
-// Stands around a step of the tool that takes the backup file at `path` away, so that the removal
-// does not make the next `crtUniFile` look through the whole directory: n files put back cost n.
-// One at a time.
-class BackupRemovalScope {
+// The search of a directory goes on behind the name that it gave last, so that n names cost n. That
+// is where a search from the start would end as well, because within a run no name becomes free
+// again: a file that a run removes is either mentioned by the record, which is not written before
+// the last name is given (a saved copy that a rollback has put back), or its removal ends the run
+// (a copy of a file that is not changed after all). Where no record can be read, because the path
+// of the directory mentions another "VC_Backup" first or is too long, a name put back is not given
+// again in that run either.
+//
+// One thread at a time, as the whole run.
+class BackupNames {
   public:
-    explicit BackupRemovalScope(const char* path);
-    ~BackupRemovalScope();
-    BackupRemovalScope(const BackupRemovalScope&) = delete;
-    BackupRemovalScope& operator=(const BackupRemovalScope&) = delete;
+    BackupNames() = default;
+    BackupNames(const BackupNames&) = delete;
+    BackupNames& operator=(const BackupNames&) = delete;
+
+    // Makes an empty file of the first name free in `dir` and stores its path in `out`. `dir` is
+    // made when it is missing.
+    //
+    // False: no file was made. `out` holds the name that was tried where the system refused it (no
+    // permission, no directory, ...), and nothing of use where there is no room or no memory for
+    // the path. False for null arguments and an empty buffer, too.
+    [[nodiscard]] bool make(const char* dir, char* out, size_t size);
 
   private:
-    KvSimpleString directory_;
-    size_t number_;
-    bool wasCurrent_;
+    // Names by their place in the order in which they are tried.
+    using Numbers = std::vector<uint64_t>;
+
+    struct Directory {
+        const Numbers* mentioned;  // by its record, ascending; points into `records_`
+        uint64_t next = 0;         // no name before this one is free
+        bool isMade = false;       // whether this run has seen to it that the directory exists
+    };
+
+    [[nodiscard]] bool open(const char* dir, char* out, size_t size, ScopedFd& file);
+    [[nodiscard]] Directory* find(const char* dir);
+    [[nodiscard]] const Numbers* readRecord(const char* dir);
+
+    std::map<std::string, Numbers> records_;        // by their paths
+    std::map<std::string, Directory> directories_;  // as callers spell them
 };
+
+// The same for a single file: looks from the first name on, in a record that is read anew.
+[[nodiscard]] bool crtUniFile(const char* dir, char* out, size_t size);

@@ -4,17 +4,12 @@
 #include <cstdlib>
 #include <utility>
 
-#include "base/KvHeap.h"
-#include "base/KvNumber.h"
 #include "base/KvScoped.h"
+#include "base/KvText.h"
+#include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
-#include "ini/KvIniUtil.h"
 #include "log/KvReport.h"
-#include "store/KvBackupName.h"
-#include "store/KvBackupRecordDump.h"
-#include "store/KvBackupRecordItem.h"
 #include "store/KvBackupSection.h"
-#include "store/KvRecordDocument.h"
 
 namespace {
 
@@ -36,7 +31,7 @@ enum class CommonSection {
     kFailed,
 };
 
-int quit(backupStru& out) {
+BackupRecordResult quit(backupStru& out) {
     freeBackupStru(&out);
     KV_INFO(kLevelProgress, "phaseIniForBackup: error quit.");
     return kBackupRecordFailed;
@@ -80,8 +75,8 @@ CommonSection readCommon(const KvIniUtil& record, backupStru& out) {
 }
 
 // Puts a new record without items in place of one whose common section is unusable.
-int recoverFromCrash(KvIniUtil** doc, backupStru& out, const char* path,
-                     const backupStru* fallback) {
+BackupRecordResult recoverFromCrash(KvIniUtil** doc, backupStru& out, const char* path,
+                                    const backupStru* fallback) {
     // Released first, so that nothing it may still write brings the file back.
     delete *doc;
     *doc = nullptr;
@@ -153,20 +148,14 @@ ItemSections readItems(KvIniUtil& record, bool repair, uint64_t count, backupStr
 }
 
 // Puts the record without its dropped items in place of the document and of the file.
-int rewriteRecord(KvIniUtil** doc, backupStru& out, const char* path) {
+BackupRecordResult rewriteRecord(KvIniUtil** doc, backupStru& out, const char* path) {
     RecordDocument record = openRecord(nullptr);
     if (!record) {
         KV_ERROR(kLevelProgress, "phaseIniForBackup: malloc failed.");
         return quit(out);
     }
-    writeRecordCommon(*record, out.itemCount - 1, out.patchAgentVersion, out.patchAgentFile);
-    uint64_t kept = 0;
-    for (uint64_t i = 0; i < out.itemCount; ++i) {
-        if (out.items[i].itemClass != 0) {
-            writeItemSection(*record, kept++, out.items[i], nullptr);
-        }
-    }
-    setRecordItemCount(*record, kept);
+    writeRecord(*record, out, out.patchAgentFile,
+                [](const backupItem& item) { return item.itemClass != 0; });
     // The old document may write itself when it goes, so the new one is written after it.
     delete *doc;
     // A record that cannot be written shows when the caller writes it.
@@ -175,10 +164,30 @@ int rewriteRecord(KvIniUtil** doc, backupStru& out, const char* path) {
     return kBackupRecordParsed;
 }
 
+BackupRecordResult parseItems(KvIniUtil** doc, backupStru& out, bool repair, const char* path) {
+    const uint64_t count = std::min(std::exchange(out.itemCount, 0), kItemLimit);
+    switch (readItems(**doc, repair, count, out)) {
+        case ItemSections::kNoMemory:
+            KV_ERROR(kLevelProgress, "phaseIniForBackup: malloc failed.");
+            return quit(out);
+        case ItemSections::kFailed:
+            return quit(out);
+        case ItemSections::kSomeDropped:
+            return rewriteRecord(doc, out, path);
+        case ItemSections::kRead:
+            break;
+    }
+    return kBackupRecordParsed;
+}
+
 }  // namespace
 
-int phaseIniForBackup(KvIniUtil** doc, backupStru* out, uint32_t repair, const char* path,
-                      const backupStru* fallback) {
+RecordDocument openRecord(const char* path) {
+    return newDocument(path);
+}
+
+BackupRecordResult phaseIniForBackup(KvIniUtil** doc, backupStru* out, uint32_t repair,
+                                     const char* path, const backupStru* fallback) {
     if (doc == nullptr || *doc == nullptr || out == nullptr) {
         KV_ERROR(kLevelProgress, "phaseIniForBackup: parameters failed.");
         return kBackupRecordFailed;
@@ -199,17 +208,18 @@ int phaseIniForBackup(KvIniUtil** doc, backupStru* out, uint32_t repair, const c
         KV_INFO(kLevelProgress, "phaseIniForBackup: done, item number is zero.");
         return kBackupRecordParsed;
     }
-    const uint64_t count = std::min(std::exchange(out->itemCount, 0), kItemLimit);
-    switch (readItems(**doc, repair != 0, count, *out)) {
-        case ItemSections::kNoMemory:
-            KV_ERROR(kLevelProgress, "phaseIniForBackup: malloc failed.");
-            return quit(*out);
-        case ItemSections::kFailed:
-            return quit(*out);
-        case ItemSections::kSomeDropped:
-            return rewriteRecord(doc, *out, path);
-        case ItemSections::kRead:
-            break;
-    }
-    return kBackupRecordParsed;
+    return parseItems(doc, *out, repair != 0, path);
+}
+
+bool parseRecord(const RecordDocument& record, backupStru& out) {
+    KvIniUtil* document = record.get();
+    return phaseIniForBackup(&document, &out, 0, nullptr, nullptr) == kBackupRecordParsed;
+}
+
+bool repairRecord(RecordDocument& record, const char* path, const backupStru& fallback,
+                  backupStru& out) {
+    KvIniUtil* document = record.release();
+    const BackupRecordResult result = phaseIniForBackup(&document, &out, 1, path, &fallback);
+    record.reset(document);
+    return result == kBackupRecordParsed;
 }

@@ -16,10 +16,17 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
+#include "ini/KvIniUtil.h"
 #include "store/KvBackupStru.h"
 
-class KvIniUtil;
+// Written back when it is released, if it was modified and has a path.
+using RecordDocument = std::unique_ptr<KvIniUtil>;
+
+// The record at `path`; a missing file, or a null path, gives an empty document. Null when there is
+// no memory.
+[[nodiscard]] RecordDocument openRecord(const char* path);
 
 enum BackupRecordResult : int {
     kBackupRecordFailed = 0,
@@ -48,5 +55,12 @@ enum BackupRecordResult : int {
 //
 // `doc`, `*doc` or `out` null: failure. A file count that no list can be allocated for (a negative
 // one among them) fails for lack of memory.
-[[nodiscard]] int phaseIniForBackup(KvIniUtil** doc, backupStru* out, uint32_t repair,
-                                    const char* path, const backupStru* fallback);
+[[nodiscard]] BackupRecordResult phaseIniForBackup(KvIniUtil** doc, backupStru* out,
+                                                   uint32_t repair, const char* path,
+                                                   const backupStru* fallback);
+
+// The same without repair, and with it, where `record` may become another document or null. True:
+// `out` holds the record. Whatever `out` held is not released.
+[[nodiscard]] bool parseRecord(const RecordDocument& record, backupStru& out);
+[[nodiscard]] bool repairRecord(RecordDocument& record, const char* path,
+                                const backupStru& fallback, backupStru& out);

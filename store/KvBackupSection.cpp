@@ -1,6 +1,5 @@
 #include "store/KvBackupSection.h"
 
-#include "base/KvNumber.h"
 #include "base/KvText.h"
 #include "ini/KvIniUtil.h"
 
@@ -92,6 +91,19 @@ void writeItemSection(KvIniUtil& record, uint64_t number, const backupItem& item
     keys.list(kAddedWord, item.addedList, item.addedCount);
     keys.number(kWrittenCountKey, item.writtenCount);
     keys.list(kWrittenWord, item.writtenList, item.writtenCount);
+}
+
+void writeRecord(KvIniUtil& record, const backupStru& backup, const char* agentFile,
+                 const std::function<bool(const backupItem&)>& isKept) {
+    // The count comes first in the section, so it stands there before it is known.
+    writeRecordCommon(record, backup.itemCount - 1, backup.patchAgentVersion, agentFile);
+    uint64_t kept = 0;
+    for (uint64_t i = 0; i < backup.itemCount; ++i) {
+        if (isKept(backup.items[i])) {
+            writeItemSection(record, kept++, backup.items[i], nullptr);
+        }
+    }
+    setRecordItemCount(record, kept);
 }
 
 uint64_t sectionOfBackupItem(KvIniUtil& record, const backupStru& parsed, uint64_t index) {

@@ -1,8 +1,9 @@
-// The one place where a record's keys are written, for repair, merge and renumbering alike, and
-// where an item in memory is matched with its section in the document.
+// The sections of a backup record: the names of their keys, reading and writing one, and matching
+// an item in memory with its section in the document. The format is told in store/KvBackupRecord.h.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "store/KvBackupStru.h"
 
@@ -33,6 +34,21 @@ using BackupKey = char[kBackupKeyCapacity];
 bool makeItemSection(BackupKey& out, uint64_t number);
 [[nodiscard]] bool makeListKey(BackupKey& out, const char* word, uint64_t number);
 
+enum class RecordItem {
+    kRead,     // `item` holds the section
+    kDropped,  // damaged: the section was deleted from the document, `item` has class 0
+    kFailed,   // damaged and not to be repaired, or no memory
+};
+
+// Reads section `item_<index>` into `item`, which must be zeroed; what it holds afterwards, in each
+// case, goes with the record. Damage is only dropped with `repair`. Logs every defect, and a dump
+// of an item whose class, type and versions could be read.
+[[nodiscard]] RecordItem readRecordItem(KvIniUtil& record, uint64_t index, bool repair,
+                                        backupItem& item);
+
+// Logs a dump of what was read of the common section: count, patch agent version and file.
+void logRecordCommon(const backupStru& backup);
+
 // Receives each key and value after it was added to a section.
 using BackupKeyObserver = void (*)(const char* key, const char* value);
 
@@ -49,6 +65,11 @@ void setRecordItemCount(KvIniUtil& record, uint64_t itemCount);
 // numbers. `observer` may be null.
 void writeItemSection(KvIniUtil& record, uint64_t number, const backupItem& item,
                       BackupKeyObserver observer);
+
+// Writes an empty document as the record of those items of `backup` that `isKept` accepts, numbered
+// from 0 without gaps, with its patch agent version. A null `agentFile` leaves that key out.
+void writeRecord(KvIniUtil& record, const backupStru& backup, const char* agentFile,
+                 const std::function<bool(const backupItem&)>& isKept);
 
 inline constexpr uint64_t kNoSection = ~static_cast<uint64_t>(0);
 

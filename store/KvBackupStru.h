@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/KvScoped.h"
 #include "base/KvVersion.h"
 
 struct updateStru;
@@ -60,6 +61,9 @@ void expandBackupItem(backupItem* item);
 // Releases everything the record owns and leaves it empty: no items, count 0, no patch agent file.
 // Null is allowed, and so is a record that was released before.
 void freeBackupStru(backupStru* backup);
+
+// A record that is released with its scope.
+using OwnedBackupStru = Owned<backupStru, freeBackupStru>;
 
 // Prints the record to standard output, for diagnosis. Null is allowed and prints nothing.
 void printBackupStru(const backupStru* backup);

@@ -1,11 +1,10 @@
 #include "updater/KvAutoRollback.h"
 
-#include "agent/KvAgentItem.h"
+#include "agent/KvAgent.h"
 #include "fileop/KvFileOpUtil.h"
 #include "log/KvReport.h"
 #include "store/KvBackupEntry.h"
 #include "store/KvBackupName.h"
-#include "updater/KvRunPaths.h"
 
 namespace {
 
@@ -13,58 +12,8 @@ constexpr char kModule[] = "KvVcUpdater";
 constexpr AgentItemName kNoName = {"", "empty string"};
 constexpr int kTrue = 1;
 
-// The agent's side of the undoing of one item: it goes back from its result to its origin. The
-// answer is kept across all items: one for which no call is made is judged by the item before it.
-class AgentBracket {
-  public:
-    AgentBracket(const _PatchAgent& agent, backupItem& item, int& answer)
-        : agent_(agent),
-          item_(item),
-          versions_{&item.resultVersion, &item.originVersion},
-          texts_(item.itemClass, versions_),
-          answer_(answer) {}
-
-    void start() {
-        if (agent_.version == PATCHAGENT_OLD) {
-            (void)startOldItem(agent_, kNoName, item_.itemClass, answer_);  // see the answer above
-            if (answer_ == 0) {
-                KV_ERROR(kLevelProgress, "Start Class[%d] error but in auto rollback so ignore it",
-                         shownClass());
-            }
-        } else if (agent_.version == PATCHAGENT_NEW) {
-            answer_ = startNewItem(agent_, kNoName, item_.itemClass, item_.type, PATCHITEM_ROLLBACK,
-                                   versions_, texts_);
-            if (answer_ == 0) {
-                KV_ERROR(kLevelProgress, "Start Class[%d] error but in auto rollback ignore it",
-                         shownClass());
-            }
-        }
-    }
-
-    void end() {
-        if (agent_.version == PATCHAGENT_OLD) {
-            (void)endOldItem(agent_, kTrue, item_.itemClass, item_.type, versions_, answer_);
-        } else if (agent_.version == PATCHAGENT_NEW) {
-            // Shows the versions as they were before the agent saw them.
-            answer_ = endNewItem(agent_, kTrue, versions_, texts_);
-        } else {
-            return;
-        }
-        if (answer_ == 0) {
-            KV_ERROR(kLevelProgress, "End Class[%d] error but in auto rollback so ignore it",
-                     shownClass());
-        }
-    }
-
-  private:
-    [[nodiscard]] int shownClass() const { return static_cast<int>(item_.itemClass); }
-
-    const _PatchAgent& agent_;
-    backupItem& item_;
-    AgentItemVersions versions_;
-    AgentItemVersionTexts texts_;
-    int& answer_;
-};
+// Kept: one of them lacks the "so".
+constexpr AgentWords kStartIgnored = {"so ignore it", "ignore it"};
 
 // File operations that fail are passed over here: the rest of the item is still worth undoing.
 void deleteAddedFiles(const backupItem& item) {
@@ -76,34 +25,62 @@ void deleteAddedFiles(const backupItem& item) {
     }
 }
 
-bool moveBack(const char* entry, const char* backupDir) {
+AutoRollbackResult moveBack(const char* entry, const char* backupDir) {
     const BackupEntryParts parts = splitBackupEntry(entry);
     // An entry without a name would stand for all of the directory.
     if (parts.pieceCount != kBackupEntryPieces || parts.backupName.empty()) {
         KV_ERROR(kLevelProgress, "autoRollback: written file name failed.");
-        return false;
+        return kAutoRollbackStopped;
     }
     char source[kLongPathCapacity];
     if (!backupFileOfEntry(parts, backupDir, source, sizeof source)) {
         KV_ERROR(kLevelProgress, "autoRollback: CatURIWithFile failed.");
-        return false;
+        return kAutoRollbackStopped;
     }
     const char* target = parts.target.c_str();
     KV_INFO(kLevelProgress, "autoRollback moving files, from:%s, to:%s", source, target);
     (void)KvFileOpUtil::xmove(source, target, true);
     (void)KvFileOpUtil::xunlink(source);
-    return true;
+    return kAutoRollbackDone;
 }
 
-bool moveWrittenFilesBack(const backupItem& item) {
+AutoRollbackResult moveWrittenFilesBack(const backupItem& item) {
     char backupDir[kLongPathCapacity];
     constructBackupPath(item.destination, item.itemClass, item.type, backupDir, sizeof backupDir);
     for (uint64_t i = 0; item.writtenList != nullptr && i < item.writtenCount; ++i) {
-        if (!moveBack(item.writtenList[i], backupDir)) {
-            return false;
+        if (moveBack(item.writtenList[i], backupDir) == kAutoRollbackStopped) {
+            return kAutoRollbackStopped;
         }
     }
-    return true;
+    return kAutoRollbackDone;
+}
+
+AutoRollbackResult undoFiles(const backupItem& item, AutoRollbackMode mode) {
+    if (mode == kUndoUpdate) {
+        deleteAddedFiles(item);
+    }
+    return mode < kUndoNothing ? moveWrittenFilesBack(item) : kAutoRollbackDone;
+}
+
+// `answer` is kept across all items: the old interface makes no call for a class that it does not
+// know, and such an item is judged by what the agent said last, of whatever item.
+AutoRollbackResult undoItem(Agent& agent, backupItem& item, AutoRollbackMode mode, int& answer) {
+    const int shownClass = static_cast<int>(item.itemClass);
+    const AgentItem back(kNoName, item.itemClass, item.type, PATCHITEM_ROLLBACK,
+                         &item.resultVersion, &item.originVersion);
+    if (agent.startItem(back, answer) != ItemCall::kUnknownInterface && answer == PATCHAGENT_NO) {
+        KV_ERROR(kLevelProgress, "Start Class[%d] error but in auto rollback %s", shownClass,
+                 agent.wordOf(kStartIgnored));
+    }
+    if (undoFiles(item, mode) == kAutoRollbackStopped) {
+        return kAutoRollbackStopped;
+    }
+    if (agent.endItem(kTrue, back, answer) != ItemCall::kUnknownInterface &&
+        answer == PATCHAGENT_NO) {
+        KV_ERROR(kLevelProgress, "End Class[%d] error but in auto rollback so ignore it",
+                 shownClass);
+    }
+    return kAutoRollbackDone;
 }
 
 }  // namespace
@@ -112,21 +89,15 @@ int autoRollback(_PatchAgent* agent, backupStru* run, unsigned mode) {
     if (agent == nullptr || run == nullptr || run->items == nullptr) {
         return kAutoRollbackDone;
     }
-    int answer = 0;
+    Conversation talk(*agent);
+    int answer = PATCHAGENT_NO;
     for (uint64_t i = run->itemCount; i > 0; --i) {
         backupItem& item = run->items[i - 1];
-        if (item.destination == nullptr) {
-            continue;
-        }
-        AgentBracket bracket(*agent, item, answer);
-        bracket.start();
-        if (mode == kUndoUpdate) {
-            deleteAddedFiles(item);
-        }
-        if ((mode == kUndoUpdate || mode == kUndoRollback) && !moveWrittenFilesBack(item)) {
+        if (item.destination != nullptr &&
+            undoItem(*talk, item, static_cast<AutoRollbackMode>(mode), answer) ==
+                kAutoRollbackStopped) {
             return kAutoRollbackStopped;
         }
-        bracket.end();
     }
     return kAutoRollbackDone;
 }

@@ -1,18 +1,27 @@
 // The automatic rollback: puts every destination that a failed run has touched back as it was when
 // the run began.
+//
+// What is on the disk after each step of one file that the run has recorded:
+//   added    1. deleted
+//   written  1. the saved copy moved over the file
+//            2. the copy gone from the store, also when it could not be moved
+// A step that fails leaves things as they are, and the next one is taken. Whatever stands behind a
+// written entry that cannot be used stays as the run left it: the rest of its item, and the items
+// of lower index.
 #pragma once
 
 #include "agent/KvPatchAgent.h"
 #include "store/KvBackupStru.h"
 
-// What is undone; from 2 on only the agent is called.
+// What is undone.
 enum AutoRollbackMode : unsigned {
     kUndoUpdate = 0,    // delete the files added, move the saved ones back
     kUndoRollback = 1,  // move the saved ones back; added files stay
+    kUndoNothing = 2,   // this and all higher numbers: only the agent is called
 };
 
 enum AutoRollbackResult : int {
-    kAutoRollbackStopped = 0,  // a written entry could not be used; items of lower index untouched
+    kAutoRollbackStopped = 0,  // at a written entry that could not be used
     kAutoRollbackDone = 1,
 };
 
@@ -20,4 +29,5 @@ enum AutoRollbackResult : int {
 // and are passed over. The agent is told of each item as if it went from its result version back to
 // its origin version, with action code 2. What the agent answers, and failing file operations, do
 // not stop the rollback. Without an agent table, a record or its items there is nothing to do.
+// Takes an AutoRollbackMode and returns an AutoRollbackResult.
 [[nodiscard]] int autoRollback(_PatchAgent* agent, backupStru* run, unsigned mode);

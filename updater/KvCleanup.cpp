@@ -3,8 +3,6 @@
 #include <climits>
 #include <cstring>
 
-#include "base/KvNumber.h"
-#include "base/KvPiece.h"
 #include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "fileop/KvDirList.h"

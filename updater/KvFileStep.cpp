@@ -1,15 +1,12 @@
 #include "updater/KvFileStep.h"
 
-#include "agent/KvFileCheck.h"
-#include "base/KvHeap.h"
+#include "agent/KvAgent.h"
 #include "base/KvScoped.h"
-#include "base/KvText.h"
 #include "log/KvReport.h"
 #include "store/KvBackupEntry.h"
 #include "store/KvBackupName.h"
-#include "updater/KvItemContext.h"
+#include "updater/KvItemStep.h"
 #include "updater/KvRebootList.h"
-#include "updater/KvRunPaths.h"
 
 namespace {
 
@@ -17,13 +14,18 @@ constexpr char kModule[] = "KvVcUpdater";
 
 using Entry = KvFileOpUtil::CallbackEntry;
 
-int fail(const char* message) {
+constexpr AgentFileWords kFileWords = {
+    {nullptr, nullptr},
+    true,  // the answer is told
+    "callBackForUpdate: check file failed.",
+    "callBackForUpdate: check file return unknown value.",
+    nullptr,
+};
+
+// What stops the copy when an old file could not be saved, or a new one recorded.
+KvFileOpUtil::Result fail(const char* message) {
     KV_ERROR(kLevelProgress, "%s", message);
     return KvFileOpUtil::kDestinationNotWritable;
-}
-
-int outOfMemory() {
-    return fail("callBackForUpdate: malloc failed.");
 }
 
 int recordNewFile(const Entry& entry, const ItemContext& context) {
@@ -34,7 +36,7 @@ int recordNewFile(const Entry& entry, const ItemContext& context) {
         return fail("callBackForUpdate: Strncpy failed.");
     }
     if (copied != HeapCopy::kDone || !appendAddedFile(context.backup, added.get())) {
-        return outOfMemory();
+        return fail("callBackForUpdate: malloc failed.");
     }
     (void)added.release();  // the record's from here on
     KV_INFO(kLevelProgress, "callBackForUpdate: Create file (%s) done.", entry.destination);
@@ -42,38 +44,36 @@ int recordNewFile(const Entry& entry, const ItemContext& context) {
 }
 
 // An old file that could not be recorded must not leave its backup file behind.
-int dropBackupFile(const char* backupFile) {
-    const int result = outOfMemory();
+void dropBackupFile(const char* backupFile) {
     if (KvFileOpUtil::unlink(backupFile) != KvFileOpUtil::kDone) {
         KV_ERROR(kLevelProgress, "callBackForUpdate: unlink %s failed.", backupFile);
     }
-    return result;
 }
 
 // Looks for the bare name in the working directory, on purpose: the backup file stays.
-int dropBareName(const char* backupName) {
-    const int result = fail("callBackForUpdate: Snprintf failed.");
+void dropBareName(const char* backupName) {
     if (KvFileOpUtil::unlink(backupName) != KvFileOpUtil::kDone) {
         KV_ERROR(kLevelProgress, "callBackForUpdate: unlink failed.");
     }
-    return result;
 }
 
-// kGoOn when the backup file is in the record; `recorded` is then the record's entry.
-int recordOldFile(const Entry& entry, const ItemContext& context, const char* backupFile,
-                  const char*& recorded) {
+// The record's entry for the file, or null when it could not be made, which is said.
+const char* recordOldFile(const Entry& entry, const ItemContext& context, const char* backupFile) {
     const KvSimpleString name = KvFileOpUtil::getFileName(backupFile);
     char* text = nullptr;
     const HeapCopy made = makeBackupEntry(name.c_str(), entry.destination, text);
     ScopedHeap<char> written(text);
     if (made == HeapCopy::kCopyFailed) {
-        return dropBareName(name.c_str());
+        (void)fail("callBackForUpdate: Snprintf failed.");
+        dropBareName(name.c_str());
+        return nullptr;
     }
     if (made != HeapCopy::kDone || !appendWrittenFile(context.backup, written.get())) {
-        return dropBackupFile(backupFile);
+        (void)fail("callBackForUpdate: malloc failed.");
+        dropBackupFile(backupFile);
+        return nullptr;
     }
-    recorded = written.release();  // the record's from here on
-    return KvFileOpUtil::kGoOn;
+    return written.release();  // the record's from here on
 }
 
 int saveOldFile(const Entry& entry, const ItemContext& context, FileDecision decision) {
@@ -81,27 +81,30 @@ int saveOldFile(const Entry& entry, const ItemContext& context, FileDecision dec
     char backupFile[kLongPathCapacity];
     constructBackupPath(context.backup->destination, context.itemClass, context.type, directory,
                         sizeof directory);
-    if (!crtUniFile(directory, backupFile, sizeof backupFile)) {
+    if (!context.names->make(directory, backupFile, sizeof backupFile)) {
         return fail("callBackForUpdate: crtUniFile failed.");
     }
     // A copy that fails leaves the backup file short; the update goes on all the same.
     (void)KvFileOpUtil::copy(entry.destination, backupFile, true);
-    const char* recorded = nullptr;
-    const int result = recordOldFile(entry, context, backupFile, recorded);
-    if (result != KvFileOpUtil::kGoOn) {
-        return result;
+    const char* recorded = recordOldFile(entry, context, backupFile);
+    if (recorded == nullptr) {
+        return KvFileOpUtil::kDestinationNotWritable;
     }
-    const bool deferred = decision == FileDecision::kReboot;
-    if (deferred && !addRebootEntry(entry.path, entry.destination, kRebootReplace)) {
-        return outOfMemory();
+    const bool isDeferred = decision == FileDecision::kReboot;
+    if (isDeferred && !addRebootEntry(entry.path, entry.destination, kRebootReplace)) {
+        return fail("callBackForUpdate: malloc failed.");
     }
     KV_INFO(kLevelProgress, "callBackForUpdate: Overwrite file(%s) done.", recorded);
-    return deferred ? KvFileOpUtil::kSkip : KvFileOpUtil::kGoOn;
+    return isDeferred ? KvFileOpUtil::kSkip : KvFileOpUtil::kGoOn;
 }
 
-bool isFileToAskAbout(const Entry& entry) {
-    return entry.phase == KvFileOpUtil::kBefore && entry.destination != nullptr &&
-           !KvFileOpUtil::isDir(entry.destination);
+// The agent is asked once about each file, and not about directories.
+FileDecision decide(const Entry& entry, _PatchAgent& agent) {
+    if (entry.phase != KvFileOpUtil::kBefore || entry.destination == nullptr ||
+        KvFileOpUtil::isDir(entry.destination)) {
+        return FileDecision::kWrite;
+    }
+    return Conversation(agent)->decideFile(entry.destination, kFileWords, FileDecision::kWrite);
 }
 
 }  // namespace
@@ -111,12 +114,10 @@ int callBackForUpdate(Entry* entry) {
         return KvFileOpUtil::kBadParameters;
     }
     const auto& context = *static_cast<const ItemContext*>(entry->userData);
-    if (context.agent == nullptr || context.backup == nullptr) {
+    if (context.agent == nullptr || context.backup == nullptr || context.names == nullptr) {
         return KvFileOpUtil::kBadParameters;
     }
-    const FileDecision decision = isFileToAskAbout(*entry)
-                                      ? decideFile(context.agent, entry->destination)
-                                      : FileDecision::kWrite;
+    const FileDecision decision = decide(*entry, *context.agent);
     if (decision == FileDecision::kStop) {
         return kUserCancel;
     }

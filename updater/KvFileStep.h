@@ -15,7 +15,7 @@ constexpr int kUserCancel = 1;
 
 // The callback of the tree copy; `entry->userData` is the ItemContext of the item. Go on, skip the
 // file, or stop with kUserCancel or, when the old file could not be saved or recorded, with
-// KvFileOpUtil::kDestinationNotWritable. Without an entry, a context, or the context's agent table
-// or backup item: kBadParameters. A file without a destination is not asked about and cannot be
-// recorded.
+// KvFileOpUtil::kDestinationNotWritable. Without an entry, a context, or the context's agent table,
+// backup item or names: kBadParameters. A file without a destination is not asked about and cannot
+// be recorded.
 [[nodiscard]] int callBackForUpdate(KvFileOpUtil::CallbackEntry* entry);

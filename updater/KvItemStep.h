@@ -1,6 +1,4 @@
-// Telling the patch agent that an item starts and ends. The old interface is told by component
-// class and gets packed version numbers, the new one is told by item and gets the version records;
-// these two functions hide the difference from the actions.
+// One item of an action: the agent is told that it starts and ends, and its files share a context.
 //
 // Versions: `origin` is what the item comes from, `result` what it goes to. The old interface gets
 // their first words; for patterns these are turned into the agents' pattern numbering (types 0 to 4
@@ -10,6 +8,19 @@
 
 #include "agent/KvPatchAgent.h"
 #include "base/KvVersion.h"
+#include "store/KvBackupName.h"
+#include "store/KvBackupStru.h"
+
+// What the steps of the item's files share. It only points at its parts.
+struct ItemContext {
+    backupItem* backup;       // where the item's changes are recorded
+    _PatchAgent* agent;       // asked about every file
+    const char* destination;  // the item's destination in the patch description
+    unsigned count;           // carried, always 0
+    unsigned itemClass;
+    unsigned type;
+    BackupNames* names = nullptr;  // of the run; names what is saved
+};
 
 // Not 0: the item may be processed. 0: the agent refused it (its end call has then been made
 // already, with success 0, and must not be made again), or class or interface are unknown,

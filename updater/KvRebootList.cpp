@@ -5,7 +5,6 @@
 #include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "log/KvReport.h"
-#include "updater/KvRebootWriter.h"
 
 namespace {
 
@@ -16,7 +15,7 @@ constexpr char kModule[] = "KvVcUpdater";
 DList g_rebootCopyList;
 bool g_RebootForNewFile = false;
 
-bool addRebootEntry(const char* source, const char* destination, char flag) {
+bool addRebootEntry(const char* source, const char* destination, RebootMarker flag) {
     ScopedHeap<RebootEntry> entry(static_cast<RebootEntry*>(malloc(sizeof(RebootEntry))));
     if (!entry) {
         return false;
@@ -29,6 +28,10 @@ bool addRebootEntry(const char* source, const char* destination, char flag) {
     }
     (void)entry.release();  // the list's from here on
     return true;
+}
+
+int writeReboot(const char* /*source*/, const char* /*target*/, char /*marker*/) {
+    return 0;
 }
 
 bool WriteRebootList() {

@@ -18,7 +18,7 @@ enum RebootMarker : char {
 struct RebootEntry {
     char source[kRebootPathCapacity];       // "" when there is no source
     char destination[kRebootPathCapacity];  // cut to the capacity, like the source
-    char flag;                              // a RebootMarker
+    RebootMarker flag;
 };
 
 // The entries of this run (RebootEntry, each a heap block), in the order in which they were added.
@@ -29,7 +29,12 @@ extern DList g_rebootCopyList;
 extern bool g_RebootForNewFile;
 
 // Appends an entry; a null `source` is stored as "". False when there is no memory.
-[[nodiscard]] bool addRebootEntry(const char* source, const char* destination, char flag);
+[[nodiscard]] bool addRebootEntry(const char* source, const char* destination, RebootMarker flag);
+
+// Would register one entry with the operating system. There is no register of deferred copies on
+// this platform: always 0, nothing is written. A null or empty `source` stands for a deletion of
+// `target`.
+int writeReboot(const char* source, const char* target, char marker);
 
 // Hands every entry to `writeReboot`, logs and frees it. False when there are no entries. The list
 // keeps its (then dangling) pointers: it is called once, at the end of a run.

@@ -3,12 +3,13 @@
 
 #include "agent/KvPatchAgent.h"
 #include "patch/KvUpdateStru.h"
+#include "updater/KvRunStatus.h"
 
 class KvIniUtil;
 
 // Reads the patch description `document`, loads its agent, asks an agent of the new interface for
 // its consent and rolls all items back. Returns the run status (updater/KvRunStatus.h).
-[[nodiscard]] unsigned rollback(KvIniUtil* document);
+[[nodiscard]] VcRunStatus rollback(KvIniUtil* document);
 
 // Restores the items of the description, last item first, bracketed by the agent's calls. When an
 // item fails, what this rollback has changed so far is undone. Returns the run status: 0, or why it

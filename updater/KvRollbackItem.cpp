@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include "agent/KvAgent.h"
 #include "base/KvScoped.h"
 #include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
@@ -9,22 +10,29 @@
 #include "log/KvReport.h"
 #include "store/KvBackupEntry.h"
 #include "store/KvBackupName.h"
-#include "store/KvRecordContents.h"
+#include "store/KvBackupRecord.h"
 #include "updater/KvRebootList.h"
 
 namespace {
 
 constexpr char kModule[] = "KvVcUpdater";
 
-// How the question about a file is logged for each interface; the four differ on purpose.
-struct CheckWords {
-    const char* oldAgent;
-    const char* newAgent;
-};
-constexpr CheckWords kAddedWords = {"Call PatchAgent CheckFile with: ",
-                                    "Call PatchAgent CheckFileEx with "};
-constexpr CheckWords kWrittenWords = {"Call PatchAgent CheckFilie with: ",
-                                      "Call PatchAgent CheckFileEx with: "};
+// No item ends this low; the range is the one that the tree operations have.
+constexpr int kLowestAccessFailure = -6;
+
+// The four questions differ on purpose: "CheckFilie", and a colon that is missing once. No blank
+// stands behind "rollbackItem:" in the last text but one. Searches of the log rely on all of it.
+constexpr AgentFileWords wordsFor(const char* oldAgent, const char* newAgent) {
+    return {{oldAgent, newAgent},
+            false,    // the answer is not told
+            nullptr,  // nor is a stop: the item says it
+            "rollbackItem:unknown action for checkfile.",
+            "rollbackItem: unknown patch agent version."};
+}
+constexpr AgentFileWords kAddedWords =
+    wordsFor("Call PatchAgent CheckFile with: ", "Call PatchAgent CheckFileEx with ");
+constexpr AgentFileWords kWrittenWords =
+    wordsFor("Call PatchAgent CheckFilie with: ", "Call PatchAgent CheckFileEx with: ");
 
 // One file on its way back. `source` is the saved copy to put in place; "" for an added file, which
 // is deleted.
@@ -32,146 +40,40 @@ struct RollbackFile {
     const char* path;
     const char* source;
     RebootMarker marker;
-    CheckWords words;
+    const AgentFileWords& words;
 };
 
-class ItemRollback {
-  public:
-    ItemRollback(ItemContext& context, const backupItem& recorded)
-        : context_(context), recorded_(recorded) {
-        constructBackupPath(context.destination, context.itemClass, context.type, backupDir_,
-                            sizeof backupDir_);
-    }
-
-    int run();
-
-  private:
-    [[nodiscard]] bool isDone() const {
-        return status_ == kItemRolledBack || status_ == kItemLeftFiles;
-    }
-
-    void undoAdded(const char* path);
-    void undoWritten(const char* entry);
-    bool prepareFile(const RollbackFile& file);
-    bool takeAnswer(const RollbackFile& file, const char* copy);
-    void askAgent(const RollbackFile& file);
-    bool recordCopy(const char* copy, const char* path);
-
-    ItemContext& context_;
-    const backupItem& recorded_;
-    char backupDir_[kLongPathCapacity];
-    int answer_ = 0;  // an unknown interface keeps the last one
-    // Carried from the added files into the written ones: an answer without meaning keeps it.
-    int status_ = kItemRolledBack;
-};
-
-int ItemRollback::run() {
-    for (uint64_t i = 0; i < recorded_.addedCount && isDone(); ++i) {
-        undoAdded(recorded_.addedList[i]);
-    }
-    if (isDone()) {
-        KV_INFO(kLevelProgress, "rollbackItem: rollback added file done.");
-        for (uint64_t i = 0; i < recorded_.writtenCount && isDone(); ++i) {
-            undoWritten(recorded_.writtenList[i]);
-        }
-    }
-    if (!isDone()) {
-        // The same words for both kinds of files.
-        KV_ERROR(kLevelProgress, "rollbackItem: rollback added file failed.");
-    }
-    return status_;
+bool isDone(RollbackItemResult result) {
+    return result == kItemRolledBack || result == kItemLeftFiles;
 }
 
-void ItemRollback::undoAdded(const char* path) {
-    const RollbackFile file{path, "", kRebootDelete, kAddedWords};
-    if (prepareFile(file) && status_ != kItemLeftFiles) {
-        // A file that cannot be deleted stays; the rollback goes on.
-        (void)KvFileOpUtil::unlink(path);
-    }
+RollbackItemResult notSaved(const char* message) {
+    KV_ERROR(kLevelProgress, "%s", message);
+    return kItemNotSaved;
 }
 
-void ItemRollback::undoWritten(const char* entry) {
-    const BackupEntryParts parts = splitBackupEntry(entry);
-    if (parts.pieceCount == 0 && entry != nullptr && *entry != '\0') {
-        // There was no memory for its pieces. Gone on with, the item would count as rolled back and
-        // lose the copy.
-        KV_ERROR(kLevelProgress, "rollbackItem: malloc failed.");
-        status_ = kItemNotSaved;
-        return;
-    }
-    char source[kLongPathCapacity];
-    if (!backupFileOfEntry(parts, backupDir_, source, sizeof source)) {
-        KV_ERROR(kLevelProgress, "rollbackItem: CatURIWithFile failed.");
-        status_ = kItemNotSaved;
-        return;
-    }
-    const RollbackFile file{parts.target.c_str(), source, kRebootPutBack, kWrittenWords};
-    if (prepareFile(file) && status_ != kItemLeftFiles) {
-        const BackupRemovalScope removal(source);
-        // As above.
-        (void)KvFileOpUtil::move(source, file.path, true);
-    }
+// What an answer without a meaning decides: the same as for the file before, whose result is
+// `last`. One that was deferred makes this one stay, too, but outside of the reboot list.
+FileDecision decisionAfter(RollbackItemResult last) {
+    return last == kItemLeftFiles ? FileDecision::kSkip : FileDecision::kWrite;
 }
 
-// Saves the file's present content, asks the agent and records the copy. False when the item ends
-// here; the status then says why.
-bool ItemRollback::prepareFile(const RollbackFile& file) {
-    char copy[kLongPathCapacity];
-    if (!crtUniFile(backupDir_, copy, sizeof copy)) {
+bool saveFile(const char* path, const char* backupDir, BackupNames& names,
+              char (&copy)[kLongPathCapacity]) {
+    if (!names.make(backupDir, copy, sizeof copy)) {
         KV_ERROR(kLevelProgress, "rollbackItem: crtUniFile failed.");
-        status_ = kItemNotSaved;
         return false;
     }
     // A file that is gone already leaves an empty copy.
-    (void)KvFileOpUtil::copy(file.path, copy, true);
-    askAgent(file);
-    return takeAnswer(file, copy) && recordCopy(copy, file.path);
+    (void)KvFileOpUtil::copy(path, copy, true);
+    return true;
 }
 
-void ItemRollback::askAgent(const RollbackFile& file) {
-    if (context_.agent->version == PATCHAGENT_OLD) {
-        KV_INFO(kLevelProgress, "%s%s", file.words.oldAgent, file.path);
-        answer_ = context_.agent->CheckFile(file.path);
-    } else if (context_.agent->version == PATCHAGENT_NEW) {
-        KV_INFO(kLevelProgress, "%s%s", file.words.newAgent, file.path);
-        answer_ = context_.agent->CheckFileEx(file.path);
-    } else {
-        KV_ERROR(kLevelProgress, "rollbackItem: unknown patch agent version.");
-    }
-}
-
-bool ItemRollback::takeAnswer(const RollbackFile& file, const char* copy) {
-    switch (answer_) {
-        case CHECKFILE_ERROR:
-            // Nothing was touched yet, so the copy has no use.
-            (void)KvFileOpUtil::unlink(copy);
-            status_ = kItemCancelled;
-            return false;
-        case CHECKFILE_SKIP:
-            status_ = kItemLeftFiles;
-            return true;
-        case CHECKFILE_REPLACE:
-            status_ = kItemRolledBack;
-            return true;
-        case CHECKFILE_REBOOT:
-            status_ = kItemLeftFiles;
-            if (!addRebootEntry(file.source, file.path, file.marker)) {
-                KV_ERROR(kLevelProgress, "rollbackItem: malloc failed.");
-                status_ = kItemNotSaved;
-            }
-            return status_ == kItemLeftFiles;
-        default:
-            // Kept: no blank behind the colon, which searches of the log rely on.
-            KV_ERROR(kLevelProgress, "rollbackItem:unknown action for checkfile.");
-            return true;
-    }
-}
-
-bool ItemRollback::recordCopy(const char* copy, const char* path) {
+bool recordCopy(const char* copy, const char* path, backupItem* record) {
     char* text = nullptr;
     const HeapCopy made = makeBackupEntry(KvFileOpUtil::getFileName(copy).c_str(), path, text);
     ScopedHeap<char> entry(text);
-    if (made == HeapCopy::kDone && appendWrittenFile(context_.backup, entry.get())) {
+    if (made == HeapCopy::kDone && appendWrittenFile(record, entry.get())) {
         (void)entry.release();  // the record's from here on
         return true;
     }
@@ -180,24 +82,110 @@ bool ItemRollback::recordCopy(const char* copy, const char* path) {
     KV_ERROR(kLevelProgress, "%s",
              made == HeapCopy::kCopyFailed ? "rollbackItem: Snprintf failed."
                                            : "rollbackItem: malloc failed.");
-    status_ = kItemNotSaved;
     return false;
 }
 
-int readRecord(const char* path, RecordContents& contents) {
-    RecordDocument document = openRecord(path);
+// A file that cannot be deleted or put back stays as it is; the rollback goes on.
+void putBack(const RollbackFile& file) {
+    if (*file.source == '\0') {
+        (void)KvFileOpUtil::unlink(file.path);
+    } else {
+        (void)KvFileOpUtil::move(file.source, file.path, true);
+    }
+}
+
+// The files of one item. Each gets the result of the one before and gives its own; the last one's
+// is the item's.
+class ItemRollback {
+  public:
+    ItemRollback(ItemContext& context, const backupItem& recorded)
+        : context_(context), talk_(*context.agent), recorded_(recorded) {
+        constructBackupPath(context.destination, context.itemClass, context.type, backupDir_,
+                            sizeof backupDir_);
+    }
+
+    RollbackItemResult run();
+
+  private:
+    RollbackItemResult undoWritten(const char* entry, RollbackItemResult last);
+    RollbackItemResult undoFile(const RollbackFile& file, RollbackItemResult last);
+
+    ItemContext& context_;
+    Conversation talk_;
+    const backupItem& recorded_;
+    char backupDir_[kLongPathCapacity];
+};
+
+RollbackItemResult ItemRollback::run() {
+    RollbackItemResult result = kItemRolledBack;
+    for (uint64_t i = 0; i < recorded_.addedCount && isDone(result); ++i) {
+        result = undoFile({recorded_.addedList[i], "", kRebootDelete, kAddedWords}, result);
+    }
+    if (isDone(result)) {
+        KV_INFO(kLevelProgress, "rollbackItem: rollback added file done.");
+        for (uint64_t i = 0; i < recorded_.writtenCount && isDone(result); ++i) {
+            result = undoWritten(recorded_.writtenList[i], result);
+        }
+    }
+    if (!isDone(result)) {
+        // The same words for both kinds of files.
+        KV_ERROR(kLevelProgress, "rollbackItem: rollback added file failed.");
+    }
+    return result;
+}
+
+RollbackItemResult ItemRollback::undoWritten(const char* entry, RollbackItemResult last) {
+    const BackupEntryParts parts = splitBackupEntry(entry);
+    if (parts.pieceCount == 0 && entry != nullptr && *entry != '\0') {
+        // There was no memory for its pieces. Gone on with, the item would count as rolled back and
+        // lose the copy.
+        return notSaved("rollbackItem: malloc failed.");
+    }
+    char source[kLongPathCapacity];
+    if (!backupFileOfEntry(parts, backupDir_, source, sizeof source)) {
+        return notSaved("rollbackItem: CatURIWithFile failed.");
+    }
+    return undoFile({parts.target.c_str(), source, kRebootPutBack, kWrittenWords}, last);
+}
+
+RollbackItemResult ItemRollback::undoFile(const RollbackFile& file, RollbackItemResult last) {
+    char copy[kLongPathCapacity];
+    if (!saveFile(file.path, backupDir_, *context_.names, copy)) {
+        return kItemNotSaved;
+    }
+    const FileDecision decision = talk_->decideFile(file.path, file.words, decisionAfter(last));
+    if (decision == FileDecision::kStop) {
+        // The file was not touched, so its copy has no use.
+        (void)KvFileOpUtil::unlink(copy);
+        return kItemCancelled;
+    }
+    if (decision == FileDecision::kReboot && !addRebootEntry(file.source, file.path, file.marker)) {
+        return notSaved("rollbackItem: malloc failed.");
+    }
+    if (!recordCopy(copy, file.path, context_.backup)) {
+        return kItemNotSaved;
+    }
+    if (decision != FileDecision::kWrite) {
+        return kItemLeftFiles;
+    }
+    putBack(file);
+    return kItemRolledBack;
+}
+
+RollbackItemResult readRecord(const char* path, backupStru& contents) {
+    const RecordDocument document = openRecord(path);
     if (!document) {
         KV_ERROR(kLevelProgress, "rollbackItem: create KvIniUtil object failed.");
         return kItemNoRecord;
     }
-    if (!contents.parse(document)) {
+    if (!parseRecord(document, contents)) {
         KV_ERROR(kLevelProgress, "rollbackItem: phaseIniForBackup failed.");
         return kItemNoRecord;
     }
     return kItemRolledBack;
 }
 
-int findRecord(const char* destination, char (&path)[kLongPathCapacity]) {
+RollbackItemResult findRecord(const char* destination, char (&path)[kLongPathCapacity]) {
     if (CatURIWithPath(path, sizeof path, destination, kBackupStoreName) != 0) {
         KV_ERROR(kLevelProgress, "rollbackItem: CatURIWithFile failed.");
         return kItemBadPath;
@@ -214,13 +202,14 @@ int findRecord(const char* destination, char (&path)[kLongPathCapacity]) {
 
 }  // namespace
 
-int rollbackItem(ItemContext* context) {
-    if (context == nullptr || context->agent == nullptr || context->backup == nullptr) {
+RollbackItemResult rollbackItem(ItemContext* context) {
+    if (context == nullptr || context->agent == nullptr || context->backup == nullptr ||
+        context->names == nullptr) {
         return kItemBadPath;
     }
     char path[kLongPathCapacity];
-    RecordContents contents;
-    int result = findRecord(context->destination, path);
+    OwnedBackupStru contents;
+    RollbackItemResult result = findRecord(context->destination, path);
     if (result == kItemRolledBack) {
         result = readRecord(path, contents);
     }
@@ -228,11 +217,29 @@ int rollbackItem(ItemContext* context) {
         return result;
     }
     KV_INFO(kLevelProgress, "rollbackItem: find out the item with same class/type.");
-    const backupItem* recorded = findBackupItem(&contents.get(), context->itemClass, context->type);
+    const backupItem* recorded = findBackupItem(&contents, context->itemClass, context->type);
     if (recorded == nullptr) {
         KV_INFO(kLevelProgress, "rollbackItem: item not found.");
         return kItemNotRecorded;
     }
     KV_INFO(kLevelProgress, "rollbackItem: item found.");
     return ItemRollback(*context, *recorded).run();
+}
+
+VcRunStatus statusOfItem(RollbackItemResult result) {
+    if (result >= kLowestAccessFailure && result <= kItemNoRecord) {
+        KV_ERROR(kLevelProgress, "rollbackWithPatchAgent: access failed.");
+        return kStatusDiskAccess;
+    }
+    switch (result) {
+        case kItemBadPath:
+            KV_ERROR(kLevelProgress, "rollbackWithPatchAgent: bad arguments.");
+            return kStatusBadDescription;
+        case kItemCancelled:
+            KV_ERROR(kLevelProgress, "rollbackWithPatchAgent: user cancel.");
+            return kStatusAgentFailed;
+        default:
+            // Results outside the ranges count as success on purpose.
+            return kStatusSuccess;
+    }
 }

@@ -1,10 +1,20 @@
 // Undoing the last update of one item from the backup store.
 //
-// Before a file is touched its present content is copied to a fresh backup name and recorded in the
-// context's own backup item, so that a rollback that fails can be undone itself.
+// What is on the disk after each step of one file, which the update added, or which it overwrote
+// and saved in the store:
+//   1. saved: a fresh name in the store holds the file's present content (nothing, when the file is
+//      gone already); then the agent is asked
+//   2. recorded: the copy of step 1 stands in the context's backup item, so that a rollback that
+//      fails can be undone itself
+//   3. undone: an added file is deleted, the saved one of the update is moved over an overwritten
+//      one; a file that the agent skips or defers stays as it is
+// A file that the agent stops at is not recorded, and its copy of step 1 is deleted again. A file
+// that cannot be saved or recorded is not undone. Either ends the item: the files before it stay
+// undone and recorded, those behind it untouched.
 #pragma once
 
-#include "updater/KvItemContext.h"
+#include "updater/KvItemStep.h"
+#include "updater/KvRunStatus.h"
 
 enum RollbackItemResult : int {
     kItemRolledBack = 0,
@@ -20,7 +30,11 @@ enum RollbackItemResult : int {
 
 // Deletes the files that the last update of the item added and moves the saved copies of those it
 // overwrote back into place, asking the agent about each. `context->backup` receives one written
-// entry for each file. Files handled before a failure stay handled and recorded.
+// entry for each file.
 // A null `context->destination` is the working directory, as "" is.
-// A null context, or one without an agent or a backup item, gives kItemBadPath.
-[[nodiscard]] int rollbackItem(ItemContext* context);
+// A null context, or one without an agent, a backup item or names, gives kItemBadPath.
+[[nodiscard]] RollbackItemResult rollbackItem(ItemContext* context);
+
+// The run status for what `rollbackItem` returned, any number; one that is not kStatusSuccess is
+// logged with its reason.
+[[nodiscard]] VcRunStatus statusOfItem(RollbackItemResult result);

@@ -1,5 +1,5 @@
-// The run status: what `VcResult.ini` reports to the caller. The caller's code depends on the
-// numbers; they never change meaning.
+// The run status, and the result file `VcResult.ini` by which the caller learns it. The caller's
+// code depends on the numbers; they never change meaning.
 #pragma once
 
 enum VcRunStatus : unsigned {
@@ -24,3 +24,8 @@ enum VcRunStatus : unsigned {
     // The agent refused or failed, or the user cancelled.
     kStatusAgentFailed = 60
 };
+
+// Writes `status` as the key "result" before the first section of `VcResult.ini` in the staging
+// directory (`g_VCTempPath`), in place of a "result" that stands there; the rest of the file is
+// kept. A file that cannot be written is not reported.
+void writeResult(int status);

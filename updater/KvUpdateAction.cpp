@@ -5,100 +5,57 @@
 #include "log/KvReport.h"
 #include "store/KvBackupMerge.h"
 #include "store/KvBackupName.h"
-#include "updater/KvActionScope.h"
-#include "updater/KvAutoRollback.h"
+#include "updater/KvActionRun.h"
 #include "updater/KvFileStep.h"
-#include "updater/KvItemContext.h"
-#include "updater/KvItemStep.h"
 #include "updater/KvRebootList.h"
 #include "updater/KvRunPaths.h"
-#include "updater/KvRunStatus.h"
-#include "updater/KvUpdateAgent.h"
 
 namespace {
 
 constexpr char kModule[] = "KvVcUpdater";
 
-class UpdateRun {
-  public:
-    UpdateRun(ActionScope& scope, UpdateAgent& talk)
-        : agent_(scope.agent),
-          description_(scope.description),
-          talk_(talk),
-          backup_(scope.description) {}
+constexpr AgentLoadWords kLoadWords = {
+    {"update: update with old patch agent.", "update: update with new patch agent."},
+    "update: unknown patch agent version number."};
 
-    unsigned run();
-
-  private:
-    unsigned updateItems();
-    unsigned updateItem(tag_ItemInfo& item, backupItem& backup);
-    unsigned copyItem(const tag_ItemInfo& item, backupItem& backup, const char* pattern);
-
-    _PatchAgent& agent_;
-    updateStru& description_;
-    UpdateAgent& talk_;
-    BackupScope backup_;
-    unsigned endAnswer_ = 0;  // of the last item
+constexpr ActionPlan kPlan = {
+    "updateWithPatchAgent",
+    {
+        // Only some of the questions begin with "Call ".
+        {{"Call PatchAgent GetPatternPath with", "Call PatchAgent GetPatternPath result"},
+         {"PatchAgent GetEnginePath with", "Call PatchAgent GetEnginePath result"},
+         {"PatchAgent GetProductPath with", "PatchAgent GetProductPath result"}},
+        {"Call PatchAgent IsRollback with: void",
+         "updateWithPatchAgent: patch agent want not to rollback.", false},
+        {nullptr, "Call PatchAgent StartPatch with: 0x",
+         "updateWithPatchAgent: PatchAgent StartPatch return PATCH_ERROR.",
+         "updateWithPatchAgent: PatchAgent StartPatch return PATCH_CLOSEPROGRAM."},
+        {nullptr, "Call PatchAgent StartAction with: void.",
+         "updateWithPatchAgent: PatchAgent StartAction return PATCH_ERROR.",
+         "updateWithPatchAgent: PatchAgent StartAction return PATCH_CLOSEPROGRAM."},
+        nullptr,  // such an update ends when it is to be loaded
+    },
+    kStatusAgentFailed,  // when the program is open
+    false,               // items in their order
+    false,               // an item's destination is recorded after its start
+    "updateWithPatchAgent: malloc for blist dest failed.",
+    nullptr,  // nothing more about an item that failed
+    kUndoUpdate,
 };
 
-unsigned UpdateRun::run() {
-    unsigned status = backup_.isComplete(description_) ? talk_.start() : kStatusOutOfMemory;
-    if (status == kStatusSuccess) {
-        status = updateItems();
-        if (status != kStatusSuccess) {
-            KV_INFO(kLevelProgress, "updateWithPatchAgent: auto rollback.");
-            // What could not be undone has been logged; the status stays that of the failure.
-            (void)autoRollback(&agent_, &backup_.record, kUndoUpdate);
-            KV_INFO(kLevelProgress, "updateWithPatchAgent: auto rollback done.");
-        }
-    }
-    if (status != kStatusSuccess) {
-        KV_INFO(kLevelProgress, "updateWithPatchAgent: error quit.");
-        return status;
-    }
-    talk_.end(endAnswer_ != 0);
-    mergeBackupIni(&backup_.record, description_.backup);
-    return kStatusSuccess;
-}
+class UpdateRun final : public ActionRun {
+  public:
+    explicit UpdateRun(ActionScope& scope) : ActionRun(scope.agent, scope.description, kPlan) {}
 
-unsigned UpdateRun::updateItems() {
-    for (uint64_t i = 0; i < description_.itemCount; ++i) {
-        const unsigned status = updateItem(description_.items[i], backup_.record.items[i]);
-        if (status != kStatusSuccess) {
-            return status;
-        }
+  protected:
+    unsigned flagsOf(const tag_ItemInfo& item) const override {
+        return item.forceUpdate != 0 ? unsigned{PATCHITEM_FORCEUPDATE} : 0U;
     }
-    return kStatusSuccess;
-}
+    VcRunStatus process(const tag_ItemInfo& item, ItemContext& context) override;
+    void finish(int endAnswer, const backupStru& record) override;
+};
 
-unsigned UpdateRun::updateItem(tag_ItemInfo& item, backupItem& backup) {
-    char source[kLongPathCapacity];
-    constructUpdatePath(g_VCTempPath, item.itemClass, item.type, source, sizeof source);
-    if (startEachItem(&agent_, item.zipFile, item.itemClass, item.type, &item.originVersion,
-                      &item.resultVersion, talk_.flagsFor(item)) == 0) {
-        KV_ERROR(kLevelProgress, "updateWithPatchAgent: start item failed.");
-        return kStatusAgentFailed;
-    }
-    if (backup.destination == nullptr) {
-        backup.destination = Str_Dup(item.destination);
-    }
-    if (backup.destination == nullptr) {
-        KV_ERROR(kLevelProgress, "updateWithPatchAgent: malloc for blist dest failed.");
-        return kStatusOutOfMemory;
-    }
-    // Always fits: the staging directory's path is far shorter than the buffer.
-    (void)Strncat(source, "*", sizeof source);
-    const unsigned status = copyItem(item, backup, source);
-    endAnswer_ = endEachItem(status == kStatusSuccess ? 1 : 0, &agent_, item.itemClass, item.type,
-                             &item.originVersion, &item.resultVersion);
-    if (endAnswer_ == 0) {
-        KV_ERROR(kLevelProgress, "updateWithPatchAgent: end item failed.");
-        return kStatusAgentFailed;
-    }
-    return status;
-}
-
-unsigned statusOfCopy(int result) {
+VcRunStatus statusOfCopy(int result) {
     if (result >= KvFileOpUtil::kDestinationExists && result <= KvFileOpUtil::kCannotOpenSource) {
         KV_ERROR(kLevelProgress, "updateWithPatchAgent: xcopy failed, disk access.");
         return kStatusDiskAccess;
@@ -117,14 +74,12 @@ unsigned statusOfCopy(int result) {
     }
 }
 
-unsigned UpdateRun::copyItem(const tag_ItemInfo& item, backupItem& backup, const char* pattern) {
-    ItemContext context{&backup, &agent_, item.destination, 0, item.itemClass, item.type};
-    backup.itemClass = item.itemClass;
-    backup.type = item.type;
-    backup.originVersion = item.originVersion;
-    backup.resultVersion = item.resultVersion;
-
-    const char* destination = talk_.destinationOf(item);
+VcRunStatus UpdateRun::process(const tag_ItemInfo& item, ItemContext& context) {
+    char pattern[kLongPathCapacity];
+    constructUpdatePath(g_VCTempPath, item.itemClass, item.type, pattern, sizeof pattern);
+    // Always fits: the staging directory's path is far shorter than the buffer.
+    (void)Strncat(pattern, "*", sizeof pattern);
+    const char* destination = agent().destinationOf(item, paths());
     KvFileOpUtil::CallbackEntry entry{};
     entry.cbSize = sizeof entry;
     entry.userData = &context;
@@ -132,28 +87,9 @@ unsigned UpdateRun::copyItem(const tag_ItemInfo& item, backupItem& backup, const
     return statusOfCopy(KvFileOpUtil::xcopy(pattern, destination, true, callBackForUpdate, &entry));
 }
 
-template <typename Talk>
-unsigned updateWith(ActionScope& scope) {
-    Talk talk(scope.agent, scope.description);
-    return UpdateRun(scope, talk).run();
-}
-
-// Loads the agent and carries out the update; the interface is chosen here and nowhere else.
-unsigned updateByInterface(ActionScope& scope) {
-    switch (scope.description.patchAgentVersion) {
-        case PATCHAGENT_OLD:
-            KV_INFO(kLevelProgress, "update: update with old patch agent.");
-            loadOldPatchAgent(scope.description.patchAgentFile, &scope.agent);
-            return updateWith<OldUpdateAgent>(scope);
-        default:
-            KV_INFO(kLevelProgress, "update: update with new patch agent.");
-            loadNewPatchAgent(scope.description.patchAgentFile, &scope.agent);
-            return updateWith<NewUpdateAgent>(scope);
-    }
-}
-
-bool isKnownInterface(unsigned version) {
-    return version == PATCHAGENT_OLD || version == PATCHAGENT_NEW;
+void UpdateRun::finish(int endAnswer, const backupStru& record) {
+    agent().end(endAnswer != PATCHAGENT_NO ? 1 : 0, nullptr);
+    mergeBackupIni(&record, description().backup);
 }
 
 }  // namespace
@@ -169,11 +105,11 @@ unsigned update(KvIniUtil* document) {
         KV_INFO(kLevelProgress, "update: vcpatch ini contains no items.");
         return kStatusNothingToUpdate;
     }
-    if (!isKnownInterface(scope.description.patchAgentVersion)) {
-        KV_ERROR(kLevelProgress, "update: unknown patch agent version number.");
+    scope.agent.version = scope.description.patchAgentVersion;
+    if (!Conversation(scope.agent)->load(scope.description.patchAgentFile, kLoadWords)) {
         return kStatusBadDescription;
     }
-    const unsigned status = updateByInterface(scope);
+    const VcRunStatus status = UpdateRun(scope).run();
     if (status != kStatusSuccess) {
         KV_ERROR(kLevelProgress, "update: updateWithPatchAgent failed.");
         DropRebootList();

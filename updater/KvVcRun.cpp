@@ -3,7 +3,6 @@
 #include <memory>
 #include <new>
 
-#include "base/KvNumber.h"
 #include "base/KvText.h"
 #include "fileop/KvDiskNames.h"
 #include "fileop/KvPath.h"
@@ -14,7 +13,6 @@
 #include "log/KvVcEventManager.h"
 #include "patch/KvUpdateStru.h"
 #include "updater/KvCleanup.h"
-#include "updater/KvResultFile.h"
 #include "updater/KvRollbackAction.h"
 #include "updater/KvRunPaths.h"
 #include "updater/KvRunStatus.h"
@@ -31,7 +29,7 @@ enum ExitCode : int {
 };
 
 struct Outcome {
-    unsigned status = kStatusBadInvocation;
+    VcRunStatus status = kStatusBadInvocation;
     ExitCode exitCode = kExitBadInvocation;
     bool nowaiting = false;  // nobody waits for the result file
 };
@@ -65,16 +63,16 @@ void publishSettings(const KvIniUtil& document) {
     copyIfPresent(document.get(kCommon, "RstLib"), g_RstFileLib);
 }
 
-unsigned runUpdate(KvIniUtil& document, bool nowaiting) {
+VcRunStatus runUpdate(KvIniUtil& document, bool nowaiting) {
     KV_INFO(kLevelProgress, "VcPatch Action: update.");
-    const unsigned status = update(&document);
+    const auto status = static_cast<VcRunStatus>(update(&document));
     if (status == kStatusSuccess && nowaiting) {
         removeCachedFiles(&document);
     }
     return status;
 }
 
-unsigned runAction(KvIniUtil& document, bool nowaiting) {
+VcRunStatus runAction(KvIniUtil& document, bool nowaiting) {
     const char* action = document.get(kCommon, "action");
     if (action == nullptr) {
         KV_ERROR(kLevelProgress, "VcPatch fetch (common:action) failed.");

@@ -2,13 +2,13 @@
 // system's own tool where there is one (its start is part of its time, so only the large file is
 // a fair race).
 #include <benchmark/benchmark.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <vector>
 
+#include "bench/support/Workplace.h"
 #include "fileop/KvMD5.h"
 
 namespace {
@@ -20,26 +20,20 @@ constexpr int64_t kLarge = int64_t{1} << 28U;
 class BenchFile {
   public:
     explicit BenchFile(int64_t size) {
-        const int fd = mkstemp(path_.data());
-        std::vector<char> content(static_cast<size_t>(size));
+        std::string content(static_cast<size_t>(size), '\0');
         for (size_t i = 0; i < content.size(); ++i) {
             content[i] = static_cast<char>(i * 31 + i / 251);
         }
-        const ssize_t written = fd >= 0 ? write(fd, content.data(), content.size()) : -1;
-        isComplete_ = written == size;
-        if (fd >= 0) {
-            (void)close(fd);
-        }
+        std::ofstream out(path_, std::ios::binary);
+        isComplete_ = out.write(content.data(), size).flush().good();
     }
-    ~BenchFile() { (void)unlink(path_.c_str()); }
-    BenchFile(const BenchFile&) = delete;
-    BenchFile& operator=(const BenchFile&) = delete;
 
     [[nodiscard]] const std::string& path() const { return path_; }
     [[nodiscard]] bool isComplete() const { return isComplete_; }
 
   private:
-    std::string path_ = "/tmp/kv-md5-XXXXXX";
+    Workplace place_;
+    std::string path_ = place_.path("file");
     bool isComplete_ = false;
 };
 

@@ -1,10 +1,11 @@
 // The documents that the benchmarks load: sections of equal size, one line a key.
 #pragma once
 
+#include <fstream>
 #include <string>
 #include <vector>
 
-#include "tests/support/TempTree.h"
+#include "bench/support/Workplace.h"
 
 class IniText {
   public:
@@ -21,7 +22,7 @@ class IniText {
         for (int64_t k = 0; k < keysPerSection; ++k) {
             keys_.push_back("file" + std::to_string(k));
         }
-        path_ = tree_.write("document.ini", text);
+        std::ofstream(path_) << text;
         size_ = static_cast<int64_t>(text.size());
     }
 
@@ -45,8 +46,8 @@ class IniText {
     }
 
   private:
-    TempTree tree_;
-    std::string path_;
+    Workplace place_;
+    std::string path_ = place_.path("document.ini");
     int64_t size_ = 0;
     std::vector<std::string> sections_;
     std::vector<std::string> keys_;

@@ -2,12 +2,11 @@
 // of the message; and the wrapping alone, which must cost in proportion to it.
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 
-#include "log/KvLogWrap.h"
+#include "bench/support/Workplace.h"
+#include "log/KvLogRecord.h"
 #include "log/KvReport.h"
 #include "log/KvVcEventManager.h"
 
@@ -21,21 +20,15 @@ constexpr int64_t kLong = 20000;
 class LogPlace {
   public:
     explicit LogPlace(const char* config) {
-        char path[] = "/tmp/kv_log_bench.XXXXXX";
-        path_ = mkdtemp(path) != nullptr ? path : "/missing";
-        std::ofstream(path_ / "vccfg.ini") << config;
-        g_pEventManager->resetVCPath(path_.c_str());
+        std::ofstream(place_.path("vccfg.ini")) << config;
+        g_pEventManager->resetVCPath(place_.path("").c_str());
     }
-    ~LogPlace() {
-        g_pEventManager->redirectToCallback(nullptr, nullptr);
-        std::error_code error;
-        std::filesystem::remove_all(path_, error);
-    }
+    ~LogPlace() { g_pEventManager->redirectToCallback(nullptr, nullptr); }
     LogPlace(const LogPlace&) = delete;
     LogPlace& operator=(const LogPlace&) = delete;
 
   private:
-    std::filesystem::path path_;
+    Workplace place_;
 };
 
 std::string sentence(int64_t length) {

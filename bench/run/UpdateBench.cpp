@@ -14,6 +14,7 @@
 
 #include "bench/support/Pairs.h"
 #include "bench/support/Workplace.h"
+#include "fileop/KvDiskNames.h"
 
 namespace fs = std::filesystem;
 
@@ -26,7 +27,7 @@ class UpdatePlace {
         fs::create_directories(place_.path("vc"));
         makeTree(staged(), files, kibibytes);
         makeTree(place_.path("old"), files, kibibytes);
-        std::ofstream(place_.path("staging/VcPatch.ini"))
+        std::ofstream(staging(kDescriptionName))
             << "[common]\nitemcount=1\npatchagent.version=1\naction=0\nvelocore_path="
             << place_.path("vc") << "\n[item_0]\nclass=3\ntype=5\norigin.version=1\n"
             << "result.version=2\ndestination=" << product() << "\n";
@@ -41,7 +42,7 @@ class UpdatePlace {
     void update() const {
         runProgram({KV_VCPATCH, place_.path("staging")});
         std::string result;
-        std::ifstream(place_.path("staging/VcResult.ini")) >> result;
+        std::ifstream(staging(kResultName)) >> result;
         if (result != "result=0") {
             abort();
         }
@@ -59,12 +60,15 @@ class UpdatePlace {
 
     void clear() const {
         fs::remove_all(product());
-        fs::remove_all(place_.path("vc/VC_Data"));
+        fs::remove_all(place_.path(std::string("vc/") + kDataDirName));
         fs::remove_all(place_.path("aside"));
         fs::create_directory(place_.path("aside"));
     }
 
   private:
+    [[nodiscard]] std::string staging(const std::string& name) const {
+        return place_.path("staging/" + name);
+    }
     [[nodiscard]] std::string aside() { return place_.path("aside/" + std::to_string(++copies_)); }
 
     Workplace place_;

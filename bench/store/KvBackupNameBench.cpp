@@ -1,5 +1,6 @@
-// Handing out n names in one directory against a record of as many entries, beside what the file
-// system alone needs to make n files. The time of both must stay proportional to n.
+// Handing out n names of a run, in one directory or in three in turn, against a record of as many
+// entries, beside what the file system alone needs to make n files. The time of all must stay
+// proportional to n.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 
@@ -29,16 +30,17 @@ void makeFilesAlone(benchmark::State& state) {
     state.SetComplexityN(state.range(0));
 }
 
-void handOutNames(benchmark::State& state) {
+void handOut(benchmark::State& state, int64_t directories) {
     for (auto _ : state) {
         state.PauseTiming();
         auto store = std::make_unique<BenchStore>();
         store->writeRecord(BenchStore::record(kItems, state.range(0) / kItems));
-        const std::string directory = store->directory();
         char path[4096];
         state.ResumeTiming();
+        BackupNames names;
         for (int64_t i = 0; i < state.range(0); ++i) {
-            if (!crtUniFile(directory.c_str(), path, sizeof path)) {
+            const std::string directory = store->directory() + std::to_string(i % directories);
+            if (!names.make(directory.c_str(), path, sizeof path)) {
                 state.SkipWithError("no name");
                 break;
             }
@@ -51,6 +53,14 @@ void handOutNames(benchmark::State& state) {
     state.SetComplexityN(state.range(0));
 }
 
+void handOutNames(benchmark::State& state) {
+    handOut(state, 1);
+}
+
+void handOutNamesInTurn(benchmark::State& state) {
+    handOut(state, 3);
+}
+
 BENCHMARK(makeFilesAlone)
     ->Arg(400)
     ->Arg(4000)
@@ -59,6 +69,13 @@ BENCHMARK(makeFilesAlone)
     ->Complexity(benchmark::oN)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(handOutNames)
+    ->Arg(400)
+    ->Arg(4000)
+    ->Arg(40000)
+    ->Iterations(1)
+    ->Complexity(benchmark::oN)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(handOutNamesInTurn)
     ->Arg(400)
     ->Arg(4000)
     ->Arg(40000)

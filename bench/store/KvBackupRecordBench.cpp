@@ -4,7 +4,7 @@
 
 #include "bench/store/BenchStore.h"
 #include "store/KvBackupMerge.h"
-#include "store/KvRecordContents.h"
+#include "store/KvBackupRecord.h"
 
 namespace {
 
@@ -22,8 +22,8 @@ void parse(benchmark::State& state) {
     store.writeRecord(recordOf(state.range(0), state.range(1)));
     for (auto _ : state) {
         RecordDocument document = openRecord(store.recordPath().c_str());
-        RecordContents contents;
-        if (!contents.parse(document)) {
+        OwnedBackupStru contents;
+        if (!parseRecord(document, contents)) {
             state.SkipWithError("not parsed");
         }
     }
@@ -48,8 +48,8 @@ void repair(benchmark::State& state) {
         store.writeRecord(text);
         state.ResumeTiming();
         RecordDocument document = openRecord(store.recordPath().c_str());
-        RecordContents contents;
-        if (!contents.repair(document, store.recordPath().c_str(), fallback)) {
+        OwnedBackupStru contents;
+        if (!repairRecord(document, store.recordPath().c_str(), fallback, contents)) {
             state.SkipWithError("not repaired");
         }
     }
@@ -58,16 +58,16 @@ void repair(benchmark::State& state) {
 
 void merge(benchmark::State& state) {
     const BenchStore store;
-    RecordContents run;
+    OwnedBackupStru run;
     store.writeRecord(recordOf(state.range(0), state.range(1)));
     {
         RecordDocument document = openRecord(store.recordPath().c_str());
-        if (!run.parse(document)) {
+        if (!parseRecord(document, run)) {
             state.SkipWithError("not parsed");
         }
     }
     // The last item is folded into the record again and again.
-    backupStru last = run.get();
+    backupStru last = run;
     last.items += last.itemCount - 1;
     last.itemCount = 1;
     std::string destination = store.destination();

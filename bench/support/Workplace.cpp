@@ -14,8 +14,12 @@ constexpr int64_t kFilesPerDir = 200;
 
 }  // namespace
 
+std::string benchDirectory() {
+    return fs::temp_directory_path().string();
+}
+
 Workplace::Workplace() {
-    std::string pattern = (fs::temp_directory_path() / "kv-bench-XXXXXX").string();
+    std::string pattern = benchDirectory() + "/kv-bench-XXXXXX";
     if (mkdtemp(pattern.data()) == nullptr) {
         abort();
     }

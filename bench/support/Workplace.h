@@ -4,7 +4,10 @@
 #include <cstdint>
 #include <string>
 
-// Lies below the temporary directory and is removed with everything in it.
+// Where benchmarks keep their files: what TMPDIR names, the system's temporary directory otherwise.
+[[nodiscard]] std::string benchDirectory();
+
+// Lies below `benchDirectory` and is removed with everything in it.
 class Workplace {
   public:
     Workplace();

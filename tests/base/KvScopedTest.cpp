@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/support/TempTree.h"
 
 namespace {
@@ -37,6 +39,24 @@ TEST(KvScoped, AReleasedDescriptorStaysOpen) {
     EXPECT_FALSE(isOpen(fd));
 }
 
+struct PlainRecord {
+    int* releases;
+};
+
+void releaseRecord(PlainRecord* record) {
+    ++*record->releases;
+}
+
+TEST(KvScoped, AnOwnedRecordStartsZeroedAndIsReleasedOnce) {
+    int releases = 0;
+    {
+        Owned<PlainRecord, releaseRecord> record;
+        EXPECT_EQ(record.releases, nullptr);
+        record.releases = &releases;
+    }
+    EXPECT_EQ(releases, 1);
+}
+
 TEST(KvScoped, FilesAndDirectoriesAreClosed) {
     const TempTree tree;
     int fileFd = -1;
@@ -51,6 +71,35 @@ TEST(KvScoped, FilesAndDirectoriesAreClosed) {
     }
     EXPECT_FALSE(isOpen(fileFd));
     EXPECT_FALSE(isOpen(dirFd));
+}
+
+TEST(KvScopedHeap, ArraysAreZeroed) {
+    const ScopedHeap<uint64_t> array(allocZeroed<uint64_t>(100));
+    ASSERT_TRUE(array);
+    EXPECT_TRUE(std::all_of(array.get(), array.get() + 100, [](uint64_t x) { return x == 0; }));
+}
+
+TEST(KvScopedHeap, ArraysAboveTheLimitAreRefused) {
+    EXPECT_EQ(nullptr, allocZeroed<uint64_t>(536870912));
+    EXPECT_EQ(nullptr, allocZeroed<uint64_t>(~uint64_t{0}));
+    EXPECT_EQ(nullptr, allocZeroed<char>(kHeapArrayLimit + 1));
+}
+
+TEST(KvScopedHeap, TextsAreCopiedWhole) {
+    for (const char* text : {"", "a", "a longer text with blanks"}) {
+        char* copy = nullptr;
+        ASSERT_EQ(HeapCopy::kDone, copyToHeap(text, copy));
+        EXPECT_STREQ(text, copy);
+        EXPECT_NE(text, copy);
+        free(copy);
+    }
+}
+
+TEST(KvScopedHeap, NullTextIsNotCopied) {
+    char untouched = 'x';
+    char* copy = &untouched;
+    EXPECT_EQ(HeapCopy::kCopyFailed, copyToHeap(nullptr, copy));
+    EXPECT_EQ(nullptr, copy);
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ constexpr int kEof = 1;
 constexpr int kFailed = 2;
 constexpr int kBad = 4;
 
-class KvSimpleIStreamTest : public testing::Test {
+class InputStream : public testing::Test {
   protected:
     // The stream, open on a file with this content.
     KvSimpleIStream& on(const std::string& content, int mode = KvSimpleStream::in) {
@@ -37,7 +37,7 @@ class KvSimpleIStreamTest : public testing::Test {
     KvSimpleIStream stream_;
 };
 
-TEST_F(KvSimpleIStreamTest, OpenAddsInAndStartsAtTheBeginning) {
+TEST_F(InputStream, OpenAddsInAndStartsAtTheBeginning) {
     EXPECT_EQ(on("abc", 0).get(), 'a');
     EXPECT_EQ(on("abc", KvSimpleStream::binary).get(), 'a');
     EXPECT_EQ(on("abc", KvSimpleStream::ate).get(), 'a') << "even when the end was asked for";
@@ -50,7 +50,7 @@ TEST_F(KvSimpleIStreamTest, OpenAddsInAndStartsAtTheBeginning) {
     EXPECT_FALSE(stream_.is_open());
 }
 
-TEST_F(KvSimpleIStreamTest, ReadTakesUpToTheCount) {
+TEST_F(InputStream, ReadTakesUpToTheCount) {
     GuardedBuffer buffer(4);
     on("abcdef").read(buffer.data(), 4);
     EXPECT_EQ(std::string(buffer.data(), 4), "abcd");
@@ -68,7 +68,7 @@ TEST_F(KvSimpleIStreamTest, ReadTakesUpToTheCount) {
     EXPECT_TRUE(buffer.isIntact());
 }
 
-TEST_F(KvSimpleIStreamTest, FewerBytesThanAskedForAreTheEndOfFile) {
+TEST_F(InputStream, FewerBytesThanAskedForAreTheEndOfFile) {
     char buffer[8];
     on("abc").read(buffer, 8);
     EXPECT_EQ(stream_.gcount(), 3u);
@@ -77,7 +77,7 @@ TEST_F(KvSimpleIStreamTest, FewerBytesThanAskedForAreTheEndOfFile) {
     EXPECT_EQ(stream_.rdstate(), kGood);
 }
 
-TEST_F(KvSimpleIStreamTest, GetTakesOneByte) {
+TEST_F(InputStream, GetTakesOneByte) {
     on("a\xFF");
     EXPECT_EQ(stream_.get(), 'a');
     EXPECT_EQ(stream_.gcount(), 1u);
@@ -87,7 +87,7 @@ TEST_F(KvSimpleIStreamTest, GetTakesOneByte) {
     EXPECT_EQ(stream_.gcount(), 0u);
 }
 
-TEST_F(KvSimpleIStreamTest, GetCountsItsByteOnlyWhileTheStateIsGood) {
+TEST_F(InputStream, GetCountsItsByteOnlyWhileTheStateIsGood) {
     on("ab");
     EXPECT_EQ(stream_.get(), 'a');
     EXPECT_EQ(stream_.get(), 'b');
@@ -98,7 +98,7 @@ TEST_F(KvSimpleIStreamTest, GetCountsItsByteOnlyWhileTheStateIsGood) {
     EXPECT_EQ(stream_.rdstate(), kEof) << "seeking takes no bit away";
 }
 
-TEST_F(KvSimpleIStreamTest, PeekConsumesTheByte) {
+TEST_F(InputStream, PeekConsumesTheByte) {
     on("ab");
     EXPECT_EQ(stream_.peek(), 'a');
     EXPECT_EQ(stream_.gcount(), 1u);
@@ -114,7 +114,7 @@ struct LineRow {
     int state;
 };
 
-TEST_F(KvSimpleIStreamTest, GetlineKeepsTheDelimiterAndTellsHowItEnded) {
+TEST_F(InputStream, GetlineKeepsTheDelimiterAndTellsHowItEnded) {
     const LineRow rows[] = {
         {"ab\ncd", 10, "ab\n", kGood},  {"ab\ncd", 5, "ab\n", kGood},
         {"ab\ncd", 4, "ab\n", kFailed},  // the delimiter fills the buffer
@@ -134,7 +134,7 @@ TEST_F(KvSimpleIStreamTest, GetlineKeepsTheDelimiterAndTellsHowItEnded) {
     }
 }
 
-TEST_F(KvSimpleIStreamTest, TheRestOfALongLineStaysUnread) {
+TEST_F(InputStream, TheRestOfALongLineStaysUnread) {
     char buffer[4];
     on("abcdef\nx").getline(buffer, sizeof(buffer));
     EXPECT_STREQ(buffer, "abc");
@@ -142,7 +142,7 @@ TEST_F(KvSimpleIStreamTest, TheRestOfALongLineStaysUnread) {
     EXPECT_EQ(stream_.get(), 'd');
 }
 
-TEST_F(KvSimpleIStreamTest, GetlineTakesAnyDelimiter) {
+TEST_F(InputStream, GetlineTakesAnyDelimiter) {
     char buffer[16];
     on("ab\nc;d").getline(buffer, sizeof(buffer), ';');
     EXPECT_STREQ(buffer, "ab\nc;");
@@ -152,7 +152,7 @@ TEST_F(KvSimpleIStreamTest, GetlineTakesAnyDelimiter) {
     EXPECT_STREQ(buffer, "ab\xFF");
 }
 
-TEST_F(KvSimpleIStreamTest, GetlineIntoNoRoomWritesNothing) {
+TEST_F(InputStream, GetlineIntoNoRoomWritesNothing) {
     GuardedBuffer none(0);
     on("ab").getline(none.data(), 0);
     EXPECT_TRUE(none.isIntact());
@@ -160,7 +160,7 @@ TEST_F(KvSimpleIStreamTest, GetlineIntoNoRoomWritesNothing) {
     EXPECT_EQ(stream_.get(), 'a');
 }
 
-TEST_F(KvSimpleIStreamTest, IgnoreSkipsUpToTheCountOrTheDelimiter) {
+TEST_F(InputStream, IgnoreSkipsUpToTheCountOrTheDelimiter) {
     on("abc;def;g").ignore(2, ';');
     EXPECT_EQ(stream_.gcount(), 2u);
     EXPECT_EQ(stream_.get(), 'c');
@@ -175,7 +175,7 @@ TEST_F(KvSimpleIStreamTest, IgnoreSkipsUpToTheCountOrTheDelimiter) {
     EXPECT_EQ(stream_.rdstate(), kEof);
 }
 
-TEST_F(KvSimpleIStreamTest, IgnoreDoesNothingOnceFailedOrBad) {
+TEST_F(InputStream, IgnoreDoesNothingOnceFailedOrBad) {
     failedOn("abc").ignore(2, ';');
     EXPECT_EQ(stream_.get(), 'a');
 
@@ -185,7 +185,7 @@ TEST_F(KvSimpleIStreamTest, IgnoreDoesNothingOnceFailedOrBad) {
     EXPECT_EQ(stream_.get(), 'a');
 }
 
-TEST_F(KvSimpleIStreamTest, PutbackStepsOverTheSameByteOnly) {
+TEST_F(InputStream, PutbackStepsOverTheSameByteOnly) {
     on("abc");
     EXPECT_EQ(stream_.get(), 'a');
     EXPECT_EQ(stream_.get(), 'b');
@@ -199,7 +199,7 @@ TEST_F(KvSimpleIStreamTest, PutbackStepsOverTheSameByteOnly) {
     EXPECT_EQ(stream_.tellg(), 2) << "the position stays";
 }
 
-TEST_F(KvSimpleIStreamTest, PutbackAtTheStartIsBad) {
+TEST_F(InputStream, PutbackAtTheStartIsBad) {
     on("abc").putback('a');
     EXPECT_EQ(stream_.rdstate(), kBad);
     EXPECT_EQ(stream_.get(), 'a');
@@ -209,7 +209,7 @@ TEST_F(KvSimpleIStreamTest, PutbackAtTheStartIsBad) {
     EXPECT_EQ(stream_.rdstate(), kGood);
 }
 
-TEST_F(KvSimpleIStreamTest, TellsAndSeeksPositions) {
+TEST_F(InputStream, TellsAndSeeksPositions) {
     on("abcdef");
     EXPECT_EQ(stream_.tellg(), 0);
     EXPECT_EQ(stream_.seekg(0, SEEK_END).tellg(), 6);
@@ -221,14 +221,14 @@ TEST_F(KvSimpleIStreamTest, TellsAndSeeksPositions) {
     EXPECT_EQ(stream_.tellg(), 5) << "a bad stream still tells its position";
 }
 
-TEST_F(KvSimpleIStreamTest, AFailedStreamTellsNoPosition) {
+TEST_F(InputStream, AFailedStreamTellsNoPosition) {
     EXPECT_EQ(failedOn("abc").tellg(), -1);
     EXPECT_EQ(stream_.rdstate(), kFailed);
     stream_.seekg(2);
     EXPECT_EQ(stream_.get(), 'c') << "but it still seeks and reads";
 }
 
-TEST_F(KvSimpleIStreamTest, APipeHasNoPosition) {
+TEST_F(InputStream, APipeHasNoPosition) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     FILE* reading = fdopen(ends[0], "r");
@@ -265,7 +265,7 @@ TEST(KvSimpleIStream, WithoutAFileEverythingIsBad) {
     EXPECT_STREQ(buffer, "old");
 }
 
-TEST_F(KvSimpleIStreamTest, ANullBufferIsBad) {
+TEST_F(InputStream, ANullBufferIsBad) {
     char byte = 'x';
     on("abc").read(&byte, 1);
     EXPECT_EQ(stream_.gcount(), 1u);

@@ -23,7 +23,7 @@ struct EarlyLook {
 };
 const EarlyLook s_earlyLook;
 
-class KvSimpleOStreamTest : public testing::Test {
+class OutputStream : public testing::Test {
   protected:
     std::string written() {
         stream_.close();
@@ -35,7 +35,7 @@ class KvSimpleOStreamTest : public testing::Test {
     KvSimpleOStream stream_;
 };
 
-TEST_F(KvSimpleOStreamTest, OpenAddsOut) {
+TEST_F(OutputStream, OpenAddsOut) {
     tree_.write("file", "old");
     stream_.open(path_.c_str(), KvSimpleStream::app);
     stream_ << "+";
@@ -49,14 +49,14 @@ TEST_F(KvSimpleOStreamTest, OpenAddsOut) {
     EXPECT_EQ(stream_.rdstate(), kFailed);
 }
 
-TEST_F(KvSimpleOStreamTest, WritesBytes) {
+TEST_F(OutputStream, WritesBytes) {
     stream_.open(path_.c_str());
     stream_.write("a\0b", 3).put('c').put('\0').write("", 0);
     EXPECT_EQ(stream_.rdstate(), kGood);
     EXPECT_EQ(written(), std::string("a\0bc\0", 5));
 }
 
-TEST_F(KvSimpleOStreamTest, InsertsNumbersCharactersAndTexts) {
+TEST_F(OutputStream, InsertsNumbersCharactersAndTexts) {
     stream_.open(path_.c_str());
     stream_ << 0 << ' ' << -7 << ' ' << INT_MAX << ' ' << INT_MIN << ' ' << "text" << ' '
             << KvSimpleString("a\0b", 3) << endl;
@@ -64,7 +64,7 @@ TEST_F(KvSimpleOStreamTest, InsertsNumbersCharactersAndTexts) {
     EXPECT_EQ(written(), std::string("0 -7 2147483647 -2147483648 text a\0b\n", 37));
 }
 
-TEST_F(KvSimpleOStreamTest, NullAndEmptyTextsInsertNothing) {
+TEST_F(OutputStream, NullAndEmptyTextsInsertNothing) {
     KvSimpleOStream closed;
     closed << static_cast<const char*>(nullptr) << "" << KvSimpleString() << KvSimpleString("");
     EXPECT_EQ(closed.rdstate(), kGood) << "not even the missing file is noticed";
@@ -73,7 +73,7 @@ TEST_F(KvSimpleOStreamTest, NullAndEmptyTextsInsertNothing) {
     EXPECT_EQ(closed.rdstate(), kGood);
 }
 
-TEST_F(KvSimpleOStreamTest, EndlEndsTheLineAndFlushes) {
+TEST_F(OutputStream, EndlEndsTheLineAndFlushes) {
     stream_.open(path_.c_str());
     stream_ << "a";
     EXPECT_EQ(tree_.read("file"), "") << "still in the buffer";
@@ -84,7 +84,7 @@ TEST_F(KvSimpleOStreamTest, EndlEndsTheLineAndFlushes) {
     EXPECT_EQ(tree_.read("file"), "a\nb");
 }
 
-TEST_F(KvSimpleOStreamTest, TellsAndSeeksPositions) {
+TEST_F(OutputStream, TellsAndSeeksPositions) {
     stream_.open(path_.c_str());
     stream_ << "abcdef";
     EXPECT_EQ(stream_.tellp(), 6);
@@ -115,14 +115,14 @@ TEST(KvSimpleOStream, WithoutAFileEverythingIsBad) {
     EXPECT_EQ(KvSimpleOStream().tellp(), -1);
 }
 
-TEST_F(KvSimpleOStreamTest, ANullBufferIsBad) {
+TEST_F(OutputStream, ANullBufferIsBad) {
     stream_.open(path_.c_str());
     stream_.write(nullptr, 3);
     EXPECT_EQ(stream_.rdstate(), kBad);
     EXPECT_EQ(written(), "");
 }
 
-TEST_F(KvSimpleOStreamTest, AFileThatTakesNothingIsBad) {
+TEST_F(OutputStream, AFileThatTakesNothingIsBad) {
     const ScopedFile readOnly(fopen(tree_.write("file", "old").c_str(), "r"));
     KvSimpleOStream writing(readOnly.get());
     writing.write("abc", 3);
@@ -132,7 +132,7 @@ TEST_F(KvSimpleOStreamTest, AFileThatTakesNothingIsBad) {
     EXPECT_EQ(putting.rdstate(), kBad);
 }
 
-TEST_F(KvSimpleOStreamTest, AFlushThatFailsCountsAsTheEndOfFile) {
+TEST_F(OutputStream, AFlushThatFailsCountsAsTheEndOfFile) {
     FILE* existing = fopen(path_.c_str(), "w");
     KvSimpleOStream stream(existing);
     stream << "still in the buffer";
@@ -143,7 +143,7 @@ TEST_F(KvSimpleOStreamTest, AFlushThatFailsCountsAsTheEndOfFile) {
     EXPECT_EQ(stream.rdstate(), kFailed) << "a failing close sets the state anew";
 }
 
-TEST_F(KvSimpleOStreamTest, ABadStreamIsNotFlushed) {
+TEST_F(OutputStream, ABadStreamIsNotFlushed) {
     stream_.open(path_.c_str());
     stream_ << "abc";
     stream_.write(nullptr, 1);
@@ -152,7 +152,7 @@ TEST_F(KvSimpleOStreamTest, ABadStreamIsNotFlushed) {
     EXPECT_EQ(stream_.rdstate(), kBad);
 }
 
-TEST_F(KvSimpleOStreamTest, APipeHasNoPosition) {
+TEST_F(OutputStream, APipeHasNoPosition) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     KvSimpleOStream stream(fdopen(ends[1], "w"));

@@ -136,6 +136,19 @@ TEST(KvTextBuffer, AFormatThatCannotBeConvertedStoresNothing) {
     EXPECT_TRUE(buffer.isIntact());
 }
 
+TEST(KvTextBuffer, AppendFormatCutsEachPieceAt1023Bytes) {
+    KvSimpleString text("a");
+    Str_AppendFormat(text, "%d %s", 1, "b");
+    EXPECT_STREQ(text.c_str(), "a1 b");
+    const std::string longest(1023, 'x');
+    Str_AppendFormat(text, "%s", longest.c_str());
+    EXPECT_EQ("a1 b" + longest, text.c_str());
+    Str_AppendFormat(text, "%sy\n", longest.c_str());
+    EXPECT_EQ("a1 b" + longest + longest, text.c_str());
+    Str_AppendFormat(text, "%ls", L"\xD800");
+    EXPECT_EQ(text.length(), 2050U) << "what cannot be converted appends nothing";
+}
+
 TEST(KvTextBuffer, StrDupGivesAHeapCopy) {
     const char* text = "abc";
     const ScopedHeap<char> copy(Str_Dup(text));

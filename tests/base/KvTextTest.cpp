@@ -1,10 +1,12 @@
-// The code page with its double-byte rule.
+// The code page with its double-byte rule, numbers and pieces.
 #include "base/KvText.h"
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "tests/support/CodePage.h"
 
@@ -186,6 +188,53 @@ TEST(KvText, OnlyDecimalDigitsAreDigits) {
                   digits.find(static_cast<char>(byte)) != std::string::npos)
             << byte;
     }
+}
+
+using Pieces = std::vector<std::string>;
+
+// All pieces of a text; behind the last one nothing is found any more.
+Pieces piecesOf(const char* text, char separator) {
+    Pieces pieces;
+    KvSimpleString piece;
+    while (Str_Piece(text, separator, static_cast<int>(pieces.size()), piece)) {
+        pieces.emplace_back(piece.c_str());
+    }
+    EXPECT_FALSE(Str_Piece(text, separator, static_cast<int>(pieces.size()) + 1, piece));
+    return pieces;
+}
+
+TEST(KvTextPieces, PiecesMayBeEmptyButNothingFollowsTheLastSeparator) {
+    EXPECT_EQ(piecesOf("", '.'), Pieces());
+    EXPECT_EQ(piecesOf("a", '.'), Pieces({"a"}));
+    EXPECT_EQ(piecesOf("a.b", '.'), Pieces({"a", "b"}));
+    EXPECT_EQ(piecesOf("a.b.", '.'), Pieces({"a", "b"}));
+    EXPECT_EQ(piecesOf("a..b", '.'), Pieces({"a", "", "b"}));
+    EXPECT_EQ(piecesOf("a..", '.'), Pieces({"a", ""}));
+    EXPECT_EQ(piecesOf(".a", '.'), Pieces({"", "a"}));
+    EXPECT_EQ(piecesOf(".", '.'), Pieces({""}));
+    EXPECT_EQ(piecesOf("a-b.c", '-'), Pieces({"a", "b.c"}));
+    EXPECT_EQ(piecesOf("a.b", '\0'), Pieces({"a.b"}));
+    EXPECT_EQ(piecesOf(nullptr, '.'), Pieces());
+    EXPECT_EQ(piecesOf(" a . b ", '.'), Pieces({" a ", " b "})) << "nothing is trimmed";
+}
+
+TEST(KvTextPieces, AMissingPieceLeavesTheResultAlone) {
+    KvSimpleString piece("old");
+    EXPECT_FALSE(Str_Piece("a.b", '.', 2, piece));
+    EXPECT_FALSE(Str_Piece("a.b", '.', -1, piece));
+    EXPECT_STREQ(piece.c_str(), "old");
+}
+
+TEST(KvTextNumbers, ReadsTheLeadingNumberOfEveryText) {
+    EXPECT_EQ(leadingNumber("42"), 42);
+    EXPECT_EQ(leadingNumber(" \t+42x"), 42);
+    EXPECT_EQ(leadingNumber("-7"), -7);
+    EXPECT_EQ(leadingNumber("x7"), 0);
+    EXPECT_EQ(leadingNumber(""), 0);
+    EXPECT_EQ(leadingNumber(nullptr), 0);
+    EXPECT_EQ(leadingNumber("2147483648"), INT_MIN);
+    EXPECT_EQ(leadingNumber("4294967297"), 1) << "the low bits of a number that is too large";
+    EXPECT_EQ(leadingNumber(std::string(5000, '9').c_str()), -1);
 }
 
 }  // namespace

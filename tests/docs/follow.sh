@@ -5,7 +5,7 @@
 #   sh            commands, run by bash, for README in a copy of the source tree
 #   output        what the commands before it print
 #   <kind> NAME   the file NAME
-#   cpp           a part of a file: each of its lines stands in a document's file or in the tests
+#   cpp           a part of a file: each of its lines stands in docs/agent.md or in a test
 #   text          a picture, not followed
 # Without --long the commands that build everything are passed over.
 set -euo pipefail
@@ -60,7 +60,8 @@ in_a_file() {
     local line
     while IFS= read -r line; do
         line=${line#"${line%%[! ]*}"}
-        [ -z "$line" ] || grep -rqF -e "$line" "$source_dir/docs" "$source_dir/tests/run" ||
+        [ -z "$line" ] || grep -qF -e "$line" "$source_dir/docs/agent.md" ||
+            grep -rqF --include='*.cpp' -e "$line" "$source_dir/tests" ||
             fail "no file holds this line: $line"
     done <"$1"
 }

@@ -17,7 +17,7 @@ using testing::IsEmpty;
 using testing::Pair;
 
 // Works in the tree itself, so that paths can be relative and nothing above them is looked at.
-class KvDirCreateTest : public testing::Test {
+class KvDirCreate : public testing::Test {
   protected:
     int create(const char* path) {
         return KvFileOpUtil::createDir(path, StepRecorder::callback, &recorder.entry);
@@ -29,7 +29,7 @@ class KvDirCreateTest : public testing::Test {
 };
 
 // The entry is not filled again on the way down: each call after a level still shows the topmost.
-TEST_F(KvDirCreateTest, ParentsAreMadeFirst) {
+TEST_F(KvDirCreate, ParentsAreMadeFirst) {
     EXPECT_EQ(create("x/y/z/"), KvFileOpUtil::kDone);
     EXPECT_THAT(recorder.steps,
                 ElementsAre("before make x/y/z/", "before make x/y/", "before make x/",
@@ -37,7 +37,7 @@ TEST_F(KvDirCreateTest, ParentsAreMadeFirst) {
     EXPECT_THAT(tree.snapshot(), ElementsAre(Pair("x/", ""), Pair("x/y/", ""), Pair("x/y/z/", "")));
 }
 
-TEST_F(KvDirCreateTest, ParentsExistWhenTheCallAfterThemRuns) {
+TEST_F(KvDirCreate, ParentsExistWhenTheCallAfterThemRuns) {
     std::string made;
     recorder.meanwhile = [&](const std::string& step) {
         if (step == "after make x/") {
@@ -50,20 +50,20 @@ TEST_F(KvDirCreateTest, ParentsExistWhenTheCallAfterThemRuns) {
     EXPECT_EQ(made, "xyz");
 }
 
-TEST_F(KvDirCreateTest, AnExistingDirectoryIsAskedForToo) {
+TEST_F(KvDirCreate, AnExistingDirectoryIsAskedForToo) {
     tree.makeDir("x/y");
     EXPECT_EQ(create("x/y"), KvFileOpUtil::kDone);
     EXPECT_THAT(recorder.steps, ElementsAre("before make x/y", "after make x/y"));
 }
 
-TEST_F(KvDirCreateTest, TheClimbEndsAtTheFirstExistingParent) {
+TEST_F(KvDirCreate, TheClimbEndsAtTheFirstExistingParent) {
     tree.makeDir("x/y");
     EXPECT_EQ(create("x/y/z"), KvFileOpUtil::kDone);
     EXPECT_THAT(recorder.steps, ElementsAre("before make x/y/z", "before make x/y/",
                                             "after make x/y/", "after make x/y/"));
 }
 
-TEST_F(KvDirCreateTest, TheEntryNamesNoDestination) {
+TEST_F(KvDirCreate, TheEntryNamesNoDestination) {
     recorder.entry.destination = "stale";
     recorder.entry.cbSize = 0;
     EXPECT_EQ(create("x"), KvFileOpUtil::kDone);
@@ -71,13 +71,13 @@ TEST_F(KvDirCreateTest, TheEntryNamesNoDestination) {
     EXPECT_EQ(recorder.entry.destination, nullptr);
 }
 
-TEST_F(KvDirCreateTest, NullIsABadParameterAndEmptyIsNothingToDo) {
+TEST_F(KvDirCreate, NullIsABadParameterAndEmptyIsNothingToDo) {
     EXPECT_EQ(create(nullptr), KvFileOpUtil::kBadParameters);
     EXPECT_EQ(create(""), KvFileOpUtil::kDone);
     EXPECT_THAT(recorder.steps, IsEmpty());
 }
 
-TEST_F(KvDirCreateTest, TheRootIsAskedForButNothingFollows) {
+TEST_F(KvDirCreate, TheRootIsAskedForButNothingFollows) {
     EXPECT_EQ(create("/"), KvFileOpUtil::kDone);
     EXPECT_THAT(recorder.steps, ElementsAre("before make /"));
     EXPECT_EQ(create("//"), KvFileOpUtil::kDone);
@@ -85,12 +85,12 @@ TEST_F(KvDirCreateTest, TheRootIsAskedForButNothingFollows) {
     EXPECT_EQ(create("/"), 7);
 }
 
-TEST_F(KvDirCreateTest, ThePathIsUsedAsItStands) {
+TEST_F(KvDirCreate, ThePathIsUsedAsItStands) {
     EXPECT_EQ(create("x\\y"), KvFileOpUtil::kDone);
     EXPECT_THAT(tree.snapshot(), ElementsAre(Pair("x\\y/", "")));
 }
 
-TEST_F(KvDirCreateTest, TheModeIsThatOfTheUmask) {
+TEST_F(KvDirCreate, TheModeIsThatOfTheUmask) {
     const mode_t mask = umask(0);
     (void)create("open/sub");
     (void)umask(027);
@@ -105,7 +105,7 @@ TEST_F(KvDirCreateTest, TheModeIsThatOfTheUmask) {
     EXPECT_EQ(status.st_mode & 07777, 0750U);
 }
 
-TEST_F(KvDirCreateTest, WhatIsInTheWayMakesItFail) {
+TEST_F(KvDirCreate, WhatIsInTheWayMakesItFail) {
     tree.write("file", "");
     EXPECT_EQ(create("file"), KvFileOpUtil::kDestinationNotWritable);
     EXPECT_EQ(create("file/x/y"), KvFileOpUtil::kDestinationNotWritable);
@@ -115,7 +115,7 @@ TEST_F(KvDirCreateTest, WhatIsInTheWayMakesItFail) {
     EXPECT_EQ(create("dangling"), KvFileOpUtil::kDestinationNotWritable);
 }
 
-TEST_F(KvDirCreateTest, ADirectoryThatMayNotBeWrittenMakesItFail) {
+TEST_F(KvDirCreate, ADirectoryThatMayNotBeWrittenMakesItFail) {
     tree.makeDir("locked");
     ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
     ASSERT_EQ(chmod("locked", 0555), 0);
@@ -123,14 +123,14 @@ TEST_F(KvDirCreateTest, ADirectoryThatMayNotBeWrittenMakesItFail) {
               KvFileOpUtil::kDestinationNotWritable);
 }
 
-TEST_F(KvDirCreateTest, ALinkToADirectoryIsADirectory) {
+TEST_F(KvDirCreate, ALinkToADirectoryIsADirectory) {
     tree.makeDir("target");
     ASSERT_EQ(symlink("target", "link"), 0);
     EXPECT_EQ(create("link/x"), KvFileOpUtil::kDone);
     EXPECT_TRUE(tree.exists("target/x"));
 }
 
-TEST_F(KvDirCreateTest, ASkippedDirectoryIsNotMade) {
+TEST_F(KvDirCreate, ASkippedDirectoryIsNotMade) {
     recorder.answers["before make x"] = KvFileOpUtil::kSkip;
     EXPECT_EQ(create("x"), KvFileOpUtil::kDone);
     EXPECT_THAT(recorder.steps, ElementsAre("before make x"));
@@ -140,7 +140,7 @@ TEST_F(KvDirCreateTest, ASkippedDirectoryIsNotMade) {
     EXPECT_EQ(recorder.steps.back(), "before make p/");
 }
 
-TEST_F(KvDirCreateTest, AStopIsReturnedForItsOwnLevelOnly) {
+TEST_F(KvDirCreate, AStopIsReturnedForItsOwnLevelOnly) {
     for (const int stop : {1, 3, -1, 1000000}) {
         recorder.answers["before make x/y"] = stop;
         EXPECT_EQ(create("x/y"), stop);
@@ -156,7 +156,7 @@ TEST_F(KvDirCreateTest, AStopIsReturnedForItsOwnLevelOnly) {
     EXPECT_FALSE(tree.exists("x/y"));
 }
 
-TEST_F(KvDirCreateTest, AnAnswerAfterTheLevelCanOnlyStop) {
+TEST_F(KvDirCreate, AnAnswerAfterTheLevelCanOnlyStop) {
     recorder.answers["after make x"] = KvFileOpUtil::kSkip;
     EXPECT_EQ(create("x"), KvFileOpUtil::kDone);
     recorder.answers["after make x"] = 4;
@@ -166,7 +166,7 @@ TEST_F(KvDirCreateTest, AnAnswerAfterTheLevelCanOnlyStop) {
     EXPECT_TRUE(tree.exists("y"));
 }
 
-TEST_F(KvDirCreateTest, AskingNeedsBothTheCallbackAndTheEntry) {
+TEST_F(KvDirCreate, AskingNeedsBothTheCallbackAndTheEntry) {
     EXPECT_EQ(KvFileOpUtil::createDir("x", StepRecorder::callback, nullptr), KvFileOpUtil::kDone);
     EXPECT_EQ(KvFileOpUtil::createDir("y", nullptr, &recorder.entry), KvFileOpUtil::kDone);
     EXPECT_THAT(recorder.steps, IsEmpty());
@@ -176,7 +176,7 @@ TEST_F(KvDirCreateTest, AskingNeedsBothTheCallbackAndTheEntry) {
 }
 
 // Each level takes one '/' off its path: a doubled one names the level that was just made.
-TEST_F(KvDirCreateTest, ADoubledSeparatorIsALevelOfItsOwn) {
+TEST_F(KvDirCreate, ADoubledSeparatorIsALevelOfItsOwn) {
     tree.makeDir("x");
     EXPECT_EQ(create("x//"), KvFileOpUtil::kDone);
     EXPECT_EQ(create("x//y"), KvFileOpUtil::kDone);
@@ -185,7 +185,7 @@ TEST_F(KvDirCreateTest, ADoubledSeparatorIsALevelOfItsOwn) {
     EXPECT_EQ(create("new//y"), KvFileOpUtil::kDone) << "now that it exists";
 }
 
-TEST_F(KvDirCreateTest, FiveHundredLevelsAreMade) {
+TEST_F(KvDirCreate, FiveHundredLevelsAreMade) {
     std::string path;
     for (int i = 0; i < 500; ++i) {
         path += "a/";
@@ -194,7 +194,7 @@ TEST_F(KvDirCreateTest, FiveHundredLevelsAreMade) {
     EXPECT_TRUE(KvFileOpUtil::isDir(path.c_str()));
 }
 
-TEST_F(KvDirCreateTest, NoLengthOfThePathEndsTheProcess) {
+TEST_F(KvDirCreate, NoLengthOfThePathEndsTheProcess) {
     tree.write("file", "");
     std::string path = "file/";
     for (int i = 0; i < 10000; ++i) {

@@ -28,7 +28,7 @@ std::vector<std::string> pathsOf(const char* pathOrPattern) {
 }
 
 // Lists with paths that are relative to a tree.
-class KvDirListTest : public testing::Test {
+class DirListing : public testing::Test {
   protected:
     std::vector<std::string> list(const std::string& name) { return pathsOf(name.c_str()); }
 
@@ -36,21 +36,21 @@ class KvDirListTest : public testing::Test {
     WorkingDir workingDir{tree.path()};
 };
 
-TEST_F(KvDirListTest, ADirectoryListsEverythingInIt) {
+TEST_F(DirListing, ADirectoryListsEverythingInIt) {
     tree.write("d/a.ini", "");
     tree.write("d/b.txt", "");
     tree.write("d/sub/c.ini", "");
     EXPECT_THAT(list("d/"), UnorderedElementsAre("d/a.ini", "d/b.txt", "d/sub"));
 }
 
-TEST_F(KvDirListTest, ADirectoryNeedsNoSeparatorAtItsEnd) {
+TEST_F(DirListing, ADirectoryNeedsNoSeparatorAtItsEnd) {
     tree.write("d/a.ini", "");
     tree.makeDir("d/sub");
     EXPECT_THAT(list("d"), UnorderedElementsAre("d/a.ini", "d/sub"));
     EXPECT_STREQ(KvDirList("d").getFilter().c_str(), "*");
 }
 
-TEST_F(KvDirListTest, APatternTakesTheFilesThatMatchAndAllDirectories) {
+TEST_F(DirListing, APatternTakesTheFilesThatMatchAndAllDirectories) {
     tree.write("d/a.ini", "");
     tree.write("d/b.txt", "");
     tree.makeDir("d/sub");
@@ -63,14 +63,14 @@ TEST_F(KvDirListTest, APatternTakesTheFilesThatMatchAndAllDirectories) {
     EXPECT_TRUE(found.hasSubDir());
 }
 
-TEST_F(KvDirListTest, AFileListsItselfBesideTheDirectories) {
+TEST_F(DirListing, AFileListsItselfBesideTheDirectories) {
     tree.write("d/a", "");
     tree.write("d/b", "");
     tree.makeDir("d/sub");
     EXPECT_THAT(list("d/a"), UnorderedElementsAre("d/a", "d/sub"));
 }
 
-TEST_F(KvDirListTest, HandsOutOneEntryAtATime) {
+TEST_F(DirListing, HandsOutOneEntryAtATime) {
     tree.write("d/only", "");
     KvDirList found("d/");
     ASSERT_TRUE(found.hasNext());
@@ -84,7 +84,7 @@ TEST_F(KvDirListTest, HandsOutOneEntryAtATime) {
     EXPECT_FALSE(found.isNextDir());
 }
 
-TEST_F(KvDirListTest, CountsStayWhileTheEntriesAreHandedOut) {
+TEST_F(DirListing, CountsStayWhileTheEntriesAreHandedOut) {
     tree.write("d/a", "");
     tree.write("d/b", "");
     KvDirList found("d/");
@@ -96,7 +96,7 @@ TEST_F(KvDirListTest, CountsStayWhileTheEntriesAreHandedOut) {
     EXPECT_STRNE(found.getFirstFileName().c_str(), "");
 }
 
-TEST_F(KvDirListTest, OnlyDirectoriesHaveNoFirstFile) {
+TEST_F(DirListing, OnlyDirectoriesHaveNoFirstFile) {
     tree.makeDir("d/sub");
     const KvDirList found("d/");
     EXPECT_STREQ(found.getFirstFileName().c_str(), "");
@@ -104,7 +104,7 @@ TEST_F(KvDirListTest, OnlyDirectoriesHaveNoFirstFile) {
     EXPECT_TRUE(found.isNextDir());
 }
 
-TEST_F(KvDirListTest, WhatCannotBeOpenedListsNothing) {
+TEST_F(DirListing, WhatCannotBeOpenedListsNothing) {
     tree.write("file", "");
     EXPECT_THAT(list("missing/"), IsEmpty());
     EXPECT_THAT(list("missing/*"), IsEmpty());
@@ -112,7 +112,7 @@ TEST_F(KvDirListTest, WhatCannotBeOpenedListsNothing) {
     EXPECT_THAT(list(std::string(5000, 'x') + "/"), IsEmpty());
 }
 
-TEST_F(KvDirListTest, TheEmptyTextListsTheWorkingDirectory) {
+TEST_F(DirListing, TheEmptyTextListsTheWorkingDirectory) {
     tree.write("a", "");
     tree.write("b", "");
     EXPECT_THAT(list(""), UnorderedElementsAre("a", "b"));
@@ -120,21 +120,21 @@ TEST_F(KvDirListTest, TheEmptyTextListsTheWorkingDirectory) {
     EXPECT_THAT(list("a"), ElementsAre("a"));
 }
 
-TEST_F(KvDirListTest, APatternUnderTheRootListsTheWorkingDirectory) {
+TEST_F(DirListing, APatternUnderTheRootListsTheWorkingDirectory) {
     tree.write("xa", "");
     tree.write("y", "");
     EXPECT_THAT(list("/x*"), ElementsAre("xa"));
     EXPECT_THAT(list("/"), UnorderedElementsAre("xa", "y"));
 }
 
-TEST_F(KvDirListTest, ABackslashSeparates) {
+TEST_F(DirListing, ABackslashSeparates) {
     tree.write("d/e/a.ini", "");
     tree.write("d/e/b.txt", "");
     EXPECT_THAT(list("d\\e\\*.ini"), ElementsAre("d/e/a.ini"));
 }
 
 // Kept: a directory is recognised before backslashes become separators.
-TEST_F(KvDirListTest, ADirectoryNamedWithABackslashIsAFilter) {
+TEST_F(DirListing, ADirectoryNamedWithABackslashIsAFilter) {
     tree.write("d/e/x", "");
     tree.write("d/f", "");
     EXPECT_THAT(list("d\\e"), ElementsAre("d/e"));
@@ -142,13 +142,13 @@ TEST_F(KvDirListTest, ADirectoryNamedWithABackslashIsAFilter) {
     EXPECT_THAT(list("d\\"), UnorderedElementsAre("d/e", "d/f"));
 }
 
-TEST_F(KvDirListTest, ADirectoryThatBearsAPatternAsItsNameIsListed) {
+TEST_F(DirListing, ADirectoryThatBearsAPatternAsItsNameIsListed) {
     tree.write("*/inside", "");
     tree.write("outside", "");
     EXPECT_THAT(list("*"), ElementsAre("*/inside"));
 }
 
-TEST_F(KvDirListTest, OddNamesComeAsTheyAre) {
+TEST_F(DirListing, OddNamesComeAsTheyAre) {
     const std::vector<std::string> names{"a b", "line\nbreak", "st*r", "back\\slash", "...", ".h"};
     for (const std::string& name : names) {
         tree.write("d/" + name, "");
@@ -158,7 +158,7 @@ TEST_F(KvDirListTest, OddNamesComeAsTheyAre) {
                                                  "d/back\\slash", "d/...", "d/.h"));
 }
 
-TEST_F(KvDirListTest, ALinkIsWhatItPointsAt) {
+TEST_F(DirListing, ALinkIsWhatItPointsAt) {
     tree.makeDir("target");
     tree.write("d/file", "");
     ASSERT_EQ(symlink("../target", tree.path("d/toDir").c_str()), 0);
@@ -168,7 +168,7 @@ TEST_F(KvDirListTest, ALinkIsWhatItPointsAt) {
     EXPECT_EQ(KvDirList("d/").getFileCount(), 3U);
 }
 
-TEST_F(KvDirListTest, KeepsTheOrderOfTheSystem) {
+TEST_F(DirListing, KeepsTheOrderOfTheSystem) {
     for (int i = 0; i < 100; ++i) {
         tree.write("d/" + std::to_string(i * 7919), "");
     }
@@ -185,7 +185,7 @@ TEST_F(KvDirListTest, KeepsTheOrderOfTheSystem) {
 
 // The kind of an entry comes with its name: without the permission to search the directory a
 // `stat` would fail, and the directory in it would count as a file.
-TEST_F(KvDirListTest, KindsAreKnownWithoutAStat) {
+TEST_F(DirListing, KindsAreKnownWithoutAStat) {
     tree.makeDir("d/sub");
     tree.write("d/file", "");
     ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
@@ -194,14 +194,14 @@ TEST_F(KvDirListTest, KindsAreKnownWithoutAStat) {
     EXPECT_EQ(resultInChild([] { return static_cast<int>(KvDirList("d/").getFileCount()); }), 1);
 }
 
-TEST_F(KvDirListTest, ADirectoryThatMayNotBeReadListsNothing) {
+TEST_F(DirListing, ADirectoryThatMayNotBeReadListsNothing) {
     tree.write("d/file", "");
     ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
     ASSERT_EQ(chmod(tree.path("d").c_str(), 0111), 0);
     EXPECT_EQ(resultInChild([] { return KvDirList("d/").hasNext() ? 1 : 0; }), 0);
 }
 
-TEST_F(KvDirListTest, LeavesNoDirectoryOpen) {
+TEST_F(DirListing, LeavesNoDirectoryOpen) {
     tree.write("d/file", "");
     const int before = nextDescriptor();
     for (int i = 0; i < 100; ++i) {

@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class KvFileCopyNoCaseTest : public testing::Test {
+class KvFileCopyNoCase : public testing::Test {
   protected:
     int copyncase(const std::string& from, const std::string& to, bool overwrite = true) {
         return KvFileOpUtil::copyncase(tree.path(from).c_str(), tree.path(to).c_str(), overwrite,
@@ -26,7 +26,7 @@ class KvFileCopyNoCaseTest : public testing::Test {
     StepRecorder recorder{tree};
 };
 
-TEST_F(KvFileCopyNoCaseTest, ANameIsFoundInAnyCase) {
+TEST_F(KvFileCopyNoCase, ANameIsFoundInAnyCase) {
     tree.write("d/README.txt", "1");
     tree.makeDir("d/readme.TXT");
     EXPECT_EQ(copyncase("d/Readme.TXT", "out"), KvFileOpUtil::kDone);
@@ -34,7 +34,7 @@ TEST_F(KvFileCopyNoCaseTest, ANameIsFoundInAnyCase) {
     EXPECT_EQ(recorder.steps.back(), "after new d/README.txt > out");
 }
 
-TEST_F(KvFileCopyNoCaseTest, TheExactNameWinsOverAnyOtherCase) {
+TEST_F(KvFileCopyNoCase, TheExactNameWinsOverAnyOtherCase) {
     const std::vector<std::string> names{"README.txt", "readme.txt", "Readme.TXT", "rEADME.txt"};
     for (const std::string& name : names) {
         tree.write("d/" + name, name);
@@ -45,7 +45,7 @@ TEST_F(KvFileCopyNoCaseTest, TheExactNameWinsOverAnyOtherCase) {
     }
 }
 
-TEST_F(KvFileCopyNoCaseTest, WithoutTheExactNameTheFirstListedIsTaken) {
+TEST_F(KvFileCopyNoCase, WithoutTheExactNameTheFirstListedIsTaken) {
     tree.write("d/README", "upper");
     tree.write("d/readme", "lower");
     std::string first;
@@ -56,7 +56,7 @@ TEST_F(KvFileCopyNoCaseTest, WithoutTheExactNameTheFirstListedIsTaken) {
     EXPECT_EQ(tree.read("out"), first);
 }
 
-TEST_F(KvFileCopyNoCaseTest, NoFileOfTheNameIsTold) {
+TEST_F(KvFileCopyNoCase, NoFileOfTheNameIsTold) {
     tree.makeDir("d/readme");
     ASSERT_EQ(symlink("nowhere", tree.path("d/README").c_str()), 0);
     EXPECT_EQ(copyncase("d/Readme", "out"), KvFileOpUtil::kNoSuchName);
@@ -68,7 +68,7 @@ TEST_F(KvFileCopyNoCaseTest, NoFileOfTheNameIsTold) {
     EXPECT_FALSE(tree.exists("out"));
 }
 
-TEST_F(KvFileCopyNoCaseTest, CopyInAnyCaseReturnsTheResultOfTheCopy) {
+TEST_F(KvFileCopyNoCase, CopyInAnyCaseReturnsTheResultOfTheCopy) {
     tree.write("d/README", "1");
     tree.write("out", "2");
     EXPECT_EQ(copyncase("d\\readme", "out", false), KvFileOpUtil::kDestinationExists);

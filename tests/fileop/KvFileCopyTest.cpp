@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,7 +12,6 @@
 #include <csignal>
 #include <filesystem>
 #include <string>
-#include <thread>
 
 #include "fileop/KvFileOpUtil.h"
 #include "tests/fileop/StepRecorder.h"
@@ -29,7 +27,7 @@ using Operation = int (*)(const char*, const char*, bool, KvFileOpUtil::Callback
                           KvFileOpUtil::CallbackEntry*);
 
 // Both copies do the same with a single file.
-class KvFileCopyTest : public testing::TestWithParam<Operation> {
+class KvFileCopy : public testing::TestWithParam<Operation> {
   protected:
     int copy(const std::string& from, const std::string& to, bool overwrite = true) {
         return GetParam()(tree.path(from).c_str(), tree.path(to).c_str(), overwrite,
@@ -40,11 +38,11 @@ class KvFileCopyTest : public testing::TestWithParam<Operation> {
     StepRecorder recorder{tree};
 };
 
-INSTANTIATE_TEST_SUITE_P(XcopyAndCopy, KvFileCopyTest,
+INSTANTIATE_TEST_SUITE_P(XcopyAndCopy, KvFileCopy,
                          testing::Values(&KvFileOpUtil::xcopy, &KvFileOpUtil::copy),
                          [](const auto& param) { return param.index == 0 ? "xcopy" : "copy"; });
 
-TEST_P(KvFileCopyTest, ANewFileIsAskedForBeforeAndAfter) {
+TEST_P(KvFileCopy, ANewFileIsAskedForBeforeAndAfter) {
     tree.write("s/a", "text");
     tree.makeDir("d");
     EXPECT_EQ(copy("s/a", "d/b"), KvFileOpUtil::kDone);
@@ -54,7 +52,7 @@ TEST_P(KvFileCopyTest, ANewFileIsAskedForBeforeAndAfter) {
     EXPECT_EQ(tree.read("s/a"), "text");
 }
 
-TEST_P(KvFileCopyTest, MissingParentsAreMade) {
+TEST_P(KvFileCopy, MissingParentsAreMade) {
     tree.write("a", "text");
     EXPECT_EQ(copy("a", "d/e/b"), KvFileOpUtil::kDone);
     EXPECT_THAT(recorder.steps, ElementsAre("before make d/e/", "before make d/", "before make ./",
@@ -63,7 +61,7 @@ TEST_P(KvFileCopyTest, MissingParentsAreMade) {
     EXPECT_EQ(tree.read("d/e/b"), "text");
 }
 
-TEST_P(KvFileCopyTest, AnExistingFileIsOverwrittenWhenAllowed) {
+TEST_P(KvFileCopy, AnExistingFileIsOverwrittenWhenAllowed) {
     tree.write("a", "new");
     tree.write("d/b", "old and longer");
     EXPECT_EQ(copy("a", "d/b"), KvFileOpUtil::kDone);
@@ -72,7 +70,7 @@ TEST_P(KvFileCopyTest, AnExistingFileIsOverwrittenWhenAllowed) {
     EXPECT_EQ(tree.read("d/b"), "new");
 }
 
-TEST_P(KvFileCopyTest, AnExistingFileStaysWhenOverwritingIsNotAllowed) {
+TEST_P(KvFileCopy, AnExistingFileStaysWhenOverwritingIsNotAllowed) {
     tree.write("a", "new");
     tree.write("d/b", "old");
     EXPECT_EQ(copy("a", "d/b", false), KvFileOpUtil::kDestinationExists);
@@ -82,7 +80,7 @@ TEST_P(KvFileCopyTest, AnExistingFileStaysWhenOverwritingIsNotAllowed) {
     EXPECT_EQ(copy("a", "d/c", false), KvFileOpUtil::kDone) << "a new file needs no leave";
 }
 
-TEST_P(KvFileCopyTest, IntoADirectoryTheFileKeepsItsName) {
+TEST_P(KvFileCopy, IntoADirectoryTheFileKeepsItsName) {
     tree.write("s/a", "text");
     tree.makeDir("d");
     EXPECT_EQ(copy("s/a", "d"), KvFileOpUtil::kDone);
@@ -92,14 +90,14 @@ TEST_P(KvFileCopyTest, IntoADirectoryTheFileKeepsItsName) {
     EXPECT_EQ(tree.read("e/a"), "text");
 }
 
-TEST_P(KvFileCopyTest, BackslashesSeparate) {
+TEST_P(KvFileCopy, BackslashesSeparate) {
     tree.write("s/a", "text");
     EXPECT_EQ(copy("s\\a", "d\\b"), KvFileOpUtil::kDone);
     EXPECT_EQ(tree.read("d/b"), "text");
     EXPECT_EQ(recorder.steps.back(), "after new s/a > d/b");
 }
 
-TEST_P(KvFileCopyTest, ABadParameterIsRefusedBeforeAnyStep) {
+TEST_P(KvFileCopy, ABadParameterIsRefusedBeforeAnyStep) {
     tree.write("s/a.txt", "");
     tree.write("file", "");
     tree.write("a*b/f", "");
@@ -114,7 +112,7 @@ TEST_P(KvFileCopyTest, ABadParameterIsRefusedBeforeAnyStep) {
     EXPECT_THAT(recorder.steps, IsEmpty());
 }
 
-TEST_P(KvFileCopyTest, AFileCopiedOntoItselfIsEmptied) {
+TEST_P(KvFileCopy, AFileCopiedOntoItselfIsEmptied) {
     tree.write("a", "text");
     EXPECT_EQ(copy("a", "a"), KvFileOpUtil::kDone);
     EXPECT_EQ(recorder.steps.back(), "after over a > a");
@@ -122,7 +120,7 @@ TEST_P(KvFileCopyTest, AFileCopiedOntoItselfIsEmptied) {
     EXPECT_EQ(tree.read("a"), "");
 }
 
-TEST_P(KvFileCopyTest, ASkippedFileStaysAndCountsAsCopied) {
+TEST_P(KvFileCopy, ASkippedFileStaysAndCountsAsCopied) {
     tree.write("a", "new");
     tree.write("d/b", "old");
     recorder.answers["before over a > d/b"] = KvFileOpUtil::kSkip;
@@ -131,7 +129,7 @@ TEST_P(KvFileCopyTest, ASkippedFileStaysAndCountsAsCopied) {
     EXPECT_EQ(tree.read("d/b"), "old");
 }
 
-TEST_P(KvFileCopyTest, AnyOtherAnswerStopsAndIsReturned) {
+TEST_P(KvFileCopy, AnyOtherAnswerStopsAndIsReturned) {
     tree.write("a", "new");
     for (const int stop : {1, 3, 5, -1, -5, 1000000}) {
         recorder.answers["before new a > d/b"] = stop;
@@ -140,7 +138,7 @@ TEST_P(KvFileCopyTest, AnyOtherAnswerStopsAndIsReturned) {
     }
 }
 
-TEST_P(KvFileCopyTest, AnAnswerAfterTheCopyCanOnlyStop) {
+TEST_P(KvFileCopy, AnAnswerAfterTheCopyCanOnlyStop) {
     tree.write("a", "new");
     recorder.answers["after new a > d/b"] = KvFileOpUtil::kSkip;
     EXPECT_EQ(copy("a", "d/b"), KvFileOpUtil::kDone);
@@ -149,7 +147,7 @@ TEST_P(KvFileCopyTest, AnAnswerAfterTheCopyCanOnlyStop) {
     EXPECT_EQ(tree.read("d/b"), "new");
 }
 
-TEST_P(KvFileCopyTest, AskingNeedsBothTheCallbackAndTheEntry) {
+TEST_P(KvFileCopy, AskingNeedsBothTheCallbackAndTheEntry) {
     tree.write("a", "text");
     const std::string from = tree.path("a");
     const std::string to = tree.path("b");
@@ -162,21 +160,21 @@ TEST_P(KvFileCopyTest, AskingNeedsBothTheCallbackAndTheEntry) {
     EXPECT_EQ(tree.read("b"), "text");
 }
 
-TEST_P(KvFileCopyTest, TheRecordSizeDoesNotMatterToACopy) {
+TEST_P(KvFileCopy, TheRecordSizeDoesNotMatterToACopy) {
     tree.write("a", "text");
     recorder.entry.cbSize = 1;
     EXPECT_EQ(copy("a", "d/a"), KvFileOpUtil::kDone);
     EXPECT_EQ(recorder.steps.back(), "after new a > d/a");
 }
 
-TEST_P(KvFileCopyTest, AMissingSourceCannotBeOpened) {
+TEST_P(KvFileCopy, AMissingSourceCannotBeOpened) {
     EXPECT_EQ(copy("missing", "d/b"), KvFileOpUtil::kCannotOpenSource);
     EXPECT_EQ(recorder.steps.back(), "before new missing > d/b");
     EXPECT_FALSE(tree.exists("d/b"));
     EXPECT_TRUE(tree.exists("d")) << "the parent was made first";
 }
 
-TEST_P(KvFileCopyTest, AnUnreadableSourceCannotBeOpened) {
+TEST_P(KvFileCopy, AnUnreadableSourceCannotBeOpened) {
     ASSERT_EQ(chmod(tree.write("a", "text").c_str(), 0), 0);
     ASSERT_EQ(chmod(tree.path().c_str(), 0777), 0);
     EXPECT_EQ(resultInChild([this] { return copy("a", "b"); }), KvFileOpUtil::kCannotOpenSource);
@@ -184,7 +182,7 @@ TEST_P(KvFileCopyTest, AnUnreadableSourceCannotBeOpened) {
 }
 
 // A directory opens for reading but does not read; it takes the file's place at the last moment.
-TEST_P(KvFileCopyTest, ASourceThatCannotBeReadIsAReadError) {
+TEST_P(KvFileCopy, ASourceThatCannotBeReadIsAReadError) {
     tree.write("a", "text");
     recorder.meanwhile = [this](const std::string& step) {
         if (step == "before new a > d/b") {
@@ -196,7 +194,7 @@ TEST_P(KvFileCopyTest, ASourceThatCannotBeReadIsAReadError) {
     EXPECT_EQ(recorder.steps.back(), "before new a > d/b");
 }
 
-TEST_P(KvFileCopyTest, AFullDeviceIsAWriteError) {
+TEST_P(KvFileCopy, AFullDeviceIsAWriteError) {
     if (access("/dev/full", W_OK) != 0) {
         GTEST_SKIP() << "this system has no full device";
     }
@@ -206,7 +204,7 @@ TEST_P(KvFileCopyTest, AFullDeviceIsAWriteError) {
 }
 
 // The limit lets a part of the bytes through and refuses the rest.
-TEST_P(KvFileCopyTest, AWriteThatTakesOnlyAPartIsAWriteError) {
+TEST_P(KvFileCopy, AWriteThatTakesOnlyAPartIsAWriteError) {
     tree.write("a", std::string(5000, 'x'));
     ASSERT_EQ(chmod(tree.path().c_str(), 0777), 0);
     EXPECT_EQ(resultInChild([this] {
@@ -220,14 +218,14 @@ TEST_P(KvFileCopyTest, AWriteThatTakesOnlyAPartIsAWriteError) {
     EXPECT_EQ(tree.read("b").size(), 1000U) << "what was written stays";
 }
 
-TEST_P(KvFileCopyTest, ADirectoryInTheWayIsNotWritable) {
+TEST_P(KvFileCopy, ADirectoryInTheWayIsNotWritable) {
     tree.write("s/a", "text");
     tree.makeDir("d/a");
     EXPECT_EQ(copy("s/a", "d/"), KvFileOpUtil::kDestinationNotWritable);
     EXPECT_THAT(recorder.steps, IsEmpty());
 }
 
-TEST_P(KvFileCopyTest, ADestinationThatDoesNotOpenIsNotWritable) {
+TEST_P(KvFileCopy, ADestinationThatDoesNotOpenIsNotWritable) {
     tree.write("a", "text");
     tree.write("file", "");
     tree.makeDir("d");
@@ -240,7 +238,7 @@ TEST_P(KvFileCopyTest, ADestinationThatDoesNotOpenIsNotWritable) {
     EXPECT_EQ(copy("a", std::string(10000, 'x')), KvFileOpUtil::kDestinationNotWritable);
 }
 
-TEST_P(KvFileCopyTest, AnUnreadableDestinationCountsAsNew) {
+TEST_P(KvFileCopy, AnUnreadableDestinationCountsAsNew) {
     tree.write("a", "new");
     ASSERT_EQ(chmod(tree.write("b", "old").c_str(), 0222), 0);
     ASSERT_EQ(chmod(tree.path().c_str(), 0777), 0);
@@ -252,7 +250,7 @@ TEST_P(KvFileCopyTest, AnUnreadableDestinationCountsAsNew) {
     EXPECT_EQ(tree.read("b"), "new");
 }
 
-TEST_P(KvFileCopyTest, OnlyTheTimesAreKeptInWholeSeconds) {
+TEST_P(KvFileCopy, OnlyTheTimesAreKeptInWholeSeconds) {
     tree.write("a", "text");
     const timespec times[2] = {{1000000007, 999999999}, {1000000009, 500000000}};
     ASSERT_EQ(utimensat(AT_FDCWD, tree.path("a").c_str(), times, 0), 0);
@@ -272,7 +270,7 @@ TEST_P(KvFileCopyTest, OnlyTheTimesAreKeptInWholeSeconds) {
     EXPECT_EQ(to.st_mode & 07777, 0640U);
 }
 
-TEST_P(KvFileCopyTest, EveryByteArrives) {
+TEST_P(KvFileCopy, EveryByteArrives) {
     constexpr size_t kBlock = 262144;
     for (const size_t size : {size_t{0}, size_t{1}, kBlock - 1, kBlock, kBlock + 1, 3 * kBlock}) {
         std::string text(size, '\0');
@@ -284,13 +282,13 @@ TEST_P(KvFileCopyTest, EveryByteArrives) {
     }
 }
 
-TEST_P(KvFileCopyTest, ASparseFileIsCopiedWithItsZeros) {
+TEST_P(KvFileCopy, ASparseFileIsCopiedWithItsZeros) {
     ASSERT_EQ(truncate(tree.write("a", "x").c_str(), 1000000), 0);
     EXPECT_EQ(copy("a", "b"), KvFileOpUtil::kDone);
     EXPECT_EQ(tree.read("b"), "x" + std::string(999999, '\0'));
 }
 
-TEST_P(KvFileCopyTest, ALinkIsCopiedAsTheFileItPointsAt) {
+TEST_P(KvFileCopy, ALinkIsCopiedAsTheFileItPointsAt) {
     tree.write("a", "text");
     ASSERT_EQ(symlink("a", tree.path("link").c_str()), 0);
     EXPECT_EQ(copy("link", "b"), KvFileOpUtil::kDone);
@@ -299,7 +297,7 @@ TEST_P(KvFileCopyTest, ALinkIsCopiedAsTheFileItPointsAt) {
     EXPECT_TRUE(S_ISREG(status.st_mode));
 }
 
-TEST_P(KvFileCopyTest, OddNamesAreNames) {
+TEST_P(KvFileCopy, OddNamesAreNames) {
     for (const char* const name : {"a b", "line\nbreak", "...", "-rf", "\xC3\xA4"}) {
         tree.write(std::string("s/") + name, name);
         EXPECT_EQ(copy(std::string("s/") + name, "d/"), KvFileOpUtil::kDone);
@@ -307,14 +305,14 @@ TEST_P(KvFileCopyTest, OddNamesAreNames) {
     }
 }
 
-TEST_P(KvFileCopyTest, APlainNameThatIsNotThereIsNoMatch) {
+TEST_P(KvFileCopy, APlainNameThatIsNotThereIsNoMatch) {
     EXPECT_EQ(copy("missing", "d/"), KvFileOpUtil::kDone);
     EXPECT_EQ(copy("missing*", "d/"), KvFileOpUtil::kDone);
     EXPECT_TRUE(tree.snapshot("d").empty());
     EXPECT_TRUE(tree.exists("d"));
 }
 
-TEST_P(KvFileCopyTest, FailuresLeaveNoDescriptorOpen) {
+TEST_P(KvFileCopy, FailuresLeaveNoDescriptorOpen) {
     tree.write("a", "text");
     tree.makeDir("d");
     ASSERT_EQ(symlink("nowhere/x", tree.path("d/dangling").c_str()), 0);
@@ -324,79 +322,6 @@ TEST_P(KvFileCopyTest, FailuresLeaveNoDescriptorOpen) {
     (void)copy("a", "d/dangling");
     (void)GetParam()(tree.path("a").c_str(), "/dev/full", true, nullptr, nullptr);
     EXPECT_EQ(nextDescriptor(), before);
-}
-
-void ignoreSignal(int) {}
-
-// Signals every few hundred microseconds to whoever does not block them.
-class Interruptions {
-  public:
-    Interruptions() {
-        struct sigaction action {};
-        action.sa_handler = ignoreSignal;  // and no SA_RESTART: calls fail with EINTR
-        (void)sigaction(SIGALRM, &action, &before_);
-        const itimerval often{{0, 300}, {0, 300}};
-        (void)setitimer(ITIMER_REAL, &often, nullptr);
-    }
-    ~Interruptions() {
-        const itimerval never{};
-        (void)setitimer(ITIMER_REAL, &never, nullptr);
-        (void)sigaction(SIGALRM, &before_, nullptr);
-    }
-    Interruptions(const Interruptions&) = delete;
-    Interruptions& operator=(const Interruptions&) = delete;
-
-  private:
-    struct sigaction before_ {};
-};
-
-void blockSignals() {
-    sigset_t all;
-    (void)sigfillset(&all);
-    (void)pthread_sigmask(SIG_BLOCK, &all, nullptr);
-}
-
-// Both ends are pipes that move in small pieces while signals get in: reads and writes are short
-// and interrupted, and every byte arrives all the same.
-TEST_P(KvFileCopyTest, ShortAndInterruptedReadsAndWritesLoseNothing) {
-    constexpr size_t kSize = 1000000;
-    int source[2];
-    int target[2];
-    ASSERT_EQ(pipe(source), 0);
-    ASSERT_EQ(pipe(target), 0);
-    std::string sent(kSize, '\0');
-    std::generate(sent.begin(), sent.end(), [i = 0]() mutable { return static_cast<char>(++i); });
-    std::string received;
-    std::thread feeder([&] {
-        blockSignals();
-        for (size_t at = 0; at < kSize; at += 10000) {
-            (void)!write(source[1], sent.data() + at, 10000);
-        }
-        (void)close(source[1]);
-    });
-    std::thread drainer([&] {
-        blockSignals();
-        char piece[7000];
-        ssize_t count = 0;
-        while ((count = read(target[0], piece, sizeof(piece))) > 0) {
-            received.append(piece, static_cast<size_t>(count));
-            std::this_thread::yield();
-        }
-    });
-    const auto name = [](int fd) { return "/dev/fd/" + std::to_string(fd); };
-    int result = 0;
-    {
-        const Interruptions interruptions;
-        result =
-            GetParam()(name(source[0]).c_str(), name(target[1]).c_str(), true, nullptr, nullptr);
-    }
-    (void)close(target[1]);
-    feeder.join();
-    drainer.join();
-    (void)close(source[0]);
-    (void)close(target[0]);
-    EXPECT_EQ(result, KvFileOpUtil::kDone);
-    EXPECT_EQ(received, sent);
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 
-class KvFileCopyTreeTest : public testing::Test {
+class KvFileCopyTree : public testing::Test {
   protected:
     int xcopy(const std::string& from, const std::string& to, bool overwrite = true) {
         return KvFileOpUtil::xcopy(tree.path(from).c_str(), tree.path(to).c_str(), overwrite,
@@ -37,7 +37,7 @@ class KvFileCopyTreeTest : public testing::Test {
     StepRecorder recorder{tree};
 };
 
-TEST_F(KvFileCopyTreeTest, XcopyOfADirectoryMakesADirectoryOfItsName) {
+TEST_F(KvFileCopyTree, XcopyOfADirectoryMakesADirectoryOfItsName) {
     tree.write("a/x", "1");
     tree.makeDir("b");
     EXPECT_EQ(xcopy("a/", "b/"), KvFileOpUtil::kDone);
@@ -47,7 +47,7 @@ TEST_F(KvFileCopyTreeTest, XcopyOfADirectoryMakesADirectoryOfItsName) {
     EXPECT_THAT(tree.snapshot("b"), ElementsAre(Pair("a/", ""), Pair("a/x", "1")));
 }
 
-TEST_F(KvFileCopyTreeTest, CopyOfADirectoryTakesItsFilesOnly) {
+TEST_F(KvFileCopyTree, CopyOfADirectoryTakesItsFilesOnly) {
     tree.write("a/x", "1");
     tree.write("a/sub/y", "2");
     tree.makeDir("top");
@@ -59,7 +59,7 @@ TEST_F(KvFileCopyTreeTest, CopyOfADirectoryTakesItsFilesOnly) {
 }
 
 // Directories are asked for level by level, whether they exist or not, and each before its entries.
-TEST_F(KvFileCopyTreeTest, XcopyOfATreeStepByStep) {
+TEST_F(KvFileCopyTree, XcopyOfATreeStepByStep) {
     tree.write("s/one/two/deep", "1");
     tree.makeDir("d");
     EXPECT_EQ(xcopy("s", "d"), KvFileOpUtil::kDone);
@@ -91,7 +91,7 @@ void expectTree(const fs::path& root, const std::string& from, const std::string
     }
 }
 
-TEST_F(KvFileCopyTreeTest, XcopyVisitsAWideTreeInTheOrderOfTheSystem) {
+TEST_F(KvFileCopyTree, XcopyVisitsAWideTreeInTheOrderOfTheSystem) {
     for (int i = 0; i < 200; ++i) {
         const std::string branch = std::to_string(i % 5) + "/" + std::to_string(i % 7);
         tree.write("s/" + (i % 3 == 0 ? branch : std::to_string(i % 5)) + "/f" + std::to_string(i),
@@ -106,7 +106,7 @@ TEST_F(KvFileCopyTreeTest, XcopyVisitsAWideTreeInTheOrderOfTheSystem) {
     EXPECT_EQ(tree.snapshot("d/s"), tree.snapshot("s"));
 }
 
-TEST_F(KvFileCopyTreeTest, TheDestinationGetsTheLastComponentOfTheSource) {
+TEST_F(KvFileCopyTree, TheDestinationGetsTheLastComponentOfTheSource) {
     tree.write("a/b/x", "1");
     const WorkingDir here(tree.path());
     EXPECT_EQ(KvFileOpUtil::xcopy("a/b/", "one/", true), KvFileOpUtil::kDone);
@@ -118,7 +118,7 @@ TEST_F(KvFileCopyTreeTest, TheDestinationGetsTheLastComponentOfTheSource) {
 }
 
 // The root has no last component; its listing is that of the working directory.
-TEST_F(KvFileCopyTreeTest, TheRootContributesNoName) {
+TEST_F(KvFileCopyTree, TheRootContributesNoName) {
     tree.write("cwd/x", "1");
     tree.makeDir("d");
     const WorkingDir here(tree.path("cwd"));
@@ -126,7 +126,7 @@ TEST_F(KvFileCopyTreeTest, TheRootContributesNoName) {
     EXPECT_THAT(tree.snapshot("d"), ElementsAre(Pair("x", "1")));
 }
 
-TEST_F(KvFileCopyTreeTest, APatternTakesFilesAndWholeDirectories) {
+TEST_F(KvFileCopyTree, APatternTakesFilesAndWholeDirectories) {
     tree.write("s/a.dat", "1");
     tree.write("s/b.txt", "2");
     tree.write("s/c.dat/x", "3");
@@ -138,7 +138,7 @@ TEST_F(KvFileCopyTreeTest, APatternTakesFilesAndWholeDirectories) {
     EXPECT_THAT(tree.snapshot("e"), ElementsAre(Pair("a.dat", "1")));
 }
 
-TEST_F(KvFileCopyTreeTest, EverythingBelowADirectoryGoesByTheStarPattern) {
+TEST_F(KvFileCopyTree, EverythingBelowADirectoryGoesByTheStarPattern) {
     tree.write("s/a", "1");
     tree.write("s/sub/b", "2");
     EXPECT_EQ(xcopy("s/*", "d"), KvFileOpUtil::kBadParameters) << "d is no directory yet";
@@ -147,7 +147,7 @@ TEST_F(KvFileCopyTreeTest, EverythingBelowADirectoryGoesByTheStarPattern) {
     EXPECT_EQ(tree.snapshot("d"), tree.snapshot("s"));
 }
 
-TEST_F(KvFileCopyTreeTest, ADirectoryOntoAFileNameIsRefused) {
+TEST_F(KvFileCopyTree, ADirectoryOntoAFileNameIsRefused) {
     tree.write("a/x", "1");
     tree.write("b", "2");
     EXPECT_EQ(xcopy("a/", "b"), KvFileOpUtil::kBadParameters);
@@ -157,7 +157,7 @@ TEST_F(KvFileCopyTreeTest, ADirectoryOntoAFileNameIsRefused) {
     EXPECT_THAT(recorder.steps, IsEmpty());
 }
 
-TEST_F(KvFileCopyTreeTest, AStopEndsTheWholeTreeAtOnce) {
+TEST_F(KvFileCopyTree, AStopEndsTheWholeTreeAtOnce) {
     tree.write("s/one/two/file", "1");
     tree.makeDir("d");
     recorder.answers["before new s/one/two/file > d/s/one/two/file"] = 5;
@@ -169,7 +169,7 @@ TEST_F(KvFileCopyTreeTest, AStopEndsTheWholeTreeAtOnce) {
     EXPECT_TRUE(tree.exists("d/s/one/two/file")) << "what is done stays done";
 }
 
-TEST_F(KvFileCopyTreeTest, AStopEndsAtTheFirstOfManyFiles) {
+TEST_F(KvFileCopyTree, AStopEndsAtTheFirstOfManyFiles) {
     for (int i = 0; i < 20; ++i) {
         tree.write("s/" + std::to_string(i), "");
     }
@@ -182,7 +182,7 @@ TEST_F(KvFileCopyTreeTest, AStopEndsAtTheFirstOfManyFiles) {
     EXPECT_TRUE(tree.snapshot("d").empty());
 }
 
-TEST_F(KvFileCopyTreeTest, AStopForADirectoryIsReturned) {
+TEST_F(KvFileCopyTree, AStopForADirectoryIsReturned) {
     tree.write("s/x", "1");
     tree.makeDir("d");
     recorder.answers["before make d/s/"] = 6;
@@ -197,7 +197,7 @@ TEST_F(KvFileCopyTreeTest, AStopForADirectoryIsReturned) {
 }
 
 // A directory that was skipped is asked for once more, and then its files have nowhere to go.
-TEST_F(KvFileCopyTreeTest, ASkippedDirectoryIsStillMissing) {
+TEST_F(KvFileCopyTree, ASkippedDirectoryIsStillMissing) {
     tree.write("s/x", "1");
     tree.makeDir("d");
     recorder.answers["before make d/s/"] = KvFileOpUtil::kSkip;
@@ -206,7 +206,7 @@ TEST_F(KvFileCopyTreeTest, ASkippedDirectoryIsStillMissing) {
                 ElementsAre("before make d/s/", "before make d/s/", "before new s/x > d/s/x"));
 }
 
-TEST_F(KvFileCopyTreeTest, ASkippedFileDoesNotEndTheTree) {
+TEST_F(KvFileCopyTree, ASkippedFileDoesNotEndTheTree) {
     tree.write("s/a", "1");
     tree.write("s/b", "2");
     tree.makeDir("d");
@@ -215,7 +215,7 @@ TEST_F(KvFileCopyTreeTest, ASkippedFileDoesNotEndTheTree) {
     EXPECT_THAT(tree.snapshot("d"), ElementsAre(Pair("b", "2")));
 }
 
-TEST_F(KvFileCopyTreeTest, EveryFailureOfAFileEndsTheTreeWithItsResult) {
+TEST_F(KvFileCopyTree, EveryFailureOfAFileEndsTheTreeWithItsResult) {
     tree.write("s/sub/f", "1");
     tree.write("d/s/sub/f", "2");
     EXPECT_EQ(xcopy("s", "d", false), KvFileOpUtil::kDestinationExists);
@@ -245,14 +245,14 @@ TEST_F(KvFileCopyTreeTest, EveryFailureOfAFileEndsTheTreeWithItsResult) {
     EXPECT_EQ(xcopy("t/sub/dangling", "g/"), KvFileOpUtil::kCannotOpenSource);
 }
 
-TEST_F(KvFileCopyTreeTest, AFileWhereADirectoryMustBeIsNotWritable) {
+TEST_F(KvFileCopyTree, AFileWhereADirectoryMustBeIsNotWritable) {
     tree.write("s/sub/f", "1");
     tree.write("d/s/sub", "a file");
     EXPECT_EQ(xcopy("s", "d"), KvFileOpUtil::kDestinationNotWritable);
     EXPECT_EQ(tree.read("d/s/sub"), "a file");
 }
 
-TEST_F(KvFileCopyTreeTest, LinksToDirectoriesAreCopiedAsDirectories) {
+TEST_F(KvFileCopyTree, LinksToDirectoriesAreCopiedAsDirectories) {
     tree.write("target/f", "1");
     tree.makeDir("s");
     tree.makeDir("d");
@@ -264,7 +264,7 @@ TEST_F(KvFileCopyTreeTest, LinksToDirectoriesAreCopiedAsDirectories) {
     EXPECT_EQ(tree.read("e/link/f"), "1");
 }
 
-TEST_F(KvFileCopyTreeTest, NamesThatLookLikePatternsAreCopiedOnce) {
+TEST_F(KvFileCopyTree, NamesThatLookLikePatternsAreCopiedOnce) {
     tree.write("s/st*r", "1");
     tree.write("s/star", "2");
     tree.write("s/d*r/x", "3");
@@ -278,7 +278,7 @@ TEST_F(KvFileCopyTreeTest, NamesThatLookLikePatternsAreCopiedOnce) {
 }
 
 // A file is handled by its path as listed; a directory is a path again, whose backslash separates.
-TEST_F(KvFileCopyTreeTest, ABackslashInANameSeparatesOnlyInDirectories) {
+TEST_F(KvFileCopyTree, ABackslashInANameSeparatesOnlyInDirectories) {
     tree.write("s/back\\slash", "1");
     tree.write("s/sub\\dir/x", "2");
     tree.makeDir("d");
@@ -287,14 +287,14 @@ TEST_F(KvFileCopyTreeTest, ABackslashInANameSeparatesOnlyInDirectories) {
 }
 
 // "d/\\" names d itself: the copy goes on into its own source until a path is too long.
-TEST_F(KvFileCopyTreeTest, ADirectoryNamedBackslashEndsTheCopyButNotTheProcess) {
+TEST_F(KvFileCopyTree, ADirectoryNamedBackslashEndsTheCopyButNotTheProcess) {
     const std::string name(200, 's');
     tree.write(name + "/\\/x", "1");
     tree.makeDir("d");
     EXPECT_EQ(xcopy(name, "d"), KvFileOpUtil::kDestinationNotWritable);
 }
 
-TEST_F(KvFileCopyTreeTest, ATreeOf500LevelsIsCopiedWithoutHoldingDirectoriesOpen) {
+TEST_F(KvFileCopyTree, ATreeOf500LevelsIsCopiedWithoutHoldingDirectoriesOpen) {
     std::string path = tree.path("s");
     for (int i = 0; i < 500; ++i) {
         path += "/abcde";
@@ -312,7 +312,7 @@ TEST_F(KvFileCopyTreeTest, ATreeOf500LevelsIsCopiedWithoutHoldingDirectoriesOpen
 }
 
 // The source fits the longest path that the system takes; its copy, a little deeper, does not.
-TEST_F(KvFileCopyTreeTest, ADestinationBeyondTheLongestPathIsNotWritable) {
+TEST_F(KvFileCopyTree, ADestinationBeyondTheLongestPathIsNotWritable) {
     std::string path = tree.makeDir("s");
     while (path.size() + 201 < 4096) {
         path += "/" + std::string(200, 'x');
@@ -325,7 +325,7 @@ TEST_F(KvFileCopyTreeTest, ADestinationBeyondTheLongestPathIsNotWritable) {
     EXPECT_FALSE(tree.exists("s"));
 }
 
-TEST_F(KvFileCopyTreeTest, ADirectoryThatCannotBeSearchedFailsLikeAFile) {
+TEST_F(KvFileCopyTree, ADirectoryThatCannotBeSearchedFailsLikeAFile) {
     tree.write("s/sub/f", "1");
     tree.makeDir("d");
     for (const char* const name : {"", "d"}) {
@@ -336,7 +336,7 @@ TEST_F(KvFileCopyTreeTest, ADirectoryThatCannotBeSearchedFailsLikeAFile) {
               KvFileOpUtil::kCannotOpenSource);
 }
 
-TEST_F(KvFileCopyTreeTest, APlainNameInADirectoryThatCannotBeSearchedFailsToo) {
+TEST_F(KvFileCopyTree, APlainNameInADirectoryThatCannotBeSearchedFailsToo) {
     tree.write("s/f", "1");
     tree.makeDir("d");
     for (const char* const name : {"", "d"}) {
@@ -350,7 +350,7 @@ TEST_F(KvFileCopyTreeTest, APlainNameInADirectoryThatCannotBeSearchedFailsToo) {
 }
 
 // A name in a directory that may be searched but not read is found by no listing.
-TEST_F(KvFileCopyTreeTest, APlainNameInAnUnreadableDirectoryIsNoMatch) {
+TEST_F(KvFileCopyTree, APlainNameInAnUnreadableDirectoryIsNoMatch) {
     tree.write("s/f", "1");
     tree.makeDir("d");
     for (const char* const name : {"", "d"}) {

@@ -25,7 +25,7 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::UnorderedElementsAre;
 
-class KvFileDeleteTest : public testing::Test {
+class KvFileDelete : public testing::Test {
   protected:
     int unlink(const std::string& name) {
         return KvFileOpUtil::unlink(tree.path(name).c_str(), StepRecorder::callback,
@@ -48,7 +48,7 @@ class KvFileDeleteTest : public testing::Test {
     StepRecorder recorder{tree};
 };
 
-TEST_F(KvFileDeleteTest, NoPathIsABadParameter) {
+TEST_F(KvFileDelete, NoPathIsABadParameter) {
     EXPECT_EQ(KvFileOpUtil::unlink(nullptr), KvFileOpUtil::kBadParameters);
     EXPECT_EQ(KvFileOpUtil::unlink(""), KvFileOpUtil::kBadParameters);
     EXPECT_EQ(KvFileOpUtil::xunlink(nullptr), KvFileOpUtil::kBadParameters);
@@ -57,7 +57,7 @@ TEST_F(KvFileDeleteTest, NoPathIsABadParameter) {
     EXPECT_EQ(KvFileOpUtil::unlink("/"), KvFileOpUtil::kBadParameters);
 }
 
-TEST_F(KvFileDeleteTest, AFileIsAskedForBeforeAndAfter) {
+TEST_F(KvFileDelete, AFileIsAskedForBeforeAndAfter) {
     withBoth([this](const auto& remove) {
         tree.write("d/f", "1");
         recorder.entry.destination = "stale";
@@ -68,7 +68,7 @@ TEST_F(KvFileDeleteTest, AFileIsAskedForBeforeAndAfter) {
     });
 }
 
-TEST_F(KvFileDeleteTest, AnEmptyDirectoryIsRemoved) {
+TEST_F(KvFileDelete, AnEmptyDirectoryIsRemoved) {
     withBoth([this](const auto& remove) {
         for (const char* const name : {"d", "d/", "d\\"}) {
             recorder.steps.clear();
@@ -80,7 +80,7 @@ TEST_F(KvFileDeleteTest, AnEmptyDirectoryIsRemoved) {
     });
 }
 
-TEST_F(KvFileDeleteTest, WhatIsGoneAlreadyIsNoFailure) {
+TEST_F(KvFileDelete, WhatIsGoneAlreadyIsNoFailure) {
     EXPECT_EQ(unlink("missing"), KvFileOpUtil::kDone);
     EXPECT_THAT(recorder.steps, ElementsAre("before delete missing")) << "nothing after it";
     EXPECT_EQ(recorder.entry.phase, KvFileOpUtil::kAfter);
@@ -94,7 +94,7 @@ TEST_F(KvFileDeleteTest, WhatIsGoneAlreadyIsNoFailure) {
     EXPECT_THAT(recorder.steps, IsEmpty());
 }
 
-TEST_F(KvFileDeleteTest, UnlinkLeavesADirectoryThatHoldsEntries) {
+TEST_F(KvFileDelete, UnlinkLeavesADirectoryThatHoldsEntries) {
     tree.write("d/f", "1");
     EXPECT_EQ(unlink("d"), KvFileOpUtil::kDone);
     EXPECT_THAT(recorder.steps, ElementsAre("before remove d"));
@@ -102,7 +102,7 @@ TEST_F(KvFileDeleteTest, UnlinkLeavesADirectoryThatHoldsEntries) {
     EXPECT_EQ(tree.read("d/f"), "1");
 }
 
-TEST_F(KvFileDeleteTest, XunlinkRemovesContentsBeforeTheirDirectory) {
+TEST_F(KvFileDelete, XunlinkRemovesContentsBeforeTheirDirectory) {
     tree.write("d/one/two/f", "1");
     EXPECT_EQ(xunlink("d/"), KvFileOpUtil::kDone);
     EXPECT_THAT(recorder.steps, ElementsAre("before delete d/one/two/f", "after delete d/one/two/f",
@@ -125,7 +125,7 @@ void expectTree(const fs::path& root, const std::string& name, std::vector<std::
     steps.insert(steps.end(), {"before remove " + name, "after remove " + name});
 }
 
-TEST_F(KvFileDeleteTest, XunlinkOfAWideTreeGoesInTheOrderOfTheSystem) {
+TEST_F(KvFileDelete, XunlinkOfAWideTreeGoesInTheOrderOfTheSystem) {
     for (int i = 0; i < 100; ++i) {
         tree.write(
             "d/" + std::to_string(i % 5) + "/" + std::to_string(i % 7) + "/" + std::to_string(i),
@@ -139,7 +139,7 @@ TEST_F(KvFileDeleteTest, XunlinkOfAWideTreeGoesInTheOrderOfTheSystem) {
     EXPECT_FALSE(tree.exists("d"));
 }
 
-TEST_F(KvFileDeleteTest, XunlinkOfAPatternTakesFilesAndWholeDirectories) {
+TEST_F(KvFileDelete, XunlinkOfAPatternTakesFilesAndWholeDirectories) {
     tree.write("d/a.dat", "");
     tree.write("d/b.txt", "");
     tree.write("d/c.dat/x", "");
@@ -149,7 +149,7 @@ TEST_F(KvFileDeleteTest, XunlinkOfAPatternTakesFilesAndWholeDirectories) {
                 ElementsAre(Pair("b.txt", ""), Pair("other/", ""), Pair("other/y.dat", "")));
 }
 
-TEST_F(KvFileDeleteTest, UnlinkOfAPatternTakesFilesAndEmptyDirectories) {
+TEST_F(KvFileDelete, UnlinkOfAPatternTakesFilesAndEmptyDirectories) {
     tree.write("d/a.dat", "");
     tree.write("d/b.txt", "");
     tree.write("d/full.dat/x", "");
@@ -164,14 +164,14 @@ TEST_F(KvFileDeleteTest, UnlinkOfAPatternTakesFilesAndEmptyDirectories) {
                                                 Pair("full.dat/x", ""), Pair("other/", "")));
 }
 
-TEST_F(KvFileDeleteTest, ADirectoryThatBearsAPatternAsItsNameIsThatDirectory) {
+TEST_F(KvFileDelete, ADirectoryThatBearsAPatternAsItsNameIsThatDirectory) {
     tree.makeDir("d/*");
     tree.write("d/f", "");
     EXPECT_EQ(unlink("d/*"), KvFileOpUtil::kDone);
     EXPECT_THAT(tree.snapshot("d"), ElementsAre(Pair("f", "")));
 }
 
-TEST_F(KvFileDeleteTest, AStarInAFileNameIsAPattern) {
+TEST_F(KvFileDelete, AStarInAFileNameIsAPattern) {
     tree.write("d/st*r", "");
     tree.write("d/star", "");
     tree.write("d/stop", "");
@@ -183,7 +183,7 @@ TEST_F(KvFileDeleteTest, AStarInAFileNameIsAPattern) {
     EXPECT_FALSE(tree.exists("e"));
 }
 
-TEST_F(KvFileDeleteTest, AWildcardInTheDirectoryPartIsNoPattern) {
+TEST_F(KvFileDelete, AWildcardInTheDirectoryPartIsNoPattern) {
     tree.write("a*b/f", "");
     tree.write("axb/f", "");
     EXPECT_EQ(xunlink("a*b/f"), KvFileOpUtil::kDone);
@@ -194,7 +194,7 @@ TEST_F(KvFileDeleteTest, AWildcardInTheDirectoryPartIsNoPattern) {
     EXPECT_TRUE(tree.exists("axb/f"));
 }
 
-TEST_F(KvFileDeleteTest, ASkippedEntryStaysAndCountsAsDeleted) {
+TEST_F(KvFileDelete, ASkippedEntryStaysAndCountsAsDeleted) {
     withBoth([this](const auto& remove) {
         tree.write("d/f", "");
         recorder.answers["before delete d/f"] = KvFileOpUtil::kSkip;
@@ -207,7 +207,7 @@ TEST_F(KvFileDeleteTest, ASkippedEntryStaysAndCountsAsDeleted) {
     EXPECT_TRUE(tree.exists("d/f"));
 }
 
-TEST_F(KvFileDeleteTest, AnswersForADirectoryCountLikeThoseForAFile) {
+TEST_F(KvFileDelete, AnswersForADirectoryCountLikeThoseForAFile) {
     withBoth([this](const auto& remove) {
         tree.makeDir("d");
         recorder.answers["before remove d"] = KvFileOpUtil::kSkip;
@@ -228,7 +228,7 @@ TEST_F(KvFileDeleteTest, AnswersForADirectoryCountLikeThoseForAFile) {
     });
 }
 
-TEST_F(KvFileDeleteTest, AnyOtherAnswerStopsAndIsReturned) {
+TEST_F(KvFileDelete, AnyOtherAnswerStopsAndIsReturned) {
     withBoth([this](const auto& remove) {
         for (const int stop : {1, 3, -1, -6, 1000000}) {
             tree.write("d/f", "");
@@ -239,7 +239,7 @@ TEST_F(KvFileDeleteTest, AnyOtherAnswerStopsAndIsReturned) {
     });
 }
 
-TEST_F(KvFileDeleteTest, AnAnswerAfterTheDeletionCanOnlyStop) {
+TEST_F(KvFileDelete, AnAnswerAfterTheDeletionCanOnlyStop) {
     withBoth([this](const auto& remove) {
         tree.write("d/f", "");
         recorder.answers["after delete d/f"] = KvFileOpUtil::kSkip;
@@ -251,7 +251,7 @@ TEST_F(KvFileDeleteTest, AnAnswerAfterTheDeletionCanOnlyStop) {
     });
 }
 
-TEST_F(KvFileDeleteTest, AStopInsideATreeEndsIt) {
+TEST_F(KvFileDelete, AStopInsideATreeEndsIt) {
     tree.write("d/one/two/f", "");
     recorder.answers["after remove d/one/two"] = 5;
     EXPECT_EQ(xunlink("d"), 5);
@@ -263,7 +263,7 @@ TEST_F(KvFileDeleteTest, AStopInsideATreeEndsIt) {
     EXPECT_TRUE(tree.exists("d/one"));
 }
 
-TEST_F(KvFileDeleteTest, AskingNeedsBothTheCallbackAndTheEntry) {
+TEST_F(KvFileDelete, AskingNeedsBothTheCallbackAndTheEntry) {
     tree.write("a", "");
     tree.write("b", "");
     EXPECT_EQ(KvFileOpUtil::unlink(tree.path("a").c_str(), StepRecorder::callback, nullptr), 0);
@@ -275,7 +275,7 @@ TEST_F(KvFileDeleteTest, AskingNeedsBothTheCallbackAndTheEntry) {
 }
 
 // The last component "." cannot be removed, whoever asks.
-TEST_F(KvFileDeleteTest, AnyOtherFailureOfTheSystemIsABadParameter) {
+TEST_F(KvFileDelete, AnyOtherFailureOfTheSystemIsABadParameter) {
     tree.makeDir("d");
     EXPECT_EQ(unlink("d/."), KvFileOpUtil::kBadParameters);
     EXPECT_THAT(recorder.steps, ElementsAre("before remove d/."));
@@ -284,7 +284,7 @@ TEST_F(KvFileDeleteTest, AnyOtherFailureOfTheSystemIsABadParameter) {
     EXPECT_EQ(unlink(std::string(5000, 'x')), KvFileOpUtil::kBadParameters);
 }
 
-TEST_F(KvFileDeleteTest, AFailureInsideATreeEndsIt) {
+TEST_F(KvFileDelete, AFailureInsideATreeEndsIt) {
     tree.write("d/locked/f", "");
     ASSERT_EQ(chmod(tree.path().c_str(), 0777), 0);
     ASSERT_EQ(chmod(tree.path("d").c_str(), 0777), 0);
@@ -297,7 +297,7 @@ TEST_F(KvFileDeleteTest, AFailureInsideATreeEndsIt) {
     EXPECT_TRUE(tree.exists("d/locked/f"));
 }
 
-TEST_F(KvFileDeleteTest, ALinkToADirectoryIsFollowedAndStays) {
+TEST_F(KvFileDelete, ALinkToADirectoryIsFollowedAndStays) {
     tree.write("target/f", "");
     tree.makeDir("d");
     ASSERT_EQ(symlink("../target", tree.path("d/link").c_str()), 0);
@@ -307,7 +307,7 @@ TEST_F(KvFileDeleteTest, ALinkToADirectoryIsFollowedAndStays) {
     EXPECT_FALSE(tree.exists("target/f"));
 }
 
-TEST_F(KvFileDeleteTest, OtherLinksAreDeletedThemselves) {
+TEST_F(KvFileDelete, OtherLinksAreDeletedThemselves) {
     tree.write("target", "1");
     tree.makeDir("d");
     ASSERT_EQ(symlink("../target", tree.path("d/link").c_str()), 0);
@@ -320,7 +320,7 @@ TEST_F(KvFileDeleteTest, OtherLinksAreDeletedThemselves) {
     EXPECT_EQ(tree.read("target"), "1");
 }
 
-TEST_F(KvFileDeleteTest, OddNamesAreDeleted) {
+TEST_F(KvFileDelete, OddNamesAreDeleted) {
     for (const char* const name : {"a b", "line\nbreak", "back\\slash", "...", "?"}) {
         tree.write(std::string("d/") + name, "");
     }
@@ -328,22 +328,19 @@ TEST_F(KvFileDeleteTest, OddNamesAreDeleted) {
     EXPECT_FALSE(tree.exists("d"));
 }
 
-// "d/\\" names d itself, and "d//\\" again, until a path is too long to be deleted.
-TEST_F(KvFileDeleteTest, ADirectoryNamedBackslashEndsTheDeletion) {
-    tree.write("d/\\/f", "");
-    EXPECT_EQ(xunlink("d"), KvFileOpUtil::kBadParameters);
-    EXPECT_THAT(tree.snapshot("d"), ElementsAre(Pair("\\/", ""), Pair("\\/f", "")));
-}
-
-// A directory is a path again, whose backslash separates: it is not found, and so it stays.
-TEST_F(KvFileDeleteTest, ADirectoryWithABackslashInItsNameStays) {
+TEST_F(KvFileDelete, ADirectoryWithABackslashInItsNameStays) {
+    // A directory is a path again, whose backslash separates: it is not found.
     tree.write("d/sub\\dir/f", "");
     EXPECT_EQ(xunlink("d"), KvFileOpUtil::kDone);
     EXPECT_TRUE(tree.exists("d/sub\\dir/f"));
+    // "e/\\" names e itself, and "e//\\" again, until a path is too long to be deleted.
+    tree.write("e/\\/f", "");
+    EXPECT_EQ(xunlink("e"), KvFileOpUtil::kBadParameters);
+    EXPECT_THAT(tree.snapshot("e"), ElementsAre(Pair("\\/", ""), Pair("\\/f", "")));
 }
 
 // A name directly under the root is looked for in the working directory, as its listing is.
-TEST_F(KvFileDeleteTest, XunlinkOfANameUnderTheRootMeansTheWorkingDirectory) {
+TEST_F(KvFileDelete, XunlinkOfANameUnderTheRootMeansTheWorkingDirectory) {
     tree.write("kv-under-root", "");
     tree.write("kv-dir-under-root/f", "");
     const WorkingDir here(tree.path());
@@ -352,7 +349,7 @@ TEST_F(KvFileDeleteTest, XunlinkOfANameUnderTheRootMeansTheWorkingDirectory) {
     EXPECT_TRUE(tree.snapshot().empty());
 }
 
-TEST_F(KvFileDeleteTest, APlainNameInAnUnreadableDirectoryIsNoMatch) {
+TEST_F(KvFileDelete, APlainNameInAnUnreadableDirectoryIsNoMatch) {
     tree.write("d/f", "");
     ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
     ASSERT_EQ(chmod(tree.path("d").c_str(), 0333), 0);
@@ -363,7 +360,7 @@ TEST_F(KvFileDeleteTest, APlainNameInAnUnreadableDirectoryIsNoMatch) {
 }
 
 // A directory that may be read but not searched lists the name, and the deletion then fails.
-TEST_F(KvFileDeleteTest, APlainNameInADirectoryThatCannotBeSearchedFails) {
+TEST_F(KvFileDelete, APlainNameInADirectoryThatCannotBeSearchedFails) {
     tree.write("d/f", "");
     ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
     ASSERT_EQ(chmod(tree.path("d").c_str(), 0444), 0);
@@ -375,7 +372,7 @@ TEST_F(KvFileDeleteTest, APlainNameInADirectoryThatCannotBeSearchedFails) {
 
 // Deleting every file by its name costs about as much as listing the directory a few times; with
 // one listing a file it would be thousands of times.
-TEST_F(KvFileDeleteTest, APlainNameDoesNotListItsDirectory) {
+TEST_F(KvFileDelete, APlainNameDoesNotListItsDirectory) {
     constexpr int kFiles = 2000;
     const std::string dir = tree.makeDir("d") + "/";
 #ifdef _PC_CASE_SENSITIVE

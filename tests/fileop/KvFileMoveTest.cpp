@@ -13,7 +13,7 @@ namespace {
 using testing::ElementsAre;
 using testing::Pair;
 
-class KvFileMoveTest : public testing::Test {
+class KvFileMove : public testing::Test {
   protected:
     int xmove(const std::string& from, const std::string& to, bool overwrite = true) {
         return KvFileOpUtil::xmove(tree.path(from).c_str(), tree.path(to).c_str(), overwrite,
@@ -28,7 +28,7 @@ class KvFileMoveTest : public testing::Test {
     StepRecorder recorder{tree};
 };
 
-TEST_F(KvFileMoveTest, AFileIsCopiedThenDeleted) {
+TEST_F(KvFileMove, AFileIsCopiedThenDeleted) {
     tree.write("s/f", "1");
     tree.setTime("s/f", 1000000000);
     tree.makeDir("d");
@@ -43,7 +43,7 @@ TEST_F(KvFileMoveTest, AFileIsCopiedThenDeleted) {
     EXPECT_EQ(tree.time("s/f"), 1000000000);
 }
 
-TEST_F(KvFileMoveTest, XmoveTakesAWholeTree) {
+TEST_F(KvFileMove, XmoveTakesAWholeTree) {
     tree.write("s/one/f", "1");
     tree.makeDir("d");
     EXPECT_EQ(xmove("s/", "d/"), KvFileOpUtil::kDone);
@@ -60,7 +60,7 @@ TEST_F(KvFileMoveTest, XmoveTakesAWholeTree) {
 
 // What one level of copying left behind keeps its directory from being removed; the copied files
 // are not deleted one by one.
-TEST_F(KvFileMoveTest, MoveOfADirectoryLeavesItAsItIs) {
+TEST_F(KvFileMove, MoveOfADirectoryLeavesItAsItIs) {
     tree.write("s/f", "1");
     EXPECT_EQ(move("s/", "d/"), KvFileOpUtil::kDone);
     EXPECT_EQ(recorder.steps.back(), "before remove s");
@@ -68,7 +68,7 @@ TEST_F(KvFileMoveTest, MoveOfADirectoryLeavesItAsItIs) {
     EXPECT_EQ(tree.read("d/f"), "1");
 }
 
-TEST_F(KvFileMoveTest, PatternsMoveWhatMatches) {
+TEST_F(KvFileMove, PatternsMoveWhatMatches) {
     tree.write("s/a.dat", "1");
     tree.write("s/b.txt", "2");
     tree.write("s/c.dat/x", "3");
@@ -80,7 +80,7 @@ TEST_F(KvFileMoveTest, PatternsMoveWhatMatches) {
     EXPECT_THAT(tree.snapshot("s"), ElementsAre(Pair("b.txt", "2")));
 }
 
-TEST_F(KvFileMoveTest, NothingIsDeletedWhenTheCopyFails) {
+TEST_F(KvFileMove, NothingIsDeletedWhenTheCopyFails) {
     tree.write("a", "1");
     tree.write("b", "2");
     tree.makeDir("d/a");
@@ -101,7 +101,7 @@ TEST_F(KvFileMoveTest, NothingIsDeletedWhenTheCopyFails) {
     }
 }
 
-TEST_F(KvFileMoveTest, AStopOfTheCopyKeepsTheSource) {
+TEST_F(KvFileMove, AStopOfTheCopyKeepsTheSource) {
     tree.write("a", "1");
     for (const char* const step : {"before new a > d/a", "after over a > d/a"}) {
         tree.write("d/keep", "");
@@ -117,7 +117,7 @@ TEST_F(KvFileMoveTest, AStopOfTheCopyKeepsTheSource) {
 }
 
 // A skipped copy counts as done, so the source goes all the same.
-TEST_F(KvFileMoveTest, ASkippedCopyStillDeletesTheSource) {
+TEST_F(KvFileMove, ASkippedCopyStillDeletesTheSource) {
     tree.write("a", "1");
     tree.makeDir("d");
     recorder.answers["before new a > d/a"] = KvFileOpUtil::kSkip;
@@ -127,7 +127,7 @@ TEST_F(KvFileMoveTest, ASkippedCopyStillDeletesTheSource) {
     EXPECT_THAT(tree.snapshot(), ElementsAre(Pair("d/", "")));
 }
 
-TEST_F(KvFileMoveTest, AStopOfTheDeletionIsReturned) {
+TEST_F(KvFileMove, AStopOfTheDeletionIsReturned) {
     tree.write("a", "1");
     recorder.answers["before delete a"] = 8;
     EXPECT_EQ(move("a", "d/"), 8);

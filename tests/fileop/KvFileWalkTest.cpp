@@ -18,7 +18,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class KvFileWalkTest : public testing::Test {
+class KvFileWalk : public testing::Test {
   protected:
     bool walk(const std::string& name) {
         return KvFileOpUtil::xaccess(tree.path(name).c_str(), StepRecorder::callback,
@@ -29,7 +29,7 @@ class KvFileWalkTest : public testing::Test {
     StepRecorder recorder{tree};
 };
 
-TEST_F(KvFileWalkTest, DirectoriesComeBeforeTheirContents) {
+TEST_F(KvFileWalk, DirectoriesComeBeforeTheirContents) {
     tree.write("d/one/two/f", "1");
     EXPECT_TRUE(walk("d"));
     EXPECT_THAT(recorder.steps,
@@ -37,7 +37,7 @@ TEST_F(KvFileWalkTest, DirectoriesComeBeforeTheirContents) {
                             "before visit-dir d/one/two", "before visit-file d/one/two/f"));
 }
 
-TEST_F(KvFileWalkTest, APathIsShownAsItIsGivenButWithSlashes) {
+TEST_F(KvFileWalk, APathIsShownAsItIsGivenButWithSlashes) {
     tree.write("d/e/f", "1");
     EXPECT_TRUE(walk("d/e/"));
     EXPECT_TRUE(walk("d\\e"));
@@ -60,7 +60,7 @@ void expectTree(const fs::path& root, const std::string& name, std::vector<std::
     }
 }
 
-TEST_F(KvFileWalkTest, AWideTreeIsVisitedInTheOrderOfTheSystem) {
+TEST_F(KvFileWalk, AWideTreeIsVisitedInTheOrderOfTheSystem) {
     for (int i = 0; i < 100; ++i) {
         tree.write(
             "d/" + std::to_string(i % 5) + "/" + std::to_string(i % 7) + "/" + std::to_string(i),
@@ -72,7 +72,7 @@ TEST_F(KvFileWalkTest, AWideTreeIsVisitedInTheOrderOfTheSystem) {
     EXPECT_EQ(recorder.steps, expected);
 }
 
-TEST_F(KvFileWalkTest, TheEntryTellsSizeAndTime) {
+TEST_F(KvFileWalk, TheEntryTellsSizeAndTime) {
     tree.write("d/f", "12345");
     tree.setTime("d/f", 1000000001);
     tree.setTime("d", 1000000002);
@@ -90,13 +90,13 @@ TEST_F(KvFileWalkTest, TheEntryTellsSizeAndTime) {
     EXPECT_EQ(recorder.entry.modifyTime, 1000000002);
 }
 
-TEST_F(KvFileWalkTest, ASizeIsCutTo32Bits) {
+TEST_F(KvFileWalk, ASizeIsCutTo32Bits) {
     ASSERT_EQ(truncate(tree.write("f", "").c_str(), 4294967296 + 7), 0);
     EXPECT_TRUE(walk("f"));
     EXPECT_EQ(recorder.entry.size, 7U);
 }
 
-TEST_F(KvFileWalkTest, AMissingPathCallsNobody) {
+TEST_F(KvFileWalk, AMissingPathCallsNobody) {
     tree.write("file", "");
     EXPECT_FALSE(walk("missing"));
     EXPECT_FALSE(walk("file/")) << "a file is no directory";
@@ -107,7 +107,7 @@ TEST_F(KvFileWalkTest, AMissingPathCallsNobody) {
     EXPECT_THAT(recorder.steps, IsEmpty());
 }
 
-TEST_F(KvFileWalkTest, ARecordOfAnotherSizeIsRefused) {
+TEST_F(KvFileWalk, ARecordOfAnotherSizeIsRefused) {
     tree.write("f", "");
     for (const uint32_t size : {0U, 1U, 48U, 52U, 55U, 57U, 64U, 0xFFFFFFFFU}) {
         recorder.entry.cbSize = size;
@@ -116,7 +116,7 @@ TEST_F(KvFileWalkTest, ARecordOfAnotherSizeIsRefused) {
     EXPECT_THAT(recorder.steps, IsEmpty());
 }
 
-TEST_F(KvFileWalkTest, WithoutCallbackOrEntryItTellsWhetherThePathExists) {
+TEST_F(KvFileWalk, WithoutCallbackOrEntryItTellsWhetherThePathExists) {
     const std::string file = tree.write("f", "");
     const std::string missing = tree.path("missing");
     recorder.entry.cbSize = 0;
@@ -130,7 +130,7 @@ TEST_F(KvFileWalkTest, WithoutCallbackOrEntryItTellsWhetherThePathExists) {
     EXPECT_THAT(recorder.steps, IsEmpty());
 }
 
-TEST_F(KvFileWalkTest, TheAnswerOfTheCallbackDoesNotMatter) {
+TEST_F(KvFileWalk, TheAnswerOfTheCallbackDoesNotMatter) {
     tree.write("d/f", "");
     recorder.answers["before visit-dir d"] = 1;
     recorder.answers["before visit-file d/f"] = -5;
@@ -140,7 +140,7 @@ TEST_F(KvFileWalkTest, TheAnswerOfTheCallbackDoesNotMatter) {
     EXPECT_EQ(recorder.steps.size(), 4U);
 }
 
-TEST_F(KvFileWalkTest, ACallbackKeepsTheWalkOutByChangingTheAction) {
+TEST_F(KvFileWalk, ACallbackKeepsTheWalkOutByChangingTheAction) {
     tree.write("d/closed/f", "");
     recorder.meanwhile = [this](const std::string& step) {
         if (step == "before visit-dir d/closed") {
@@ -151,7 +151,7 @@ TEST_F(KvFileWalkTest, ACallbackKeepsTheWalkOutByChangingTheAction) {
     EXPECT_THAT(recorder.steps, ElementsAre("before visit-dir d", "before visit-dir d/closed"));
 }
 
-TEST_F(KvFileWalkTest, ACallbackMayDeleteTheDirectoryItVisits) {
+TEST_F(KvFileWalk, ACallbackMayDeleteTheDirectoryItVisits) {
     tree.write("d/gone/f", "");
     recorder.meanwhile = [this](const std::string& step) {
         if (step == "before visit-dir d/gone") {
@@ -163,7 +163,7 @@ TEST_F(KvFileWalkTest, ACallbackMayDeleteTheDirectoryItVisits) {
     EXPECT_FALSE(tree.exists("d/gone"));
 }
 
-TEST_F(KvFileWalkTest, WhatCannotBeLookedAtEndsTheWalk) {
+TEST_F(KvFileWalk, WhatCannotBeLookedAtEndsTheWalk) {
     tree.makeDir("d/sub");
     ASSERT_EQ(symlink("nowhere", tree.path("d/sub/dangling").c_str()), 0);
     EXPECT_FALSE(walk("d"));
@@ -171,20 +171,20 @@ TEST_F(KvFileWalkTest, WhatCannotBeLookedAtEndsTheWalk) {
 }
 
 // The listed name becomes a path, whose backslash separates: there is no such file.
-TEST_F(KvFileWalkTest, ABackslashInANameEndsTheWalk) {
+TEST_F(KvFileWalk, ABackslashInANameEndsTheWalk) {
     tree.write("d/back\\slash", "");
     EXPECT_FALSE(walk("d"));
     EXPECT_THAT(recorder.steps, ElementsAre("before visit-dir d"));
 }
 
 // "d/\\" names d itself, and so on until the path is too long.
-TEST_F(KvFileWalkTest, ADirectoryNamedBackslashEndsTheWalk) {
+TEST_F(KvFileWalk, ADirectoryNamedBackslashEndsTheWalk) {
     tree.makeDir("d/\\");
     EXPECT_FALSE(walk("d"));
     EXPECT_GT(recorder.steps.size(), 3000U);
 }
 
-TEST_F(KvFileWalkTest, ALinkIsVisitedAsWhatItPointsAt) {
+TEST_F(KvFileWalk, ALinkIsVisitedAsWhatItPointsAt) {
     tree.write("target/f", "123");
     tree.makeDir("d");
     ASSERT_EQ(symlink("../target", tree.path("d/link").c_str()), 0);
@@ -194,14 +194,14 @@ TEST_F(KvFileWalkTest, ALinkIsVisitedAsWhatItPointsAt) {
     EXPECT_EQ(KvFileOpUtil::getDirSize(tree.path("d").c_str()), 3U);
 }
 
-TEST_F(KvFileWalkTest, ALoopOfLinksEnds) {
+TEST_F(KvFileWalk, ALoopOfLinksEnds) {
     tree.makeDir("d");
     ASSERT_EQ(symlink(".", tree.path("d/loop").c_str()), 0);
     EXPECT_FALSE(walk("d")) << "after as many links as the system follows";
     EXPECT_GT(recorder.steps.size(), 2U);
 }
 
-TEST_F(KvFileWalkTest, ATreeOf500LevelsNeedsNoDescriptors) {
+TEST_F(KvFileWalk, ATreeOf500LevelsNeedsNoDescriptors) {
     std::string path = tree.path("d");
     for (int i = 0; i < 500; ++i) {
         path += "/abcde";

@@ -21,15 +21,6 @@ class FileDocument : public KvIniUtil {
         : KvIniUtil(path.c_str(), ';', false, false, '=') {}
 };
 
-// What no operation reaches.
-struct KvIniUtilAccess {
-    static void convertBackslashes(KvIniUtil& document) { document.convertBackslashes_ = true; }
-    static void setBrackets(char left, char right) {
-        KvIniUtil::s_LeftSquareBracket = left;
-        KvIniUtil::s_RightSquareBracket = right;
-    }
-};
-
 inline std::string asText(const KvSimpleString& text) {
     return {text.c_str(), text.length()};
 }

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <functional>
 
+#include "ini/KvIniDocument.h"
 #include "tests/ini/IniDocument.h"
 #include "tests/support/ForkedProcess.h"
 #include "tests/support/TempTree.h"
@@ -183,16 +184,22 @@ TEST(KvIniFlushTo, LeavesTheDocumentsOwnFileAlone) {
 
 TEST(KvIniFlushTo, TurnsBackslashesOnlyWhenTold) {
     const TempTree tree;
-    TextDocument document("; C:\\x\n[a\\b]\nk\\l=m\\\\n\n");
-    EXPECT_TRUE(document.flushTo(tree.path("it.ini").c_str()));
-    EXPECT_EQ(tree.read("it.ini"), "; C:\\x\n[a\\b]\nk\\l=m\\\\n\n");
-    KvIniUtilAccess::convertBackslashes(document);
-    EXPECT_TRUE(document.flushTo(tree.path("it.ini").c_str()));
+    const char text[] = "; C:\\x\n[a\\b]\nk\\l=m\\\\n\n";
+    EXPECT_TRUE(TextDocument(text).flushTo(tree.path("it.ini").c_str()));
+    EXPECT_EQ(tree.read("it.ini"), text);
+    // No operation tells it; only the document behind the face can be told.
+    KvIniDocument document(';', false, true, '=');
+    document.load(text);
+    document.convertBackslashes = true;
+    EXPECT_TRUE(document.writeTo(tree.path("it.ini").c_str()));
     EXPECT_EQ(tree.read("it.ini"), "; C:/x\n[a/b]\nk/l=m//n\n");
-    EXPECT_EQ(dumpOf(document), "; C:\\x\n[a\\b]\nk\\l=m\\\\n\n");  // the document keeps its own
-    TextDocument empty("");
-    KvIniUtilAccess::convertBackslashes(empty);
-    EXPECT_TRUE(empty.flushTo(tree.path("it.ini").c_str()));
+    KvSimpleString dumped;
+    EXPECT_TRUE(document.dumpTo(dumped));
+    EXPECT_EQ(asText(dumped), text);  // the document keeps its own
+    KvIniDocument empty(';', false, true, '=');
+    empty.convertBackslashes = true;
+    EXPECT_TRUE(empty.writeTo(tree.path("it.ini").c_str()));
+    EXPECT_EQ(tree.read("it.ini"), "");
 }
 
 // A disk that is full after ten bytes.

@@ -34,20 +34,20 @@ constexpr char kAllOn[] =
 
 }  // namespace
 
-TEST(KvVcCfgTest, isAllOffWithoutADirectory) {
+TEST(KvVcCfg, IsAllOffWithoutADirectory) {
     EXPECT_EQ(flags(KvVcCfg()), "000");
     EXPECT_EQ(flags(KvVcCfg(nullptr)), "000");
     EXPECT_EQ(flags(KvVcCfg("/missing/directory")), "000");
 }
 
-TEST(KvVcCfgTest, readsEachSwitchFromItsSection) {
+TEST(KvVcCfg, ReadsEachSwitchFromItsSection) {
     EXPECT_EQ(flagsOf(kAllOn), "111");
     EXPECT_EQ(flagsOf("[common]\nbkd_use_old_dir_organization=1\n"), "100");
     EXPECT_EQ(flagsOf("ForceDuplicatePatchagent=1\n"), "010");
     EXPECT_EQ(flagsOf("[Downloader]\nkeep_cache_file_on_success=1\n"), "001");
 }
 
-TEST(KvVcCfgTest, doesNotFindASwitchInAnotherSection) {
+TEST(KvVcCfg, DoesNotFindASwitchInAnotherSection) {
     EXPECT_EQ(flagsOf("[common]\nForceDuplicatePatchagent=1\n"), "000");
     EXPECT_EQ(flagsOf("bkd_use_old_dir_organization=1\nkeep_cache_file_on_success=1\n"), "000");
     EXPECT_EQ(flagsOf("[Downloader]\nbkd_use_old_dir_organization=1\n"
@@ -55,13 +55,13 @@ TEST(KvVcCfgTest, doesNotFindASwitchInAnotherSection) {
               "000");
 }
 
-TEST(KvVcCfgTest, matchesNamesWithoutRegardToCase) {
+TEST(KvVcCfg, MatchesNamesWithoutRegardToCase) {
     EXPECT_EQ(flagsOf("[COMMON]\nBKD_USE_OLD_DIR_ORGANIZATION = 1\n"), "100");
     EXPECT_EQ(flagsOf("forceduplicatepatchAGENT=1\n[downloader]\nKeep_Cache_File_On_Success=1\n"),
               "011");
 }
 
-TEST(KvVcCfgTest, isOnForExactlyOneAndForNothingElse) {
+TEST(KvVcCfg, IsOnForExactlyOneAndForNothingElse) {
     const std::vector<std::pair<std::string, bool>> table = {
         {"1", true},    {"1 ", true},     {" \t1\t", true}, {"1\r", true}, {"01", false},
         {"11", false},  {"2", false},     {"0", false},     {"", false},   {"true", false},
@@ -79,18 +79,18 @@ TEST(KvVcCfgTest, isOnForExactlyOneAndForNothingElse) {
     }
 }
 
-TEST(KvVcCfgTest, takesADirectoryWithOrWithoutASeparatorAtItsEnd) {
+TEST(KvVcCfg, TakesADirectoryWithOrWithoutASeparatorAtItsEnd) {
     const TempTree tree;
     (void)tree.write("vccfg.ini", kAllOn);
     EXPECT_EQ(flags(KvVcCfg((tree.path() + "/").c_str())), "111");
 }
 
-TEST(KvVcCfgTest, readsNothingWhereTheNameIsTooLong) {
+TEST(KvVcCfg, ReadsNothingWhereTheNameIsTooLong) {
     const std::string tooLong = "/" + std::string(kPathCapacity, 'x');
     EXPECT_EQ(flags(KvVcCfg(tooLong.c_str())), "000");
 }
 
-TEST(KvVcCfgTest, neverWritesTheFile) {
+TEST(KvVcCfg, NeverWritesTheFile) {
     const TempTree tree;
     const std::string config = std::string("  ; comment  \r\n\r\n") + kAllOn;
     (void)tree.write("vccfg.ini", config);
@@ -98,7 +98,7 @@ TEST(KvVcCfgTest, neverWritesTheFile) {
     EXPECT_EQ(tree.read("vccfg.ini"), config);
 }
 
-TEST(KvVcCfgTest, doesNotCreateAMissingFile) {
+TEST(KvVcCfg, DoesNotCreateAMissingFile) {
     const TempTree tree;
     EXPECT_EQ(flags(KvVcCfg(tree.path().c_str())), "000");
     EXPECT_TRUE(tree.snapshot().empty());

@@ -85,7 +85,7 @@ std::string withoutHiddenFields(const std::string& listing) {
 
 }  // namespace
 
-TEST(HtmlLogInBrowserTest, showsTheMessagesAndHidesTheFields) {
+TEST(HtmlLogInBrowser, ShowsTheMessagesAndHidesTheFields) {
     const std::string browser = findBrowser();
     if (browser.empty()) {
         GTEST_SKIP() << "no Chromium is installed";

@@ -72,7 +72,7 @@ using Heard = std::vector<std::string>;
 
 }  // namespace
 
-TEST(KvEventPublisherTest, eventsKeepACopyOfTheirMessage) {
+TEST(KvEventPublisher, EventsKeepACopyOfTheirMessage) {
     KvSimpleString message("text");
     const KvInfoEvent info(message, 6);
     const KvErrorEvent error(message, -1);
@@ -83,12 +83,12 @@ TEST(KvEventPublisherTest, eventsKeepACopyOfTheirMessage) {
     EXPECT_EQ(error.getLevel(), -1);
 }
 
-TEST(KvEventPublisherTest, eventTypesAreFixed) {
+TEST(KvEventPublisher, EventTypesAreFixed) {
     EXPECT_EQ(KvInfoEvent("", 0).getEventType(), 4);
     EXPECT_EQ(KvErrorEvent("", 0).getEventType(), 2);
 }
 
-TEST(KvEventPublisherTest, interfacesAreAbstractAndFormTheTree) {
+TEST(KvEventPublisher, InterfacesAreAbstractAndFormTheTree) {
     EXPECT_TRUE(std::is_abstract_v<KvEvent>);
     EXPECT_TRUE(std::is_abstract_v<KvEventListener>);
     EXPECT_TRUE(std::is_abstract_v<KvInfoEventListener>);
@@ -99,7 +99,7 @@ TEST(KvEventPublisherTest, interfacesAreAbstractAndFormTheTree) {
     EXPECT_TRUE((std::is_base_of_v<KvEventListener, KvActionEventListener>));
 }
 
-TEST(KvEventPublisherTest, eachKindReachesItsOwnListenersOnly) {
+TEST(KvEventPublisher, EachKindReachesItsOwnListenersOnly) {
     Heard heard;
     Registered<KvInfoEventListener> info("info", heard);
     Registered<KvErrorEventListener> error("error", heard);
@@ -117,7 +117,7 @@ TEST(KvEventPublisherTest, eachKindReachesItsOwnListenersOnly) {
     EXPECT_EQ(heard, (Heard{"info:i", "error:e", "progress:half", "action:move"}));
 }
 
-TEST(KvEventPublisherTest, listenersAreCalledInTheOrderOfRegistration) {
+TEST(KvEventPublisher, ListenersAreCalledInTheOrderOfRegistration) {
     Heard heard;
     Registered<KvInfoEventListener> first("1", heard);
     Registered<KvInfoEventListener> second("2", heard);
@@ -133,7 +133,7 @@ TEST(KvEventPublisherTest, listenersAreCalledInTheOrderOfRegistration) {
     EXPECT_EQ(heard, (Heard{"1:x", "2:x"}));
 }
 
-TEST(KvEventPublisherTest, aListenerAddedMeanwhileIsReachedInTheSamePass) {
+TEST(KvEventPublisher, AListenerAddedMeanwhileIsReachedInTheSamePass) {
     Heard heard;
     Registered<KvErrorEventListener> first("1", heard);
     Registered<KvErrorEventListener> late("late", heard);
@@ -143,7 +143,7 @@ TEST(KvEventPublisherTest, aListenerAddedMeanwhileIsReachedInTheSamePass) {
     EXPECT_EQ(heard, (Heard{"1:x", "late:x"}));
 }
 
-TEST(KvEventPublisherTest, informationAndErrorsIgnoreTheAnswers) {
+TEST(KvEventPublisher, InformationAndErrorsIgnoreTheAnswers) {
     Heard heard;
     Registered<KvInfoEventListener> info("i", heard, 7);
     Registered<KvErrorEventListener> error("e", heard, 7);
@@ -153,7 +153,7 @@ TEST(KvEventPublisherTest, informationAndErrorsIgnoreTheAnswers) {
     EXPECT_EQ(KvErrorEvent("x", -100).publish(), 0);
 }
 
-TEST(KvEventPublisherTest, progressAndActionsReturnTheLargestAnswer) {
+TEST(KvEventPublisher, ProgressAndActionsReturnTheLargestAnswer) {
     const std::vector<std::pair<std::vector<int>, int>> table = {
         {{}, 0}, {{3}, 3}, {{-3}, -3}, {{1, 5, 2}, 5}, {{-7, -2, -9}, -2}, {{0, -1}, 0},
     };
@@ -175,7 +175,7 @@ TEST(KvEventPublisherTest, progressAndActionsReturnTheLargestAnswer) {
     }
 }
 
-TEST(KvEventPublisherTest, toleratesNull) {
+TEST(KvEventPublisher, ToleratesNull) {
     EXPECT_EQ(KvEventPublisher::addEventListener(static_cast<KvInfoEventListener*>(nullptr)), 0);
     EXPECT_EQ(KvEventPublisher::removeEventListener(static_cast<KvErrorEventListener*>(nullptr)),
               0);
@@ -187,7 +187,7 @@ TEST(KvEventPublisherTest, toleratesNull) {
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST(KvEventPublisherTest, removingAStrangerChangesNothing) {
+TEST(KvEventPublisher, RemovingAStrangerChangesNothing) {
     Heard heard;
     Registered<KvInfoEventListener> known("known", heard);
     Listener<KvInfoEventListener> stranger("stranger", heard);

@@ -15,26 +15,35 @@ std::string text(const KvLogFields& fields, const std::string& message) {
     return makeTextRecord(fields, message.c_str()).c_str();
 }
 
-std::string html(const KvLogFields& fields, const std::string& message) {
-    return makeHtmlRecord(fields, message.c_str()).c_str();
+tm localTime(int year, int month, int day, int hour, int minute, int second) {
+    tm time{};
+    time.tm_year = year - 1900;
+    time.tm_mon = month - 1;
+    time.tm_mday = day;
+    time.tm_hour = hour;
+    time.tm_min = minute;
+    time.tm_sec = second;
+    return time;
+}
+
+std::string stampOf(const tm* time) {
+    char stamp[kStampCapacity];
+    formatStamp(stamp, time);
+    return stamp;
 }
 
 }  // namespace
 
-TEST(KvLogRecordTest, putsTheFieldsBeforeTheMessage) {
+TEST(KvLogRecord, PutsTheFieldsBeforeTheMessage) {
     EXPECT_EQ(text(kInfo, "Start patch"), "\nInf 20240101 12:00:05 412 7938 Start patch");
     EXPECT_EQ(text(kError, "No."), "\nErr 20240101 12:00:05 412 7938 No.");
 }
 
-TEST(KvLogRecordTest, writesAnEmptyMessageAsARecord) {
+TEST(KvLogRecord, WritesAnEmptyMessageAsARecord) {
     EXPECT_EQ(text(kInfo, ""), "\nInf 20240101 12:00:05 412 7938 ");
-    EXPECT_EQ(html(kError, ""),
-              "<span id=\"typ\"> Error:\n</span><span id=\"tme\"> 20240101 12:00:05\n</span>"
-              "<span id=\"pid\"> P[412]\n</span><span id=\"tid\"> T[7938]\n</span>"
-              "<span id=\"fln\"><br>\n</span><span id=\"err\"> \n<br>\n</span>");
 }
 
-TEST(KvLogRecordTest, linesContinuationsUpUnderTheMessage) {
+TEST(KvLogRecord, LinesContinuationsUpUnderTheMessage) {
     const std::string indent(31, ' ');
     EXPECT_EQ(text(kInfo, "one\ntwo\n"),
               "\nInf 20240101 12:00:05 412 7938 one\n" + indent + "two\n" + indent);
@@ -42,13 +51,13 @@ TEST(KvLogRecordTest, linesContinuationsUpUnderTheMessage) {
               "\nInf 20240101 12:00:05 412 7938 " + std::string(75, 'x') + "\n" + indent + "x");
 }
 
-TEST(KvLogRecordTest, indentsByThePrefixOfThisRecord) {
+TEST(KvLogRecord, IndentsByThePrefixOfThisRecord) {
     const KvLogFields widest{true, kStamp, 4294967295U, 4294967295U, ""};
     EXPECT_EQ(text(widest, "one\ntwo"),
               "\nErr 20240101 12:00:05 4294967295 4294967295 one\n" + std::string(44, ' ') + "two");
 }
 
-TEST(KvLogRecordTest, knowsSeparatorLines) {
+TEST(KvLogRecord, KnowsSeparatorLines) {
     EXPECT_TRUE(isSeparatorLine("-"));
     EXPECT_TRUE(isSeparatorLine("-----"));
     EXPECT_FALSE(isSeparatorLine(""));
@@ -57,69 +66,50 @@ TEST(KvLogRecordTest, knowsSeparatorLines) {
     EXPECT_FALSE(isSeparatorLine("--x--"));
 }
 
-TEST(KvLogRecordTest, letsASeparatorLineStandAlone) {
+TEST(KvLogRecord, LetsASeparatorLineStandAlone) {
     EXPECT_EQ(text(kInfo, "-----"), "\n-----");
     EXPECT_EQ(text(kError, std::string(100, '-')), "\n" + std::string(100, '-'));
-    EXPECT_EQ(html(kInfo, "-----"), "\n<hr>\n");
 }
 
-TEST(KvLogRecordTest, putsTheFieldsIntoSpans) {
-    EXPECT_EQ(html(kInfo, "Start patch"),
-              "<span id=\"typ\"> Info :\n</span>"
-              "<span id=\"tme\"> 20240101 12:00:05\n</span>"
-              "<span id=\"pid\"> P[412]\n</span>"
-              "<span id=\"tid\"> T[7938]\n</span>"
-              "<span id=\"fln\"><br>"
-              "\n</span><span id=\"inf\"> Start patch\n<br>\n</span>");
-    EXPECT_EQ(html(kError, "No."),
-              "<span id=\"typ\"> Error:\n</span>"
-              "<span id=\"tme\"> 20240101 12:00:05\n</span>"
-              "<span id=\"pid\"> P[412]\n</span>"
-              "<span id=\"tid\"> T[7938]\n</span>"
-              "<span id=\"fln\"><br>"
-              "\n</span><span id=\"err\"> No.\n<br>\n</span>");
+TEST(KvLogRecord, WritesEveryFieldWithItsDigits) {
+    const tm early = localTime(2024, 1, 1, 0, 0, 5);
+    EXPECT_EQ(stampOf(&early), "20240101 00:00:05\n");
+    const tm late = localTime(1999, 12, 31, 23, 59, 60);
+    EXPECT_EQ(stampOf(&late), "19991231 23:59:60\n");
 }
 
-TEST(KvLogRecordTest, escapesTheHtmlMessageAndDoesNotWrapIt) {
-    const std::string record = html(kInfo, "a  b<c>\n" + std::string(200, 'x'));
-    EXPECT_NE(record.find("<span id=\"inf\"> a&nbsp b&#60;c&#62;<br>" + std::string(200, 'x') +
-                          "\n<br>\n</span>"),
-              std::string::npos)
-        << record;
+TEST(KvLogRecord, CutsAYearThatIsTooLong) {
+    const tm far = localTime(12345, 6, 7, 8, 9, 10);
+    EXPECT_EQ(stampOf(&far), "123450607 08:09:1\n");
 }
 
-TEST(KvLogRecordTest, hasRoomForTheLongestHtmlFields) {
-    const KvLogFields widest{true, kStamp, 4294967295U, 4294967295U, "a<b"};
-    const std::string record = html(widest, "x");
-    EXPECT_NE(record.find(" P[4294967295]\n</span><span id=\"tid\"> T[4294967295]\n</span>"
-                          "<span id=\"fln\">a&#60;b<br>\n</span>"),
-              std::string::npos)
-        << record;
+TEST(KvLogRecord, HasAStampForATimeThatCannotBeTold) {
+    EXPECT_EQ(stampOf(nullptr), "20380118 00:00:00\n");
 }
 
-TEST(KvLogRecordTest, beginsANewHtmlLogWithSeventeenLines) {
-    const std::string lines[] = {
-        "<html>",
-        "<head>",
-        "<style type=\"text/css\"><!--",
-        "body {background-color: white;}",
-        "#typ\t{font-size:12pt; color:white;}",
-        "#tme\t{font-size:12pt; color:white;}",
-        "#pid\t{font-size:12pt; color:white;}",
-        "#tid\t{font-size:12pt; color:white;}",
-        "#fln\t{font-size:12pt; color:white;}",
-        "#inf\t{font-size:12pt; color:black;}",
-        "#err\t{font-size:12pt; color:red; font-weight: bold;}",
-        "--></style>",
-        "</head>",
-        "<body><h1 align=center>Velocore Log File</h1><br><br>",
-        "",
-        "",
-        "",
-    };
-    std::string expected;
-    for (const std::string& line : lines) {
-        expected += line + "\n";
+TEST(KvLogRecord, TellsTheLocalTimeOfNow) {
+    const time_t before = time(nullptr);
+    const std::string stamp = GetTime();
+    const time_t after = time(nullptr);
+    bool isNow = false;
+    for (time_t now = before; now <= after; ++now) {
+        char expected[32];
+        ASSERT_NE(strftime(expected, sizeof expected, "%Y%m%d %H:%M:%S\n", localtime(&now)), 0U);
+        isNow = isNow || stamp == expected;
     }
-    EXPECT_EQ(kHtmlLogHeader, expected);
+    EXPECT_TRUE(isNow) << stamp;
+}
+
+TEST(KvLogRecord, KeepsOneBufferForAllCalls) {
+    const char* first = GetTime();
+    EXPECT_EQ(GetTime(), first);
+}
+
+TEST(KvLogRecord, KnowsWhatSeparatesWords) {
+    const std::string wordCharacters =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
+    for (int ch = 0; ch < 256; ++ch) {
+        const bool inWord = wordCharacters.find(static_cast<char>(ch)) != std::string::npos;
+        EXPECT_EQ(IsWordSeparator(static_cast<char>(ch)), !inWord) << "character " << ch;
+    }
 }

@@ -44,7 +44,7 @@ std::string messagesOf(const std::string& log) {
     return messages;
 }
 
-class KvLogStartupTest : public testing::TestWithParam<LinkOrder> {
+class KvLogStartup : public testing::TestWithParam<LinkOrder> {
   protected:
     // Runs the program in the tree and returns its messages, one a line.
     std::string run(const std::string& config) {
@@ -70,7 +70,7 @@ class KvLogStartupTest : public testing::TestWithParam<LinkOrder> {
     std::string output_;
 };
 
-INSTANTIATE_TEST_SUITE_P(LinkedInAnyOrder, KvLogStartupTest,
+INSTANTIATE_TEST_SUITE_P(LinkedInAnyOrder, KvLogStartup,
                          testing::Values(LinkOrder{"startup_reporter_first", true},
                                          LinkOrder{"startup_reporter_last", true},
                                          LinkOrder{"startup_stranger_first", false},
@@ -79,22 +79,22 @@ INSTANTIATE_TEST_SUITE_P(LinkedInAnyOrder, KvLogStartupTest,
 
 }  // namespace
 
-TEST_P(KvLogStartupTest, findsItsPlaceBesideTheProgram) {
+TEST_P(KvLogStartup, FindsItsPlaceBesideTheProgram) {
     EXPECT_EQ(run(""), expected());
 }
 
-TEST_P(KvLogStartupTest, findsItsSettingsBesideTheProgram) {
+TEST_P(KvLogStartup, FindsItsSettingsBesideTheProgram) {
     log_ = "VC_Log/KvuDump.txt";
     EXPECT_EQ(run("[common]\nbkd_use_old_dir_organization=1\n"), expected());
     EXPECT_FALSE(tree_.exists("VC_Data"));
 }
 
-TEST_P(KvLogStartupTest, canBeSilent) {
+TEST_P(KvLogStartup, CanBeSilent) {
     EXPECT_EQ(run("[Debug]\nLevel=7\n"), "");
     EXPECT_FALSE(tree_.exists("VC_Data"));
 }
 
-TEST_P(KvLogStartupTest, fillsTheContext) {
+TEST_P(KvLogStartup, FillsTheContext) {
     const std::string place = tree_.path() + "/";
     (void)run("[Debug]\nLevel=7\n");
     EXPECT_EQ(output_, place + " " + place + " " + place + "VC_Data\n");
@@ -105,7 +105,7 @@ TEST_P(KvLogStartupTest, fillsTheContext) {
 
 #ifdef KV_HAS_WRAPPED_PROBES
 
-TEST(KvLogStartupWithoutModuleTest, takesTheWorkingDirectory) {
+TEST(KvLogStartupWithoutModule, TakesTheWorkingDirectory) {
     const TempTree tree;
     const std::string place = std::filesystem::canonical(tree.path()).string();
     const ChildResult result = runChild({kProbes + "startup_no_module", {}, tree.path()});
@@ -113,14 +113,14 @@ TEST(KvLogStartupWithoutModuleTest, takesTheWorkingDirectory) {
     EXPECT_TRUE(tree.exists("VC_Data/VC_Log/KvuDump.txt"));
 }
 
-TEST(KvLogStartupWithoutModuleTest, takesADotWhereTheWorkingDirectoryIsGone) {
+TEST(KvLogStartupWithoutModule, TakesADotWhereTheWorkingDirectoryIsGone) {
     const TempTree tree;
     const std::string command = "rmdir \"$PWD\" && exec " + kProbes + "startup_no_module";
     const ChildResult result = runChild({"/bin/sh", {"-c", command}, tree.makeDir("gone")});
     EXPECT_EQ(result.out, "./ ./ ./VC_Data\n") << result.err;
 }
 
-TEST(KvLogStartupWithoutModuleTest, takesADotWhereTheWorkingDirectorysNameIsTooLong) {
+TEST(KvLogStartupWithoutModule, TakesADotWhereTheWorkingDirectorysNameIsTooLong) {
     const TempTree tree;
     std::string deep = "d";
     while (deep.size() < 1100) {
@@ -131,7 +131,7 @@ TEST(KvLogStartupWithoutModuleTest, takesADotWhereTheWorkingDirectorysNameIsTooL
     EXPECT_TRUE(tree.exists(deep + "/VC_Data/VC_Log/KvuDump.txt"));
 }
 
-TEST(LogCostTest, aLongMessageTakesOneOpenOneWriteAndOneClose) {
+TEST(LogCost, ALongMessageTakesOneOpenOneWriteAndOneClose) {
     const TempTree tree;
     const ChildResult result = runChild({kProbes + "log_cost_probe", {tree.path()}});
     EXPECT_EQ(result.out, "1 open, 1 write, 1 close\n") << result.err;

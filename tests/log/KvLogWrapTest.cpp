@@ -1,4 +1,5 @@
-#include "log/KvLogWrap.h"
+// The line breaks of the text log.
+#include "log/KvLogRecord.h"
 
 #include <gtest/gtest.h>
 
@@ -94,7 +95,7 @@ std::string randomMessage(std::mt19937& random) {
 
 }  // namespace
 
-TEST(KvLogWrapTest, leavesWhatFitsAlone) {
+TEST(KvLogWrap, LeavesWhatFitsAlone) {
     for (const std::string& message :
          {std::string(), std::string("x"), run(75), run(75) + "\n", run(75) + "\n" + run(75),
           std::string("\n"), std::string("\n\n\n"), run(30) + " \n" + run(40)}) {
@@ -102,20 +103,20 @@ TEST(KvLogWrapTest, leavesWhatFitsAlone) {
     }
 }
 
-TEST(KvLogWrapTest, cutsALongWordEvery75Characters) {
+TEST(KvLogWrap, CutsALongWordEvery75Characters) {
     EXPECT_EQ(wrap(run(76)), run(75) + "\n" + run(1));
     EXPECT_EQ(wrap(run(150)), run(75) + "\n" + run(75));
     EXPECT_EQ(wrap(run(200)), run(75) + "\n" + run(75) + "\n" + run(50));
 }
 
-TEST(KvLogWrapTest, movesAWordOfUpTo15CharactersToTheNextLine) {
+TEST(KvLogWrap, MovesAWordOfUpTo15CharactersToTheNextLine) {
     EXPECT_EQ(wrap(run(70) + " " + run(15, 'w')), run(70) + " \n" + run(15, 'w'));
     EXPECT_EQ(wrap(run(60) + " " + run(15, 'w')), run(60) + " \n" + run(15, 'w'));
     EXPECT_EQ(wrap(run(70) + " " + run(16, 'w')), run(70) + " wwww\n" + run(12, 'w'));
     EXPECT_EQ(wrap(run(60) + " " + run(16, 'w')), run(60) + " " + run(14, 'w') + "\nww");
 }
 
-TEST(KvLogWrapTest, measuresTheWordOnBothSidesOfTheLimit) {
+TEST(KvLogWrap, MeasuresTheWordOnBothSidesOfTheLimit) {
     // The 76th character is the last, the first and a middle one of its word.
     EXPECT_EQ(wrap(run(60) + " " + run(15, 'w') + " y"), run(60) + " \n" + run(15, 'w') + " y");
     EXPECT_EQ(wrap(run(74) + " " + run(15, 'w')), run(74) + " \n" + run(15, 'w'));
@@ -124,37 +125,37 @@ TEST(KvLogWrapTest, measuresTheWordOnBothSidesOfTheLimit) {
               run(68) + "-\n" + run(8, '_') + run(7, '9') + ".");
 }
 
-TEST(KvLogWrapTest, leavesSeparatorsAtTheEndOfTheLine) {
+TEST(KvLogWrap, LeavesSeparatorsAtTheEndOfTheLine) {
     EXPECT_EQ(wrap(run(75) + " next"), run(75) + " \nnext");
     EXPECT_EQ(wrap(run(75) + "  .. next"), run(75) + "  .. \nnext");
     EXPECT_EQ(wrap(run(74) + "  next"), run(74) + "  \nnext");
 }
 
-TEST(KvLogWrapTest, putsNothingAtTheEndOfTheMessage) {
+TEST(KvLogWrap, PutsNothingAtTheEndOfTheMessage) {
     EXPECT_EQ(wrap(run(75) + "."), run(75) + ".");
     EXPECT_EQ(wrap(run(75) + run(300, ' ')), run(75) + run(300, ' '));
     EXPECT_EQ(wrap(run(75) + " \n"), run(75) + " \n");
 }
 
-TEST(KvLogWrapTest, breaksALineWhoseLineFeedComesTooLate) {
+TEST(KvLogWrap, BreaksALineWhoseLineFeedComesTooLate) {
     EXPECT_EQ(wrap(run(76) + "\nnext"), run(75) + "\nx\nnext");
     EXPECT_EQ(wrap(run(70) + " seventyseven\nnext"), run(70) + " \nseventyseven\nnext");
 }
 
 // A line feed is a separator like any other, so an own break can follow the message's.
-TEST(KvLogWrapTest, countsALineFeedBehindTheLimitAsASeparator) {
+TEST(KvLogWrap, CountsALineFeedBehindTheLimitAsASeparator) {
     EXPECT_EQ(wrap(run(75) + " \nnext"), run(75) + " \n\nnext");
     EXPECT_EQ(wrap(run(75) + " \n\n - next"), run(75) + " \n\n - \nnext");
 }
 
-TEST(KvLogWrapTest, writesTheGivenBreakForEveryLineFeed) {
+TEST(KvLogWrap, WritesTheGivenBreakForEveryLineFeed) {
     KvSimpleString out("head ");
     const std::string message = run(75) + " \nnext\nlast\n";
     appendWrapped(out, message.c_str(), message.size(), "\n  ");
     EXPECT_EQ(out.c_str(), "head " + run(75) + " \n  \n  next\n  last\n  ");
 }
 
-TEST(KvLogWrapTest, agreesWithTheRulesOnRandomMessages) {
+TEST(KvLogWrap, AgreesWithTheRulesOnRandomMessages) {
     std::mt19937 random(20240101);
     for (int i = 0; i < 8000; ++i) {
         const std::string message = randomMessage(random);
@@ -188,7 +189,7 @@ std::string repeated(const std::string& piece, size_t length) {
 
 // Sixteen times the text takes sixteen times as long; a second look at the rest for every line
 // would make it 256.
-TEST(KvLogWrapTest, takesTimeInProportionToTheMessage) {
+TEST(KvLogWrap, TakesTimeInProportionToTheMessage) {
     for (const std::string& piece : {run(1), run(1, ' '), std::string("word "), std::string("\n"),
                                      run(75) + " \n", run(76) + " "}) {
         const double little = secondsFor(repeated(piece, 10000));

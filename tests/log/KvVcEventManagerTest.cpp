@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <future>
 #include <memory>
@@ -38,13 +39,37 @@ std::vector<std::unique_ptr<KvVcLock>> takeAllLocks() {
     return locks;
 }
 
+void informAndFail(int level) {
+    KvInfoEvent info("information", level);
+    KvErrorEvent error("failure", level);
+    EXPECT_EQ(KvVcInfoEventListener().processEvent(&info), 0);
+    EXPECT_EQ(KvVcErrorEventListener().processEvent(&error), 0);
+}
+
+std::string config(int mode, int level) {
+    return "[Debug]\nlog_mode=" + std::to_string(mode) + "\nLevel=" + std::to_string(level) + "\n";
+}
+
+// What `act` writes to standard output.
+template <typename Act>
+std::string printed(Act act) {
+    testing::internal::CaptureStdout();
+    act();
+    (void)fflush(stdout);
+    return testing::internal::GetCapturedStdout();
+}
+
+bool holds(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
 }  // namespace
 
-TEST(KvVcEventManagerTest, exists) {
+TEST(KvVcEventManager, Exists) {
     ASSERT_NE(g_pEventManager, nullptr);
 }
 
-TEST(KvVcEventManagerTest, switchesToAnotherDirectory) {
+TEST(KvVcEventManager, SwitchesToAnotherDirectory) {
     const LogDir first;
     KV_INFO(kLevelProgress, "to the first");
     const LogDir second;
@@ -56,14 +81,14 @@ TEST(KvVcEventManagerTest, switchesToAnotherDirectory) {
     EXPECT_NE(second.text().find("to the second"), std::string::npos);
 }
 
-TEST(KvVcEventManagerTest, stillTakesTheDirectoryWithASeparatorAtItsEnd) {
+TEST(KvVcEventManager, StillTakesTheDirectoryWithASeparatorAtItsEnd) {
     const LogDir log;
     g_pEventManager->resetVCPath((log.tree().path() + "/").c_str());
     EXPECT_EQ(s_config_file, log.tree().path("vccfg.ini"));
     EXPECT_EQ(s_log_file, log.tree().path(LogDir::kText));
 }
 
-TEST(KvVcEventManagerTest, changesNothingWhenTheLockIsNotObtained) {
+TEST(KvVcEventManager, ChangesNothingWhenTheLockIsNotObtained) {
     const LogDir first;
     const TempTree second;
     const auto locks = takeAllLocks();
@@ -72,14 +97,14 @@ TEST(KvVcEventManagerTest, changesNothingWhenTheLockIsNotObtained) {
     EXPECT_EQ(s_log_file, first.tree().path(LogDir::kText));
 }
 
-TEST(KvVcEventManagerTest, givesTheLockBack) {
+TEST(KvVcEventManager, GivesTheLockBack) {
     const LogDir log;
     KvVcLock lock;
     EXPECT_TRUE(lock.create(kThreadLock, "///VCPATH", false));
     EXPECT_NE(access("///VCPATH.lock", F_OK), 0);  // of threads only: no file is made
 }
 
-TEST(KvVcEventManagerTest, waitsForAnotherThreadThatSwitches) {
+TEST(KvVcEventManager, WaitsForAnotherThreadThatSwitches) {
     const LogDir first;
     const TempTree second;
     std::promise<void> held;
@@ -97,14 +122,14 @@ TEST(KvVcEventManagerTest, waitsForAnotherThreadThatSwitches) {
     other.join();
 }
 
-TEST(KvVcEventManagerTest, changesNothingForNull) {
+TEST(KvVcEventManager, ChangesNothingForNull) {
     const LogDir log;
     g_pEventManager->resetVCPath(nullptr);
     EXPECT_EQ(s_vcpath, log.tree().path());
 }
 
 // A name that was cut would be another file's: nothing is read there and nothing written.
-TEST(KvVcEventManagerTest, readsAndWritesNothingUnderANameThatIsTooLong) {
+TEST(KvVcEventManager, ReadsAndWritesNothingUnderANameThatIsTooLong) {
     const LogDir log;
     const std::string longest(kPathCapacity - 1, 'x');
     for (const std::string& path : {longest, longest + "yz", std::string(kLongPathCapacity, '/')}) {
@@ -116,7 +141,7 @@ TEST(KvVcEventManagerTest, readsAndWritesNothingUnderANameThatIsTooLong) {
     }
 }
 
-TEST(KvVcEventManagerTest, sendsEverythingToTheCallback) {
+TEST(KvVcEventManager, SendsEverythingToTheCallback) {
     const LogDir log("[Debug]\nLevel=7\n");
     const Overheard overheard;
     KV_INFO(kLevelCallbackOnly, "a");
@@ -128,7 +153,7 @@ TEST(KvVcEventManagerTest, sendsEverythingToTheCallback) {
     EXPECT_EQ(log.text(), "");
 }
 
-TEST(KvVcEventManagerTest, ignoresWhatTheCallbackReturns) {
+TEST(KvVcEventManager, IgnoresWhatTheCallbackReturns) {
     int calls = 0;
     g_pEventManager->redirectToCallback(ignore, &calls);
     KV_INFO(kLevelProgress, "one");
@@ -137,14 +162,14 @@ TEST(KvVcEventManagerTest, ignoresWhatTheCallbackReturns) {
     EXPECT_EQ(calls, 2);
 }
 
-TEST(KvVcEventManagerTest, dropsEventsForACallbackThatIsMissing) {
+TEST(KvVcEventManager, DropsEventsForACallbackThatIsMissing) {
     const LogDir log;
     g_pEventManager->redirectToCallback(nullptr, nullptr);
     KV_INFO(kLevelAlways, "lost");
     EXPECT_EQ(log.text(), "");
 }
 
-TEST(KvVcEventManagerTest, leavesTheCallbackWhenTheDirectoryIsSwitched) {
+TEST(KvVcEventManager, LeavesTheCallbackWhenTheDirectoryIsSwitched) {
     const Overheard overheard;
     const LogDir log;
     KV_INFO(kLevelProgress, "to the file");
@@ -153,7 +178,7 @@ TEST(KvVcEventManagerTest, leavesTheCallbackWhenTheDirectoryIsSwitched) {
 }
 
 // In a process of its own, because it changes the settings for good.
-TEST(KvVcEventManagerTest, registersItsListenersAndTakesThemBack) {
+TEST(KvVcEventManager, RegistersItsListenersAndTakesThemBack) {
     ForkedProcess child([](const Talk&) {
         Overheard overheard;
         {
@@ -174,11 +199,92 @@ TEST(KvVcEventManagerTest, registersItsListenersAndTakesThemBack) {
 }
 
 // That it is the right directory is shown by programs put somewhere (KvLogStartupTest.cpp).
-TEST(KvVcEventManagerTest, fillsTheContextWithTheProgramsDirectory) {
+TEST(KvVcEventManager, FillsTheContextWithTheProgramsDirectory) {
     const std::string velocore = g_DefaultContext.velocorePath;
     ASSERT_FALSE(velocore.empty());
     EXPECT_EQ(velocore.back(), '/');
     EXPECT_EQ(g_DefaultContext.workPath, velocore);
     EXPECT_EQ(g_DefaultContext.dataPath, velocore + "VC_Data");
     EXPECT_EQ(std::to_string(g_DefaultContext.threadId), threadNumber());
+}
+
+TEST(KvVcLogListeners, WriteIntoTheLogFile) {
+    for (const int mode : {2, 3}) {
+        const LogDir log(config(mode, 5));
+        EXPECT_EQ(printed([] { informAndFail(6); }), "");
+        EXPECT_EQ(log.text().substr(0, 5), "\nInf ") << "mode " << mode;
+        EXPECT_TRUE(holds(log.text(), " information\nErr ")) << "mode " << mode;
+        EXPECT_TRUE(holds(log.text(), " failure")) << "mode " << mode;
+    }
+}
+
+TEST(KvVcLogListeners, SetTheirOwnKindAndLineForTheRecord) {
+    const LogDir log;
+    KvInfoEvent info("information", 6);
+    Log_Set("KvTest", 7, kLogError);
+    (void)KvVcInfoEventListener().processEvent(&info);
+    EXPECT_EQ(s_type, kLogInfo);
+    EXPECT_EQ(s_line, 141);
+    KvErrorEvent error("failure", 6);
+    (void)KvVcErrorEventListener().processEvent(&error);
+    EXPECT_EQ(s_type, kLogError);
+    EXPECT_EQ(s_line, 180);
+}
+
+TEST(KvVcLogListeners, WriteHtmlWhenAsked) {
+    const LogDir log("[Debug]\nhtml=1\n");
+    informAndFail(6);
+    EXPECT_EQ(log.text(), "");
+    EXPECT_TRUE(holds(log.html(), "<span id=\"inf\"> information\n<br>"));
+    EXPECT_TRUE(holds(log.html(), "<span id=\"err\"> failure\n<br>"));
+}
+
+TEST(KvVcLogListeners, PrintTheBareTextOnStandardOutput) {
+    const LogDir log("[Debug]\nlog_mode=1\nhtml=1\n");
+    EXPECT_EQ(printed([] { informAndFail(6); }), "information\nfailure\n");
+    EXPECT_EQ(log.text() + log.html(), "");
+}
+
+TEST(KvVcLogListeners, GiveTheTextToTheCallback) {
+    const LogDir log;
+    const Overheard overheard;
+    EXPECT_EQ(printed([] { informAndFail(6); }), "");
+    EXPECT_EQ(overheard.texts, (std::vector<std::string>{"information", "failure"}));
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST(KvVcLogListeners, GoNowhereInAnyOtherMode) {
+    for (const int mode : {0, 5, -1, 22}) {
+        const LogDir log(config(mode, 5));
+        EXPECT_EQ(printed([] { informAndFail(9); }), "") << "mode " << mode;
+        EXPECT_EQ(log.text() + log.html(), "") << "mode " << mode;
+    }
+}
+
+// In every mode the same: a level below the configured one reaches no output.
+TEST(KvVcLogListeners, PassTheConfiguredLevelAndAbove) {
+    for (const int mode : {1, 2, 3}) {
+        for (const auto& [threshold, level, passes] :
+             {std::tuple(5, 4, false), std::tuple(5, 5, true), std::tuple(5, 6, true),
+              std::tuple(0, 3, true), std::tuple(5, 3, false), std::tuple(7, 6, false),
+              std::tuple(9, 9, true), std::tuple(10, 9, false), std::tuple(5, -1, false),
+              std::tuple(-1, -1, true)}) {
+            const LogDir log(config(mode, threshold));
+            const std::string out = printed([eventLevel = level] { informAndFail(eventLevel); });
+            const std::string shown = out + log.text();
+            EXPECT_EQ(holds(shown, "information"), passes) << threshold << " " << level;
+            EXPECT_EQ(holds(shown, "failure"), passes) << threshold << " " << level;
+        }
+    }
+}
+
+TEST(KvVcLogListeners, IgnoreTheOtherKindAndNull) {
+    const Overheard overheard;
+    KvInfoEvent info("information", 6);
+    KvErrorEvent error("failure", 6);
+    EXPECT_EQ(KvVcErrorEventListener().processEvent(&info), 0);
+    EXPECT_EQ(KvVcInfoEventListener().processEvent(&error), 0);
+    EXPECT_EQ(KvVcErrorEventListener().processEvent(nullptr), 0);
+    EXPECT_EQ(KvVcInfoEventListener().processEvent(nullptr), 0);
+    EXPECT_TRUE(overheard.texts.empty());
 }

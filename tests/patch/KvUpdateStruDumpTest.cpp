@@ -4,8 +4,7 @@
 
 #include "tests/patch/DescriptionText.h"
 #include "tests/support/LogCapture.h"
-
-using ::testing::ElementsAre;
+#include "tests/support/LogMatchers.h"
 
 namespace {
 
@@ -35,26 +34,23 @@ TEST(KvUpdateStruDump, ShowsACompleteDescription) {
     text.setItem(1, "origin.version", "112300").setItem(1, "result.version", "112400");
     LogCapture log;
     const ReadDescription read(text);
-    EXPECT_THAT(log.records(), ElementsAre(infoAt(3,
-                                                  "Dump patch.ini common section info:\n"
-                                                  "Action: 1 (Rollback)\n"
-                                                  "Item Count: 2\n"
-                                                  "PatchAgent Ver: 1 (New)\n"
-                                                  "PatchAgent File: agent.so\n"
-                                                  "Backup: 1 (Yes)\n"
-                                                  "No waiting result: Yes"),
-                                           infoAt(3,
-                                                  "item[0]:\n"
-                                                  "Class[1] Type[7] Force Update[Yes]\n"
-                                                  "Original Ver[5.2.1234] Result Ver[5.3]\n"
-                                                  "Destination: /opt/app\n"
-                                                  "Zip File: app.zip"),
-                                           infoAt(3,
-                                                  "item[1]:\n"
-                                                  "Class[3] Type[0x1f] Force Update[No]\n"
-                                                  "Original Ver[112300] Result Ver[112400]\n"
-                                                  "Destination: /opt/app\n"
-                                                  "Zip File: Null")));
+    EXPECT_THAT(log.lines(), LogIs({"Inf 3 Dump patch.ini common section info:\n"
+                                    "Action: 1 (Rollback)\n"
+                                    "Item Count: 2\n"
+                                    "PatchAgent Ver: 1 (New)\n"
+                                    "PatchAgent File: agent.so\n"
+                                    "Backup: 1 (Yes)\n"
+                                    "No waiting result: Yes",
+                                    "Inf 3 item[0]:\n"
+                                    "Class[1] Type[7] Force Update[Yes]\n"
+                                    "Original Ver[5.2.1234] Result Ver[5.3]\n"
+                                    "Destination: /opt/app\n"
+                                    "Zip File: app.zip",
+                                    "Inf 3 item[1]:\n"
+                                    "Class[3] Type[0x1f] Force Update[No]\n"
+                                    "Original Ver[112300] Result Ver[112400]\n"
+                                    "Destination: /opt/app\n"
+                                    "Zip File: Null"}));
 }
 
 TEST(KvUpdateStruDump, ShowsWhatIsAbsentAndOff) {

@@ -11,6 +11,7 @@
 #include "patch/KvUpdateStru.h"
 #include "tests/patch/DescriptionText.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/LogMatchers.h"
 #include "tests/support/MemoryLimit.h"
 
 using ::testing::ExitedWithCode;
@@ -38,17 +39,16 @@ long peakMemory() {
     const bool isUnusable = phaseIniForUpdate(&document, &stru) == -1;
     const bool isReleased =
         stru.items == nullptr && stru.patchAgentFile == nullptr && stru.velocorePath == nullptr;
-    const auto& records = log.records();
-    const bool isTold = records.size() >= 2 &&
-                        records.rbegin()[1] == errorAt(6, "phaseIniForUpdate: malloc failed.") &&
-                        records.rbegin()[0] == infoAt(6, "phaseIniForUpdate: error quit.");
+    const bool isTold =
+        testing::Matches(LogEndsWith({"Err 6 phaseIniForUpdate: malloc failed.",
+                                      "Inf 6 phaseIniForUpdate: error quit."}))(log.lines());
     _exit(isUnusable && isReleased && isTold ? 0 : 1);
 }
 
 }  // namespace
 
 // A count that promises gigabytes costs what the sections cost.
-TEST(PhaseIniForUpdateMemory, EndsAtOnceForCountsThatNothingCanHold) {
+TEST(KvUpdateStruMemory, EndsAtOnceForCountsThatNothingCanHold) {
     for (const char* count : {"-1", "4294967295", "-2147483648", "2147483647", "76695844",
                               "76695845", "99999999999999999999"}) {
         SCOPED_TRACE(count);
@@ -60,12 +60,12 @@ TEST(PhaseIniForUpdateMemory, EndsAtOnceForCountsThatNothingCanHold) {
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
         EXPECT_LT(peakMemory() - peakBefore, 16 * kMegabyte);
         EXPECT_EQ(read.result(), -1);
-        EXPECT_THAT(log.texts(6), ::testing::ElementsAre("phaseIniForUpdate: fetch class failed.",
-                                                         "phaseIniForUpdate: error quit."));
+        EXPECT_THAT(log.lines(6), LogIs({"Err 6 phaseIniForUpdate: fetch class failed.",
+                                         "Inf 6 phaseIniForUpdate: error quit."}));
     }
 }
 
-TEST(PhaseIniForUpdateMemory, EndsWithAMessageWhenATextCannotBeCopied) {
+TEST(KvUpdateStruMemory, EndsWithAMessageWhenATextCannotBeCopied) {
     if (!kCanLimitMemory) {
         GTEST_SKIP() << "this platform does not limit the memory of a process";
     }
@@ -82,7 +82,7 @@ TEST(PhaseIniForUpdateMemory, EndsWithAMessageWhenATextCannotBeCopied) {
     }
 }
 
-TEST(PhaseIniForUpdateMemory, EndsWithAMessageWhenTheItemsDoNotFit) {
+TEST(KvUpdateStruMemory, EndsWithAMessageWhenTheItemsDoNotFit) {
     if (!kCanLimitMemory) {
         GTEST_SKIP() << "this platform does not limit the memory of a process";
     }

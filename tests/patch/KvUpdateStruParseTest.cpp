@@ -6,14 +6,13 @@
 #include "patch/KvUpdateStru.h"
 #include "tests/patch/DescriptionText.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/LogMatchers.h"
 
-using ::testing::ElementsAre;
 using ::testing::IsNull;
-using ::testing::SizeIs;
 
 namespace {
 
-const LogRecord kErrorQuit = infoAt(6, "phaseIniForUpdate: error quit.");
+const std::string kErrorQuit = "Inf 6 phaseIniForUpdate: error quit.";
 
 void expectReleased(const updateStru& stru) {
     EXPECT_THAT(stru.items, IsNull());
@@ -28,15 +27,13 @@ void expectUnusable(const DescriptionText& text, const std::string& message) {
     ReadDescription read(text);
     EXPECT_EQ(read.result(), -1);
     expectReleased(*read.stru());
-    ASSERT_GE(log.records().size(), 2U);
-    EXPECT_EQ(log.records().rbegin()[1], errorAt(6, "phaseIniForUpdate: " + message));
-    EXPECT_EQ(log.records().rbegin()[0], kErrorQuit);
-    EXPECT_THAT(log.texts(6), SizeIs(2));
+    EXPECT_THAT(log.lines(6), LogIs({"Err 6 phaseIniForUpdate: " + message, kErrorQuit}));
+    EXPECT_THAT(log.lines(), LogEndsWith({kErrorQuit}));
 }
 
 }  // namespace
 
-TEST(PhaseIniForUpdate, ReadsEveryKey) {
+TEST(KvUpdateStruParse, ReadsEveryKey) {
     ReadDescription read(
         std::string("[common]\n"
                     "itemcount=2\n"
@@ -86,7 +83,7 @@ TEST(PhaseIniForUpdate, ReadsEveryKey) {
     EXPECT_THAT(pattern.zipFile, IsNull());
 }
 
-TEST(PhaseIniForUpdate, TakesDefaultsSilentlyForOptionalKeys) {
+TEST(KvUpdateStruParse, TakesDefaultsSilentlyForOptionalKeys) {
     LogCapture log;
     ReadDescription read{DescriptionText()};
     EXPECT_EQ(read.result(), 0);
@@ -96,10 +93,10 @@ TEST(PhaseIniForUpdate, TakesDefaultsSilentlyForOptionalKeys) {
     EXPECT_THAT(read->items[0].zipFile, IsNull());
     EXPECT_EQ(read->items[0].firstSelector, 0U);
     EXPECT_EQ(read->items[0].secondSelector, 0U);
-    EXPECT_THAT(log.texts(6), SizeIs(0));
+    EXPECT_THAT(log.lines(6), LogIs({}));
 }
 
-TEST(PhaseIniForUpdate, AnswersOneForNoItemsWithoutReadingOn) {
+TEST(KvUpdateStruParse, AnswersOneForNoItemsWithoutReadingOn) {
     for (const char* count : {"0", "", "abc", "+0", "-0", "0x10"}) {
         SCOPED_TRACE(count);
         LogCapture log;
@@ -107,12 +104,12 @@ TEST(PhaseIniForUpdate, AnswersOneForNoItemsWithoutReadingOn) {
         EXPECT_EQ(read.result(), 1);
         EXPECT_EQ(read->itemCount, 0U);
         expectReleased(*read.stru());
-        EXPECT_THAT(log.records(),
-                    ElementsAre(infoAt(6, "phaseIniForUpdate: done, item is zero or no item.")));
+        EXPECT_THAT(log.lines(),
+                    LogIs({"Inf 6 phaseIniForUpdate: done, item is zero or no item."}));
     }
 }
 
-TEST(PhaseIniForUpdate, EndsWithAMessageWhenACommonKeyIsMissing) {
+TEST(KvUpdateStruParse, EndsWithAMessageWhenACommonKeyIsMissing) {
     expectUnusable(DescriptionText().drop("itemcount"), "fetch item count failed.");
     expectUnusable(DescriptionText().drop("patchagent.version"),
                    "fetch old/new patchagent failed.");
@@ -120,7 +117,7 @@ TEST(PhaseIniForUpdate, EndsWithAMessageWhenACommonKeyIsMissing) {
                    "fetch velocore full path failed.");
 }
 
-TEST(PhaseIniForUpdate, EndsWithAMessageWhenAnItemKeyIsMissing) {
+TEST(KvUpdateStruParse, EndsWithAMessageWhenAnItemKeyIsMissing) {
     const std::vector<std::pair<std::string, std::string>> cases = {
         {"class", "fetch class failed."},
         {"type", "fetch type failed."},
@@ -139,7 +136,7 @@ TEST(PhaseIniForUpdate, EndsWithAMessageWhenAnItemKeyIsMissing) {
     }
 }
 
-TEST(PhaseIniForUpdate, ChecksTheKeysInTheirOrder) {
+TEST(KvUpdateStruParse, ChecksTheKeysInTheirOrder) {
     DescriptionText text;
     text.drop("velocore_path").drop("patchagent.version").dropItem(0, "type").dropItem(0, "class");
     expectUnusable(text, "fetch old/new patchagent failed.");
@@ -157,14 +154,14 @@ TEST(PhaseIniForUpdate, ChecksTheKeysInTheirOrder) {
     expectUnusable(text, "fetch destination failed.");
 }
 
-TEST(PhaseIniForUpdate, EndsAtTheFirstSectionThatIsNotThere) {
+TEST(KvUpdateStruParse, EndsAtTheFirstSectionThatIsNotThere) {
     const DescriptionText text = DescriptionText(1).set("itemcount", "2");
     expectUnusable(text, "fetch class failed.");
     ReadDescription read(text);
     EXPECT_EQ(read->itemCount, 2U);
 }
 
-TEST(PhaseIniForUpdate, CapsTheCountAndKeepsTheCapAfterAFailure) {
+TEST(KvUpdateStruParse, CapsTheCountAndKeepsTheCapAfterAFailure) {
     const std::vector<std::pair<std::string, uint64_t>> cases = {
         {"-1", 76695844},         {"4294967295", 76695844}, {"-76695845", 76695844},
         {"76695844", 76695844},   {"76695845", 76695844},   {"76695843", 76695843},
@@ -178,7 +175,7 @@ TEST(PhaseIniForUpdate, CapsTheCountAndKeepsTheCapAfterAFailure) {
     }
 }
 
-TEST(PhaseIniForUpdate, ReadsNumbersAsFarAsTheyAreDigits) {
+TEST(KvUpdateStruParse, ReadsNumbersAsFarAsTheyAreDigits) {
     const std::vector<std::pair<std::string, uint32_t>> cases = {
         {"", 0},
         {"abc", 0},
@@ -210,7 +207,7 @@ TEST(PhaseIniForUpdate, ReadsNumbersAsFarAsTheyAreDigits) {
     }
 }
 
-TEST(PhaseIniForUpdate, TakesAnEmptyValueForAPresentKey) {
+TEST(KvUpdateStruParse, TakesAnEmptyValueForAPresentKey) {
     DescriptionText text;
     text.set("patchagent.version", "").set("action", "").set("backup", "").set("patchagent", "");
     text.set("velocore_path", "");
@@ -228,13 +225,13 @@ TEST(PhaseIniForUpdate, TakesAnEmptyValueForAPresentKey) {
     EXPECT_STREQ(read->items[0].zipFile, "");
 }
 
-TEST(PhaseIniForUpdate, ReadsTheActionWithoutAskingForIt) {
+TEST(KvUpdateStruParse, ReadsTheActionWithoutAskingForIt) {
     ReadDescription read(DescriptionText().drop("action"));
     EXPECT_EQ(read.result(), 0);
     EXPECT_EQ(read->action, 0U);
 }
 
-TEST(PhaseIniForUpdate, FindsNamesInAnyCaseAndTakesTheFirstOfTwo) {
+TEST(KvUpdateStruParse, FindsNamesInAnyCaseAndTakesTheFirstOfTwo) {
     ReadDescription read(
         std::string("[Common]\n ITEMCOUNT = 1 \nItemCount=5\nPatchAgent.Version=0\n"
                     "Velocore_Path = /opt/my velocore \n"
@@ -252,13 +249,13 @@ TEST(PhaseIniForUpdate, FindsNamesInAnyCaseAndTakesTheFirstOfTwo) {
     EXPECT_THAT(read->items[0].zipFile, IsNull());
 }
 
-TEST(PhaseIniForUpdate, IgnoresSectionsBeyondTheCount) {
+TEST(KvUpdateStruParse, IgnoresSectionsBeyondTheCount) {
     ReadDescription read(DescriptionText(3).set("itemcount", "1").dropItem(2, "class"));
     EXPECT_EQ(read.result(), 0);
     EXPECT_EQ(read->itemCount, 1U);
 }
 
-TEST(PhaseIniForUpdate, ReadsVersionsByTheClassOfTheItem) {
+TEST(KvUpdateStruParse, ReadsVersionsByTheClassOfTheItem) {
     DescriptionText text(3);
     for (size_t i = 0; i < 3; ++i) {
         text.setItem(i, "class", std::to_string(i + 1));
@@ -272,7 +269,7 @@ TEST(PhaseIniForUpdate, ReadsVersionsByTheClassOfTheItem) {
     EXPECT_EQ(read->items[2].resultVersion, (tag_Version{0, 0, 0}));
 }
 
-TEST(PhaseIniForUpdate, KeepsLongTextsWhole) {
+TEST(KvUpdateStruParse, KeepsLongTextsWhole) {
     const std::string longText = "/" + std::string(100000, 'x');
     DescriptionText text;
     text.set("patchagent", longText).set("velocore_path", longText);
@@ -285,7 +282,7 @@ TEST(PhaseIniForUpdate, KeepsLongTextsWhole) {
     EXPECT_EQ(read->items[0].zipFile, longText);
 }
 
-TEST(PhaseIniForUpdate, ReadsManyItemsInTheirOrder) {
+TEST(KvUpdateStruParse, ReadsManyItemsInTheirOrder) {
     constexpr int kItems = 1000;
     DescriptionText text(kItems);
     for (int i = 0; i < kItems; ++i) {
@@ -300,7 +297,7 @@ TEST(PhaseIniForUpdate, ReadsManyItemsInTheirOrder) {
     }
 }
 
-TEST(PhaseIniForUpdate, OverwritesWhateverTheStructureHeld) {
+TEST(KvUpdateStruParse, OverwritesWhateverTheStructureHeld) {
     const KvIniUtil document("[common]\nitemcount=0\n", ';', false, true, '=');
     char unowned[] = "not from the heap";
     updateStru stru{9, 9, 9, reinterpret_cast<tag_ItemInfo*>(unowned), 9, unowned, unowned};
@@ -309,11 +306,11 @@ TEST(PhaseIniForUpdate, OverwritesWhateverTheStructureHeld) {
     expectReleased(stru);
 }
 
-TEST(PhaseIniForUpdate, ToleratesNullArguments) {
+TEST(KvUpdateStruParse, ToleratesNullArguments) {
     LogCapture log;
     updateStru stru{};
     EXPECT_EQ(phaseIniForUpdate(nullptr, &stru), -1);
-    EXPECT_THAT(log.records(),
-                ElementsAre(errorAt(6, "phaseIniForUpdate: fetch item count failed."), kErrorQuit));
+    EXPECT_THAT(log.lines(),
+                LogIs({"Err 6 phaseIniForUpdate: fetch item count failed.", kErrorQuit}));
     EXPECT_EQ(phaseIniForUpdate(nullptr, nullptr), -1);
 }

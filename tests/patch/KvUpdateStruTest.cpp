@@ -33,7 +33,7 @@ TEST(KvUpdateStru, KeepsTheOrderOfItsFields) {
     EXPECT_EQ(offsetof(updateStru, velocorePath), 40U);
 }
 
-TEST(FreeUpdateStru, SetsWhatItFreesToNullAndKeepsTheCount) {
+TEST(KvUpdateStru, SetsWhatItFreesToNullAndKeepsTheCount) {
     updateStru stru{};
     stru.patchAgentFile = strdup("agent.so");
     stru.velocorePath = strdup("/opt/velocore");
@@ -53,7 +53,7 @@ TEST(FreeUpdateStru, SetsWhatItFreesToNullAndKeepsTheCount) {
     freeUpdateStru(nullptr);
 }
 
-TEST(PrintUpdateStru, PrintsACompleteStructure) {
+TEST(KvUpdateStruPrint, PrintsACompleteStructure) {
     DescriptionText text(2);
     text.set("action", "1").set("patchagent", "agent.so");
     text.setItem(0, "forceupdate", "1").setItem(0, "item.zip", "app.zip");
@@ -90,7 +90,7 @@ TEST(PrintUpdateStru, PrintsACompleteStructure) {
               "\n");
 }
 
-TEST(PrintUpdateStru, PrintsAnEmptyStructure) {
+TEST(KvUpdateStruPrint, PrintsAnEmptyStructure) {
     const updateStru stru{};
     EXPECT_EQ(printed(&stru),
               "Start of update structure====================\n"
@@ -105,7 +105,7 @@ TEST(PrintUpdateStru, PrintsAnEmptyStructure) {
               "\n");
 }
 
-TEST(PrintUpdateStru, StopsWhenThereAreNoItemsForTheCount) {
+TEST(KvUpdateStruPrint, StopsWhenThereAreNoItemsForTheCount) {
     updateStru stru{};
     stru.itemCount = 3;
     stru.backup = 2;
@@ -121,7 +121,7 @@ TEST(PrintUpdateStru, StopsWhenThereAreNoItemsForTheCount) {
               "\tFatal error: Item number is not zero, but no items here\n");
 }
 
-TEST(PrintUpdateStru, PrintsAnItemWithoutDestination) {
+TEST(KvUpdateStruPrint, PrintsAnItemWithoutDestination) {
     updateStru stru{};
     tag_ItemInfo item{};
     item.itemClass = 0xFFFFFFFF;
@@ -137,6 +137,6 @@ TEST(PrintUpdateStru, PrintsAnItemWithoutDestination) {
                                                      "\t\tZip File: NULL\n"));
 }
 
-TEST(PrintUpdateStru, PrintsNothingForNull) {
+TEST(KvUpdateStruPrint, PrintsNothingForNull) {
     EXPECT_EQ(printed(nullptr), "");
 }

@@ -2,17 +2,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <filesystem>
 
+#include "fileop/KvDiskNames.h"
 #include "fileop/KvVcLock.h"
 #include "tests/run/PatchScenario.h"
 #include "tests/support/ForkedProcess.h"
 
+namespace fs = std::filesystem;
+
 namespace {
 
-using testing::Contains;
 using testing::IsEmpty;
-using testing::Not;
 
 // An update that replaces one file and was downloaded into a cache; nobody waits for its result.
 class Unattended : public testing::Test {
@@ -31,7 +32,7 @@ class Unattended : public testing::Test {
 
     PatchScenario patch;
     const ScenarioDir cache = patch.destination("cache");
-    const ScenarioDir saved = patch.destination("vc/VC_Data/VC_Log/TempSave");
+    const ScenarioDir saved = patch.saveDir();
 };
 
 TEST_F(Unattended, SuccessLeavesNeitherCacheNorStaging) {
@@ -42,8 +43,8 @@ TEST_F(Unattended, SuccessLeavesNeitherCacheNorStaging) {
     EXPECT_EQ(patch.destination().read("a.dat"), "new");
     EXPECT_FALSE(patch.tree().exists("staging"));
     EXPECT_THAT(cache.files(), IsEmpty());
-    EXPECT_FALSE(patch.tree().exists("vc/VC_Data/VC_Log/TempSave"));
-    EXPECT_EQ(run.log.back(), info("VcPatch end."));
+    EXPECT_FALSE(fs::exists(saved.path()));
+    EXPECT_THAT(run.log, LogEndsWith({"Inf VcPatch end."}));
 }
 
 TEST_F(Unattended, FailureSavesStagingAndLeavesTheCache) {
@@ -55,10 +56,10 @@ TEST_F(Unattended, FailureSavesStagingAndLeavesTheCache) {
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_FALSE(patch.tree().exists("staging"));
     EXPECT_EQ(saved.read("staging/3/5/a.dat"), "new");
-    EXPECT_TRUE(saved.has("staging/VcPatch.ini"));
-    EXPECT_FALSE(saved.has("staging/VcResult.ini"));
+    EXPECT_TRUE(saved.has(patch.savedDescription()));
+    EXPECT_FALSE(saved.has(std::string("staging/") + kResultName));
     EXPECT_EQ(cache.files(), before);
-    EXPECT_EQ(run.log.back(), info("VcPatch end."));
+    EXPECT_THAT(run.log, LogEndsWith({"Inf VcPatch end."}));
 }
 
 // Status 1 is a success to who reads it, but not the plain one that the clean-up asks for.
@@ -74,13 +75,13 @@ TEST_F(Unattended, SuccessDropsWhatAnEarlierFailureLeft) {
     ScriptedAgent& agent = patch.agent(ScriptedAgent::kNew);
     agent.script("StartAction = 1");
     (void)patch.update();
-    ASSERT_TRUE(saved.has("staging/VcPatch.ini"));
+    ASSERT_TRUE(saved.has(patch.savedDescription()));
 
     agent.forgetScript();
     patch.clearStaging();
     plan();
     (void)patch.update();
-    EXPECT_FALSE(patch.tree().exists("vc/VC_Data/VC_Log/TempSave"));
+    EXPECT_FALSE(fs::exists(saved.path()));
     EXPECT_FALSE(patch.tree().exists("staging"));
 }
 
@@ -108,7 +109,7 @@ TEST_F(Unattended, RollbackAndNoOpLeaveTheCache) {
 
         EXPECT_EQ(cache.files(), before);
         EXPECT_FALSE(patch.tree().exists("staging"));
-        EXPECT_EQ(run.log.back(), info("VcPatch end."));
+        EXPECT_THAT(run.log, LogEndsWith({"Inf VcPatch end."}));
     }
 }
 
@@ -122,31 +123,27 @@ TEST_F(Unattended, WaitedForUpdateLeavesTheCache) {
 
 TEST_F(Unattended, CleansTheCacheBeforeTheStaging) {
     patch.configure("[Debug]\nLevel=-1\n");
-    const std::vector<std::string> texts = patch.update().texts();
-    const std::vector<std::string> expected = {
-        "Flag \"keep_cache_file_on_success\" in configure file is off. Remove cached files.",
-        "Remove cached file[" + cache.path("sub/data.bin") + "].",
-        "Remove etag file[" + cache.path("sub/data.etag") + "].",
-        "VcPatch Action: remove cached files succeed.",
-        "Directory [" + cache.path("sub") + "] is empty, deleted.",
-        "VcPatch end."};
-    ASSERT_GE(texts.size(), expected.size());
-    EXPECT_EQ(std::vector<std::string>(texts.end() - 6, texts.end()), expected);
+    EXPECT_THAT(patch.update().log,
+                LogEndsWith({"Inf Flag \"keep_cache_file_on_success\" in configure file is off. "
+                             "Remove cached files.",
+                             "Inf Remove cached file[" + cache.path("sub/data.bin") + "].",
+                             "Inf Remove etag file[" + cache.path("sub/data.etag") + "].",
+                             "Inf VcPatch Action: remove cached files succeed.",
+                             "Inf Directory [" + cache.path("sub") + "] is empty, deleted.",
+                             "Inf VcPatch end."}));
 }
 
 TEST_F(Unattended, SaysNothingOfTheCacheByDefault) {
-    for (const std::string& text : patch.update().texts()) {
-        EXPECT_EQ(text.find("cache"), std::string::npos) << text;
-    }
+    EXPECT_THAT(patch.update().log, LogLacks({"cache"}));
 }
 
 TEST_F(Unattended, TellsTheFlagFromLevelThree) {
     patch.configure("[Debug]\nLevel=3\n[Downloader]\nkeep_cache_file_on_success=1\n");
     const FileTree before = cache.files();
-    const std::vector<std::string> texts = patch.update().texts();
-    EXPECT_THAT(texts, Contains("Flag \"keep_cache_file_on_success\" in configure file is on. "
-                                "Don't remove cached files."));
-    EXPECT_THAT(texts, Not(Contains("VcPatch Action: remove cached files succeed.")));
+    const RunOutcome run = patch.update();
+    EXPECT_THAT(run.log, LogHas({"Inf Flag \"keep_cache_file_on_success\" in configure file is on. "
+                                 "Don't remove cached files."}));
+    EXPECT_THAT(run.log, LogLacks({"VcPatch Action: remove cached files succeed."}));
     EXPECT_EQ(cache.files(), before);
 }
 
@@ -178,13 +175,13 @@ TEST_F(Unattended, SavesUnderTheRootItselfInTheOldOrganisation) {
     patch.configure("[common]\nbkd_use_old_dir_organization=1\n");
     patch.set("action", "7");
     (void)patch.run();
-    EXPECT_TRUE(patch.velocore().has("VC_Log/TempSave/staging/VcPatch.ini"));
+    EXPECT_TRUE(patch.saveDir("vc").has(patch.savedDescription()));
 }
 
 TEST_F(Unattended, SavesBesideTheRunWithoutAVelocorePath) {
     patch.without("velocore_path");
     (void)patch.update();
-    EXPECT_TRUE(patch.tree().exists("VC_Data/VC_Log/TempSave/staging/VcPatch.ini"));
+    EXPECT_TRUE(patch.saveDir(patch.dataDir("")).has(patch.savedDescription()));
     EXPECT_FALSE(patch.tree().exists("staging"));
 }
 
@@ -194,7 +191,7 @@ TEST_F(Unattended, StaysWhereTheSaveDirectoryWouldLieInIt) {
     const RunOutcome run = patch.update();
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(patch.staging().read("3/5/a.dat"), "new");
-    EXPECT_THAT(patch.destination("staging/VC_Data/VC_Log/TempSave").files(), IsEmpty());
+    EXPECT_THAT(patch.saveDir(patch.dataDir("staging")).files(), IsEmpty());
 }
 
 }  // namespace

@@ -6,27 +6,31 @@
 #include <filesystem>
 #include <thread>
 
+#include "fileop/KvDiskNames.h"
 #include "tests/run/PatchScenario.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
-using testing::SizeIs;
 using testing::StartsWith;
 
 // Of a run on the scenario's own directories.
 std::string greeting(const PatchScenario& patch) {
-    return "VcPatch[1.0.0.1027] argv[1]: " + patch.staging().path() +
+    return "Inf VcPatch[1.0.0.1027] argv[1]: " + patch.staging().path() +
            "VC Path: " + patch.velocore().path();
 }
 
-std::string writing(const std::string& path, int status) {
-    return "Writing result file (" + path + "), status = " + std::to_string(status);
+// The result file in this directory; "" is the one that the run works in.
+std::string resultIn(const std::string& directory) {
+    return directory.empty() ? kResultName : directory + "/" + kResultName;
+}
+
+std::string writing(const std::string& directory, int status) {
+    return "Inf Writing result file (" + resultIn(directory) +
+           "), status = " + std::to_string(status);
 }
 
 // One waiting file and one item that replaces it.
@@ -35,21 +39,26 @@ void planUpdate(PatchScenario& patch) {
     patch.item(3, 5).stage("a.dat", "new");
 }
 
+// The same in a description that says so, for runs on arguments of their own.
+void writeUpdate(PatchScenario& patch, const char* action = "0") {
+    planUpdate(patch);
+    patch.set("action", action);
+    patch.writeDescription();
+}
+
 class BadArguments : public testing::TestWithParam<std::vector<std::string>> {};
 
 // There is no staging directory then: the result lands where the run works, the log beside the
 // binary.
 TEST_P(BadArguments, EndTheRunAtOnce) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "0");
-    patch.writeDescription();
+    writeUpdate(patch);
 
     const RunOutcome run = patch.runWith(GetParam());
 
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(patch.tree().read("VcResult.ini"), "result=57\n");
-    EXPECT_THAT(run.log, ElementsAre(info(writing("VcResult.ini", 57)), info("VcPatch end.")));
+    EXPECT_EQ(patch.tree().read(resultIn("")), "result=57\n");
+    EXPECT_THAT(run.log, LogIs({writing("", 57), "Inf VcPatch end."}));
     EXPECT_EQ(run.status, std::nullopt);
     EXPECT_EQ(patch.destination().read("a.dat"), "old");
 }
@@ -69,21 +78,20 @@ TEST(Entry, SaysWhatItDoesInOrder) {
 
     EXPECT_THAT(
         run.log,
-        ElementsAre(info(greeting(patch)), info("VcPatch Action: update."),
-                    info("update: update with new patch agent."),
-                    info("No patchagent. Use default patchagent inside VC"),
-                    info("Call PatchAgent StartAction with: void."),
-                    info("Call PatchAgent StartItem with: NULL_String, 3, 0x5, 0x0, 100, "
-                         "101"),
-                    info("xcopy from: " + patch.staging().path("3/5/*") +
-                         " to: " + patch.destination().path()),
-                    info("Call PatchAgent CheckFileEx( " + file + " ) return 1,(OK)"),
-                    info("callBackForUpdate: Overwrite file(backup.000, " + file + ") done."),
-                    info("Call PatchAgent EndItem with: TRUE, 100, 101"),
-                    info("Call PatchAgent EndAction with: void"),
-                    info("mergeBackupIni: no need to backup."),
-                    info("mergeBackupIni: no backup done."),
-                    info(writing(patch.staging().path("VcResult.ini"), 0)), info("VcPatch end.")));
+        LogIs(
+            {greeting(patch), "Inf VcPatch Action: update.",
+             "Inf update: update with new patch agent.",
+             "Inf No patchagent. Use default patchagent inside VC",
+             "Inf Call PatchAgent StartAction with: void.",
+             "Inf Call PatchAgent StartItem with: NULL_String, 3, 0x5, 0x0, 100, 101",
+             "Inf xcopy from: " + patch.staging().path("3/5/*") +
+                 " to: " + patch.destination().path(),
+             "Inf Call PatchAgent CheckFileEx( " + file + " ) return 1,(OK)",
+             "Inf callBackForUpdate: Overwrite file(" + savedName("000") + ", " + file + ") done.",
+             "Inf Call PatchAgent EndItem with: TRUE, 100, 101",
+             "Inf Call PatchAgent EndAction with: void", "Inf mergeBackupIni: no need to backup.",
+             "Inf mergeBackupIni: no backup done.", writing(patch.staging().path(), 0),
+             "Inf VcPatch end."}));
 }
 
 TEST(Entry, SaysWhatFailsAsAnError) {
@@ -94,29 +102,25 @@ TEST(Entry, SaysWhatFailsAsAnError) {
     patch.writeDescription();
     (void)patch.runWith({"staging"});
 
-    EXPECT_THAT(patch.logIn("VC_Data"),
-                ElementsAre(info("VcPatch[1.0.0.1027] argv[1]: stagingVC Path: "),
-                            info("VcPatch Action: update."),
-                            error("phaseIniForUpdate: fetch velocore full path failed."),
-                            info("phaseIniForUpdate: error quit."),
-                            error("update: phaseIniForUpdate failed."),
-                            info(writing("staging/VcResult.ini", 12)), info("VcPatch end.")));
+    EXPECT_THAT(
+        patch.logIn(patch.dataDir("")),
+        LogIs({"Inf VcPatch[1.0.0.1027] argv[1]: stagingVC Path: ", "Inf VcPatch Action: update.",
+               "Err phaseIniForUpdate: fetch velocore full path failed.",
+               "Inf phaseIniForUpdate: error quit.", "Err update: phaseIniForUpdate failed.",
+               writing("staging", 12), "Inf VcPatch end."}));
 }
 
 TEST(Entry, KeepsWhatElseTheResultFileHolds) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "2");
-    patch.writeDescription();
+    writeUpdate(patch, "2");
     const std::unique_ptr<RunningPatch> first = patch.start();
     (void)patch.finish(*first);
-    EXPECT_EQ(patch.staging().read("VcResult.ini"), "result=0\n");
+    EXPECT_EQ(patch.result(), "result=0\n");
 
-    patch.staging().write("VcResult.ini", "; kept\nother = 1\nresult=99\n\n[more]\nresult=5\n");
+    patch.staging().write(kResultName, "; kept\nother = 1\nresult=99\n\n[more]\nresult=5\n");
     const ChildResult second = runChild(patch.command({patch.staging().path()}));
     EXPECT_EQ(second.exitCode, 0);
-    EXPECT_EQ(patch.staging().read("VcResult.ini"),
-              "; kept\nother=1\nresult=0\n\n[more]\nresult=5\n");
+    EXPECT_EQ(patch.result(), "; kept\nother=1\nresult=0\n\n[more]\nresult=5\n");
 }
 
 struct Waiting {
@@ -138,7 +142,7 @@ TEST_P(NoWaiting, DecidesAboutTheResultFile) {
     EXPECT_EQ(run.status.has_value(), GetParam().isWaitedFor);
     EXPECT_EQ(patch.tree().exists("staging"), GetParam().isWaitedFor);
     EXPECT_EQ(patch.destination().read("a.dat"), "new");
-    EXPECT_EQ(run.log.back(), info("VcPatch end."));
+    EXPECT_THAT(run.log, LogEndsWith({"Inf VcPatch end."}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, NoWaiting,
@@ -149,22 +153,18 @@ INSTANTIATE_TEST_SUITE_P(Values, NoWaiting,
 
 TEST(Entry, TakesARelativeStagingPath) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "0");
-    patch.writeDescription();
+    writeUpdate(patch);
 
     const RunOutcome run = patch.runWith({"./staging/"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.log, Contains(info(writing("./staging/VcResult.ini", 0))));
+    EXPECT_THAT(run.log, LogHas({writing("./staging", 0)}));
     EXPECT_EQ(patch.destination().read("a.dat"), "new");
 }
 
 TEST(Entry, CutsAStagingPathThatIsTooLong) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "0");
-    patch.writeDescription();
+    writeUpdate(patch);
     std::string deep = patch.tree().path();
     while (deep.size() < 1500) {
         deep += "/" + std::string(std::min<size_t>(100, 1500 - deep.size()), 'd');
@@ -176,30 +176,27 @@ TEST(Entry, CutsAStagingPathThatIsTooLong) {
 
     // The description is read where it is, but the paths of the run hold 1,023 bytes.
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.log.front().text,
-              "VcPatch[1.0.0.1027] argv[1]: " + deep + "VC Path: " + patch.velocore().path());
-    EXPECT_THAT(run.log, Contains(info("VcPatch Action: update.")));
-    EXPECT_THAT(run.log, Contains(info(writing(deep.substr(0, 1023) + "/VcResult.ini", 0))));
-    EXPECT_EQ(run.log.back(), info("VcPatch end."));
-    EXPECT_FALSE(fs::exists(deep + "/VcResult.ini"));
+    EXPECT_THAT(run.log, LogHas({"Inf VcPatch[1.0.0.1027] argv[1]: " + deep +
+                                     "VC Path: " + patch.velocore().path(),
+                                 "Inf VcPatch Action: update.", writing(deep.substr(0, 1023), 0)}));
+    EXPECT_THAT(run.log, LogEndsWith({"Inf VcPatch end."}));
+    EXPECT_FALSE(fs::exists(resultIn(deep)));
     EXPECT_EQ(patch.destination().read("a.dat"), "old");
 }
 
 TEST(Entry, GoesOnWithoutLockAndResultInAReadOnlyStagingDirectory) {
     PatchScenario patch;
     patch.asOrdinaryUser();
-    planUpdate(patch);
-    patch.set("action", "0");
-    patch.writeDescription();
+    writeUpdate(patch);
     fs::permissions(patch.staging().path(), fs::perms::owner_write, fs::perm_options::remove);
 
     const RunOutcome run = patch.runWith({patch.staging().path()});
 
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.status, std::nullopt);
-    EXPECT_FALSE(patch.staging().has("VcPatch.ini.lock"));
+    EXPECT_FALSE(fs::exists(patch.lockPath()));
     EXPECT_EQ(patch.destination().read("a.dat"), "new");
-    EXPECT_EQ(run.log.back(), info("VcPatch end."));
+    EXPECT_THAT(run.log, LogEndsWith({"Inf VcPatch end."}));
 }
 
 TEST(Entry, FindsNoActionWithoutAStagingDirectory) {
@@ -209,23 +206,20 @@ TEST(Entry, FindsNoActionWithoutAStagingDirectory) {
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_FALSE(patch.tree().exists("nowhere"));
     EXPECT_THAT(
-        patch.logIn("VC_Data"),
-        ElementsAre(
-            info("VcPatch[1.0.0.1027] argv[1]: " + patch.tree().path("nowhere") + "VC Path: "),
-            error("VcPatch fetch (common:action) failed."),
-            info(writing(patch.tree().path("nowhere/VcResult.ini"), 57)), info("VcPatch end.")));
+        patch.logIn(patch.dataDir("")),
+        LogIs({"Inf VcPatch[1.0.0.1027] argv[1]: " + patch.tree().path("nowhere") + "VC Path: ",
+               "Err VcPatch fetch (common:action) failed.",
+               writing(patch.tree().path("nowhere"), 57), "Inf VcPatch end."}));
 }
 
 TEST(Entry, TakesTheWorkingDirectoryForAnEmptyArgument) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "2");
-    patch.writeDescription();
+    writeUpdate(patch, "2");
     patch.workIn(patch.staging().path());
     EXPECT_EQ(patch.runWith({""}).status, 0);
 }
 
-// Without an installation root the data directory is "VC_Data" in the working directory.
+// Without an installation root the data directory is that in the working directory.
 TEST(Entry, WorksWithoutAVelocorePath) {
     const std::pair<const char*, int> cases[] = {{"0", 4}, {"1", 5}};
     for (const auto& [action, status] : cases) {
@@ -236,7 +230,7 @@ TEST(Entry, WorksWithoutAVelocorePath) {
         const RunOutcome run = patch.run();
         EXPECT_EQ(run.status, status);
         EXPECT_THAT(run.log, IsEmpty());
-        EXPECT_THAT(patch.logIn("VC_Data").back(), info("VcPatch end."));
+        EXPECT_THAT(patch.logIn(patch.dataDir("")), LogEndsWith({"Inf VcPatch end."}));
     }
 }
 
@@ -256,8 +250,8 @@ TEST(Entry, LogsUnderTheRootItselfInTheOldOrganisation) {
     patch.configure("[common]\nbkd_use_old_dir_organization=1\n");
     EXPECT_EQ(patch.update().status, 0);
 
-    EXPECT_EQ(patch.logIn("vc").back(), info("VcPatch end."));
-    EXPECT_FALSE(patch.velocore().has("VC_Data"));
+    EXPECT_THAT(patch.logIn("vc"), LogEndsWith({"Inf VcPatch end."}));
+    EXPECT_FALSE(patch.tree().exists(patch.dataDir()));
 }
 
 // The second byte of this character is a backslash to who does not know the code page.
@@ -314,7 +308,7 @@ TEST(Entry, LeavesTheLockFileBehind) {
     (void)patch.update();
 
     struct stat status {};
-    ASSERT_EQ(stat(patch.staging().path("VcPatch.ini.lock").c_str(), &status), 0);
+    ASSERT_EQ(stat(patch.lockPath().c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0600U);
     EXPECT_EQ(status.st_size, 0);
 }
@@ -327,7 +321,7 @@ TEST(Entry, IsNotHeldUpByAKilledRun) {
     agent.script("StartAction kills");
     const RunOutcome killed = patch.update();
     EXPECT_EQ(killed.exitCode, -1);
-    EXPECT_THAT(killed.texts(), Not(Contains("VcPatch end.")));
+    EXPECT_THAT(killed.log, LogLacks({"VcPatch end."}));
 
     agent.forgetScript();
     EXPECT_EQ(patch.update().status, 0);
@@ -335,9 +329,7 @@ TEST(Entry, IsNotHeldUpByAKilledRun) {
 
 TEST(Entry, PrintsNothing) {
     PatchScenario patch;
-    planUpdate(patch);
-    patch.set("action", "0");
-    patch.writeDescription();
+    writeUpdate(patch);
     const ChildResult run = runChild(patch.command({patch.staging().path()}));
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.err, "");

@@ -3,21 +3,6 @@
 #include <cstdio>
 #include <sstream>
 
-bool operator==(const LogLine& left, const LogLine& right) {
-    return left.isError == right.isError && left.text == right.text;
-}
-
-std::ostream& operator<<(std::ostream& out, const LogLine& line) {
-    return out << (line.isError ? "error: " : "info: ") << line.text;
-}
-
-LogLine info(const std::string& text) {
-    return {false, text};
-}
-LogLine error(const std::string& text) {
-    return {true, text};
-}
-
 namespace {
 
 // How long kind, time, process and thread number in front of a message are, with the blank behind
@@ -32,18 +17,19 @@ size_t prefixLength(const std::string& line) {
 
 }  // namespace
 
-std::vector<LogLine> parseLog(const std::string& content) {
-    std::vector<LogLine> lines;
+std::vector<std::string> parseLog(const std::string& content) {
+    constexpr size_t kKindLength = 4;  // "Inf " or "Err "
+    std::vector<std::string> lines;
     size_t indent = 0;
     std::istringstream in(content);
     for (std::string line; std::getline(in, line);) {
         if (const size_t length = prefixLength(line); length > 0) {
             indent = length;
-            lines.push_back({line.compare(0, 3, "Err") == 0, line.substr(indent)});
+            lines.push_back(line.substr(0, kKindLength) + line.substr(indent));
         } else if (!lines.empty() && line.compare(0, indent, std::string(indent, ' ')) == 0) {
-            lines.back().text += line.substr(indent);
+            lines.back() += line.substr(indent);
         } else if (!line.empty()) {
-            lines.push_back({false, line});
+            lines.push_back(line);
         }
     }
     return lines;

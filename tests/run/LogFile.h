@@ -1,19 +1,9 @@
-// The tool's text log, read back as records: times and numbers removed, wrapped lines joined.
+// The tool's text log, read back as lines in the notation of LogMatchers.h: "Inf text", "Err text".
 #pragma once
 
-#include <ostream>
 #include <string>
 #include <vector>
 
-struct LogLine {
-    bool isError;
-    std::string text;  // without any line end: those of the message are lost with those of the wrap
-};
-
-bool operator==(const LogLine& left, const LogLine& right);
-std::ostream& operator<<(std::ostream& out, const LogLine& line);
-
-[[nodiscard]] LogLine info(const std::string& text);
-[[nodiscard]] LogLine error(const std::string& text);
-
-[[nodiscard]] std::vector<LogLine> parseLog(const std::string& content);
+// Times and numbers are removed, wrapped lines joined; line ends of a message are lost with those
+// of the wrap. What is no record stands as it is.
+[[nodiscard]] std::vector<std::string> parseLog(const std::string& content);

@@ -5,19 +5,20 @@
 
 #include <filesystem>
 
+#include "fileop/KvDiskNames.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
-constexpr char kStore[] = "VC_Backup/";
-constexpr char kDataDir[] = "vc/VC_Data";
-constexpr char kTextLog[] = "/VC_Log/KvuDump.txt";
+const std::string kStaging = "staging/";
 
 // Owns nothing on any system.
 constexpr uid_t kOrdinaryUser = 65534;
 
 bool isInStore(const std::string& name) {
-    return name.compare(0, sizeof kStore - 1, kStore) == 0;
+    const std::string store = std::string(kBackupStoreName) + "/";
+    return name.compare(0, store.size(), store) == 0;
 }
 
 std::string keyLines(const std::map<std::string, std::string>& keys) {
@@ -30,7 +31,7 @@ std::string keyLines(const std::map<std::string, std::string>& keys) {
 
 std::optional<int> readStatus(const TempTree& tree) {
     const std::string key = "result=";
-    const std::string content = tree.read("staging/VcResult.ini");
+    const std::string content = tree.read(kStaging + kResultName);
     const size_t at = content.find(key);
     return at == std::string::npos ? std::nullopt
                                    : std::optional<int>(std::stoi(content.substr(at + key.size())));
@@ -38,12 +39,13 @@ std::optional<int> readStatus(const TempTree& tree) {
 
 }  // namespace
 
-std::vector<std::string> RunOutcome::texts() const {
-    std::vector<std::string> all;
-    for (const LogLine& line : log) {
-        all.push_back(line.text);
-    }
-    return all;
+std::string deferredLine(const std::string& source, const std::string& target) {
+    return "Inf src[" + source + "] -> dst[" + target + "]";
+}
+
+std::string savedName(const std::string& number) {
+    const size_t end = number.rfind('/') + 1;
+    return number.substr(0, end) + kBackupFilePrefix + "." + number.substr(end);
 }
 
 ScenarioItem::ScenarioItem(const TempTree& tree, unsigned itemClass, unsigned type)
@@ -113,7 +115,40 @@ FileTree ScenarioDir::files() const {
 }
 
 FileTree ScenarioDir::store() const {
-    return tree_.snapshot(name_ + "/VC_Backup");
+    return tree_.snapshot(name_ + "/" + kBackupStoreName);
+}
+
+std::string ScenarioDir::storePath(const std::string& name) const {
+    return path(name.empty() ? kBackupStoreName : std::string(kBackupStoreName) + "/" + name);
+}
+
+std::string ScenarioDir::record() const {
+    return read(std::string(kBackupStoreName) + "/" + kBackupRecordName);
+}
+
+std::string ScenarioDir::recordPath() const {
+    return storePath(kBackupRecordName);
+}
+
+void ScenarioDir::writeRecord(const std::string& content) const {
+    write(std::string(kBackupStoreName) + "/" + kBackupRecordName, content);
+}
+
+bool ScenarioDir::hasSaved(const std::string& number) const {
+    return has(std::string(kBackupStoreName) + "/" + savedName(number));
+}
+
+std::string ScenarioDir::saved(const std::string& number) const {
+    EXPECT_TRUE(hasSaved(number)) << number;
+    return read(std::string(kBackupStoreName) + "/" + savedName(number));
+}
+
+time_t ScenarioDir::savedTime(const std::string& number) const {
+    return tree_.time(name_ + "/" + kBackupStoreName + "/" + savedName(number));
+}
+
+std::string ScenarioDir::savedPath(const std::string& number) const {
+    return storePath(savedName(number));
 }
 
 PatchScenario::PatchScenario() {
@@ -130,6 +165,30 @@ PatchScenario::PatchScenario() {
 
 ScenarioDir PatchScenario::destination(const std::string& name) const {
     return {tree_, name};
+}
+
+std::string PatchScenario::dataDir(const std::string& root) {
+    return root.empty() ? kDataDirName : root + "/" + kDataDirName;
+}
+
+ScenarioDir PatchScenario::saveDir(const std::string& dataDir) const {
+    return {tree_, dataDir + "/" + kLogDirName + "/" + kTempSaveName};
+}
+
+std::string PatchScenario::savedDescription() {
+    return kStaging + kDescriptionName;
+}
+
+std::string PatchScenario::lockPath() const {
+    return tree_.path(kStaging + kDescriptionName + kLockSuffix);
+}
+
+std::string PatchScenario::resultPath() const {
+    return tree_.path(kStaging + kResultName);
+}
+
+std::string PatchScenario::result() const {
+    return tree_.read(kStaging + kResultName);
 }
 
 ScenarioItem& PatchScenario::item(unsigned itemClass, unsigned type) {
@@ -150,7 +209,7 @@ void PatchScenario::append(const std::string& lines) {
 }
 
 void PatchScenario::configure(const std::string& content) const {
-    tree_.write("vc/vccfg.ini", content);
+    tree_.write(std::string("vc/") + kConfigName, content);
 }
 
 ScriptedAgent& PatchScenario::agent(ScriptedAgent::Interface which) {
@@ -199,7 +258,7 @@ std::unique_ptr<RunningPatch> PatchScenario::start() {
 std::unique_ptr<RunningPatch> PatchScenario::start(const std::vector<std::string>& arguments) {
     std::error_code
         readOnly;  // where the staging directory takes no result there is none to remove
-    fs::remove(tree_.path("staging/VcResult.ini"), readOnly);
+    fs::remove(resultPath(), readOnly);
     if (ordinary_ && geteuid() == 0) {
         giveAway();
     }
@@ -228,7 +287,7 @@ void PatchScenario::writeDescription() const {
     for (size_t i = 0; i < items_.size(); ++i) {
         text += items_[i]->section(i);
     }
-    tree_.write("staging/VcPatch.ini", text + appended_);
+    tree_.write(kStaging + kDescriptionName, text + appended_);
 }
 
 ChildCommand PatchScenario::command(const std::vector<std::string>& arguments) const {
@@ -241,12 +300,12 @@ ChildCommand PatchScenario::command(const std::vector<std::string>& arguments) c
     return child;
 }
 
-std::vector<LogLine> PatchScenario::logIn(const std::string& dataDir) const {
-    return parseLog(tree_.read(dataDir + kTextLog));
+std::vector<std::string> PatchScenario::logIn(const std::string& dataDir) const {
+    return parseLog(tree_.read(dataDir + "/" + kTextLogName));
 }
 
 std::string PatchScenario::logText() const {
-    return tree_.read(std::string(kDataDir) + kTextLog);
+    return tree_.read(dataDir() + "/" + kTextLogName);
 }
 
 void PatchScenario::giveAway() const {

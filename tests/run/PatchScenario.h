@@ -7,7 +7,7 @@
 //     const RunOutcome run = patch.update();
 //     EXPECT_EQ(run.status, 0);
 //     EXPECT_EQ(patch.destination().read("b.dat"), "more");
-//     EXPECT_THAT(run.texts(), Contains("VcPatch end."));
+//     EXPECT_THAT(run.log, LogHas({"Inf VcPatch end."}));
 #pragma once
 
 #include <map>
@@ -18,6 +18,7 @@
 
 #include "tests/run/LogFile.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/LogMatchers.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/support/TempTree.h"
 
@@ -27,12 +28,12 @@ using FileTree = std::map<std::string, std::string>;
 struct RunOutcome {
     int exitCode = -1;
     bool timedOut = false;
-    std::optional<int> status;  // of VcResult.ini; empty when there is none
-    std::vector<LogLine> log;   // of this run alone
-
-    // The messages alone, without line ends.
-    [[nodiscard]] std::vector<std::string> texts() const;
+    std::optional<int> status;     // of the result file; empty when there is none
+    std::vector<std::string> log;  // of this run alone, as LogMatchers.h writes lines
 };
+
+// What the log says of a file that waits for the restart.
+[[nodiscard]] std::string deferredLine(const std::string& source, const std::string& target);
 
 // A run that goes on beside the test.
 struct RunningPatch {
@@ -65,6 +66,9 @@ class ScenarioItem {
     std::map<std::string, std::string> keys_;
 };
 
+// The name of a saved file in a store, by its item and number: "3/5/000".
+[[nodiscard]] std::string savedName(const std::string& number);
+
 // A directory of the scenario, by name.
 class ScenarioDir {
   public:
@@ -76,8 +80,18 @@ class ScenarioDir {
     [[nodiscard]] bool has(const std::string& name) const;
     // All files and directories, without the backup store.
     [[nodiscard]] FileTree files() const;
-    // The backup store alone, relative to it.
+
+    // The backup store that it has as a destination: alone, relative to it; its record; and its
+    // saved files, each by its item and number: "3/5/000".
     [[nodiscard]] FileTree store() const;
+    [[nodiscard]] std::string storePath(const std::string& name = "") const;
+    [[nodiscard]] std::string record() const;
+    [[nodiscard]] std::string recordPath() const;
+    void writeRecord(const std::string& content) const;
+    [[nodiscard]] bool hasSaved(const std::string& number) const;
+    [[nodiscard]] std::string saved(const std::string& number) const;
+    [[nodiscard]] std::string savedPath(const std::string& number) const;
+    [[nodiscard]] time_t savedTime(const std::string& number) const;
 
   private:
     const TempTree& tree_;
@@ -94,6 +108,17 @@ class PatchScenario {
     [[nodiscard]] ScenarioDir destination(const std::string& name = "app") const;
     [[nodiscard]] ScenarioDir staging() const { return {tree_, "staging"}; }
     [[nodiscard]] ScenarioDir velocore() const { return {tree_, "vc"}; }
+    // The name of the data directory that an updater with this root has; "" is the scenario's own.
+    [[nodiscard]] static std::string dataDir(const std::string& root = "vc");
+    // Where the staging directory of a failed run that nobody waits for is saved, and with which
+    // name its description is then found there.
+    [[nodiscard]] ScenarioDir saveDir(const std::string& dataDir = PatchScenario::dataDir()) const;
+    [[nodiscard]] static std::string savedDescription();
+
+    [[nodiscard]] std::string lockPath() const;
+    [[nodiscard]] std::string resultPath() const;
+    // What the result file holds; "" when there is none.
+    [[nodiscard]] std::string result() const;
 
     // Adds an item to the description.
     ScenarioItem& item(unsigned itemClass, unsigned type);
@@ -102,7 +127,7 @@ class PatchScenario {
     void without(const std::string& key);
     // Lines behind the description: more sections.
     void append(const std::string& lines);
-    // `vccfg.ini` of the updater.
+    // The configuration of the updater.
     void configure(const std::string& content) const;
 
     // Names an agent of this interface in the description; without one the tool's defaults stand
@@ -136,8 +161,8 @@ class PatchScenario {
     // permissions count, even when the test is run by root.
     void asOrdinaryUser() { ordinary_ = true; }
 
-    // All that was ever logged below this data directory; the updater's is "vc/VC_Data".
-    [[nodiscard]] std::vector<LogLine> logIn(const std::string& dataDir) const;
+    // All that was ever logged below this data directory.
+    [[nodiscard]] std::vector<std::string> logIn(const std::string& dataDir) const;
 
   private:
     [[nodiscard]] std::unique_ptr<RunningPatch> start(const std::vector<std::string>& arguments);

@@ -4,6 +4,8 @@
 #include <map>
 #include <sstream>
 
+#include "fileop/KvDiskNames.h"
+
 namespace {
 
 using SectionText = std::map<std::string, std::string>;
@@ -34,6 +36,32 @@ std::vector<std::string> listOf(const SectionText& section, const std::string& n
 }
 
 }  // namespace
+
+RecordedItem& RecordedItem::adds(const std::string& path) {
+    added.push_back(path);
+    return *this;
+}
+
+RecordedItem& RecordedItem::saves(const std::string& number, const std::string& path) {
+    written.push_back({kBackupFilePrefix + ("." + number), path});
+    return *this;
+}
+
+std::string writtenLine(const std::string& number, const std::string& path) {
+    return std::string("written.0=") + kBackupFilePrefix + "." + number + ", " + path + "\n";
+}
+
+RecordedItem recordedItem(unsigned itemClass, unsigned type) {
+    return {itemClass, type, "100", "101", {}, {}};
+}
+
+std::string recordOf(const std::vector<RecordedItem>& items) {
+    RecordModel record(1, std::nullopt);
+    for (const RecordedItem& item : items) {
+        (void)record.put(item);  // their numbers are their places
+    }
+    return record.text();
+}
 
 RecordModel::RecordModel(unsigned interfaceVersion, std::optional<std::string> agent)
     : interfaceVersion_(interfaceVersion), agent_(std::move(agent)) {}

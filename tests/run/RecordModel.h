@@ -19,7 +19,20 @@ struct RecordedItem {
     std::string result;
     std::vector<std::string> added;
     std::vector<WrittenFile> written;
+
+    // Lists a file as added, or as replaced and saved under this number ("000").
+    RecordedItem& adds(const std::string& path);
+    RecordedItem& saves(const std::string& number, const std::string& path);
 };
+
+// The line of the first file that an item has saved.
+[[nodiscard]] std::string writtenLine(const std::string& number, const std::string& path);
+
+// One with the versions that a ScenarioItem has by default, and without files.
+[[nodiscard]] RecordedItem recordedItem(unsigned itemClass, unsigned type);
+
+// The record of these items after a run of the new interface without an agent.
+[[nodiscard]] std::string recordOf(const std::vector<RecordedItem>& items);
 
 class RecordModel {
   public:

@@ -5,6 +5,8 @@
 
 #include <filesystem>
 
+#include "fileop/KvDiskNames.h"
+#include "tests/run/AgentRule.h"
 #include "tests/run/PatchScenario.h"
 #include "tests/run/TwoItemUpdate.h"
 
@@ -13,9 +15,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using testing::Contains;
-using testing::Not;
-
-constexpr char kRecord[] = "VC_Backup/VcBackup.ini";
 
 struct Stores {
     explicit Stores(const PatchScenario& patch)
@@ -27,7 +26,7 @@ struct Stores {
 
 // Copies that were put in place are used up; nothing else differs.
 void expectNothingNew(const FileTree& before, const FileTree& after) {
-    EXPECT_EQ(before.at("VcBackup.ini"), after.at("VcBackup.ini"));
+    EXPECT_EQ(before.at(kBackupRecordName), after.at(kBackupRecordName));
     for (const auto& [name, content] : after) {
         const auto found = before.find(name);
         EXPECT_TRUE(found != before.end() && found->second == content) << name;
@@ -78,63 +77,52 @@ class RollbackFailure : public testing::Test {
     ScriptedAgent* agent = nullptr;
 };
 
-struct Refusal {
-    ScriptedAgent::Interface which;
-    const char* rule;
-    int status;
-};
-
-void PrintTo(const Refusal& refusal, std::ostream* out) {
-    *out << refusal.rule;
-}
-
-class RollbackRefused : public RollbackFailure, public testing::WithParamInterface<Refusal> {};
+class RollbackRefused : public RollbackFailure, public testing::WithParamInterface<AgentRule> {};
 
 TEST_P(RollbackRefused, LeavesEverythingAsItWas) {
     updateWith(GetParam().which);
     agent->script(GetParam().rule);
-    (void)expectUndone(GetParam().status);
+    (void)expectUndone(60);
 }
-
-constexpr ScriptedAgent::Interface kNew = ScriptedAgent::kNew;
-constexpr ScriptedAgent::Interface kOld = ScriptedAgent::kOld;
 
 INSTANTIATE_TEST_SUITE_P(
     ByANewAgent, RollbackRefused,
-    testing::Values(
-        Refusal{kNew, "IsRollbackEx = 0", 60}, Refusal{kNew, "StartAction = 1", 60},
-        Refusal{kNew, "StartAction = 2", 3}, Refusal{kNew, "StartItem #1 = 0", 60},
-        Refusal{kNew, "StartItem #2 = 0", 60}, Refusal{kNew, "EndItem #1 = 0", 60},
-        Refusal{kNew, "EndItem #2 = 0", 60}, Refusal{kNew, "CheckFileEx #1 = -1", 60},
-        Refusal{kNew, "CheckFileEx #2 = -1", 60}, Refusal{kNew, "CheckFileEx #3 = -1", 60},
-        Refusal{kNew, "CheckFileEx #4 = -1", 60}, Refusal{kNew, "CheckFileEx #5 = -1", 60},
-        Refusal{kNew, "CheckFileEx #6 = -1", 60},
-        // Files that were left alone stay so.
-        Refusal{kNew, "CheckFileEx #5 = -1\nCheckFileEx #2 = 0\nCheckFileEx #1 = -2", 60},
-        // The undoing's own calls fail as well.
-        Refusal{kNew, "CheckFileEx #6 = -1\nStartItem #3 = 0\nStartItem #4 = 0\nEndItem = 0", 60}));
+    newAgent({"IsRollbackEx = 0", "StartAction = 1", "StartItem #1 = 0", "StartItem #2 = 0",
+              "EndItem #1 = 0", "EndItem #2 = 0", "CheckFileEx #1 = -1", "CheckFileEx #2 = -1",
+              "CheckFileEx #3 = -1", "CheckFileEx #4 = -1", "CheckFileEx #5 = -1",
+              "CheckFileEx #6 = -1",
+              // Files that were left alone stay so.
+              "CheckFileEx #5 = -1\nCheckFileEx #2 = 0\nCheckFileEx #1 = -2",
+              // The undoing's own calls fail as well.
+              "CheckFileEx #6 = -1\nStartItem #3 = 0\nStartItem #4 = 0\nEndItem = 0"}));
 
-INSTANTIATE_TEST_SUITE_P(
-    ByAnOldAgent, RollbackRefused,
-    testing::Values(Refusal{kOld, "IsRollback = 0", 60}, Refusal{kOld, "StartPatch = 1", 60},
-                    Refusal{kOld, "StartPatch = 2", 3}, Refusal{kOld, "StartEngine #1 = 0", 60},
-                    Refusal{kOld, "StartPattern #1 = 0", 60}, Refusal{kOld, "EndEngine #1 = 0", 60},
-                    Refusal{kOld, "EndPattern #1 = 0", 60}, Refusal{kOld, "CheckFile #1 = -1", 60},
-                    Refusal{kOld, "CheckFile #2 = -1", 60}, Refusal{kOld, "CheckFile #3 = -1", 60},
-                    Refusal{kOld, "CheckFile #4 = -1", 60}, Refusal{kOld, "CheckFile #5 = -1", 60},
-                    Refusal{kOld, "CheckFile #6 = -1", 60},
-                    Refusal{kOld,
-                            "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
-                            "EndPattern = 0\nEndEngine = 0",
-                            60}));
+INSTANTIATE_TEST_SUITE_P(ByAnOldAgent, RollbackRefused,
+                         oldAgent({"IsRollback = 0", "StartPatch = 1", "StartEngine #1 = 0",
+                                   "StartPattern #1 = 0", "EndEngine #1 = 0", "EndPattern #1 = 0",
+                                   "CheckFile #1 = -1", "CheckFile #2 = -1", "CheckFile #3 = -1",
+                                   "CheckFile #4 = -1", "CheckFile #5 = -1", "CheckFile #6 = -1",
+                                   "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
+                                   "EndPattern = 0\nEndEngine = 0"}));
+
+class RollbackWithAProgramOpen : public RollbackRefused {};
+
+// The one refusal with a status of its own.
+TEST_P(RollbackWithAProgramOpen, LeavesEverythingAsItWas) {
+    updateWith(GetParam().which);
+    agent->script(GetParam().rule);
+    (void)expectUndone(3);
+}
+
+INSTANTIATE_TEST_SUITE_P(ByANewAgent, RollbackWithAProgramOpen, newAgent({"StartAction = 2"}));
+INSTANTIATE_TEST_SUITE_P(ByAnOldAgent, RollbackWithAProgramOpen, oldAgent({"StartPatch = 2"}));
 
 TEST_F(RollbackFailure, BeforeTheFirstItemUndoesNothing) {
     updateWith(ScriptedAgent::kNew);
     agent->script("StartAction = 1");
     const RunOutcome run = expectUndone(60);
-    EXPECT_THAT(run.log, Contains(info("rollbackWithPatchAgent: error quit.")));
-    EXPECT_THAT(run.log, Contains(error("rollback: rollbackWithPatchAgent failed.")));
-    EXPECT_THAT(run.log, Not(Contains(info("rollbackWithPatchAgent: auto rollback."))));
+    EXPECT_THAT(run.log, LogHas({"Inf rollbackWithPatchAgent: error quit.",
+                                 "Err rollback: rollbackWithPatchAgent failed."}));
+    EXPECT_THAT(run.log, LogLacks({"rollbackWithPatchAgent: auto rollback."}));
 }
 
 // The one that was refused has no class and no versions yet, but its place is known.
@@ -152,23 +140,23 @@ TEST_F(RollbackFailure, TellsTheAgentOfTheRefusedItemToo) {
             "StartItem(NULL, 3, 5, 0x2, 0x64/0, 0x65/0)", "EndItem(0, 0x64/0, 0x65/0)",
             "StartItem(, 2, 4, 0x2, 0x60000/0, 0x52000/0)", "EndItem(1, 0x60000/0, 0x52000/0)",
             "StartItem(, 0, 0, 0x2, 0x0/0, 0x0/0)", "EndItem(1, 0x0/0, 0x0/0)"}));
-    EXPECT_THAT(run.log, Contains(error("rollbackWithPatchAgent: start item failed.")));
-    EXPECT_THAT(run.log, Contains(info("rollbackWithPatchAgent: auto rollback done.")));
+    EXPECT_THAT(run.log, LogHas({"Err rollbackWithPatchAgent: start item failed.",
+                                 "Inf rollbackWithPatchAgent: auto rollback done."}));
 }
 
 // The agent that ends an item badly outweighs the disk.
 TEST_F(RollbackFailure, ReportsTheAgentWhenTheDiskFailedToo) {
     updateWith(ScriptedAgent::kNew);
-    fs::remove(patch.destination("lib").path(kRecord));
+    fs::remove(patch.destination("lib").recordPath());
     agent->script("EndItem #1 = 0");
 
     const RunOutcome run = patch.rollback();
 
     EXPECT_EQ(run.status, 60);
     EXPECT_THAT(agent->calls(), Contains("EndItem(0, 0x52000/0, 0x60000/0)"));
-    EXPECT_THAT(run.log, Contains(error("rollbackWithPatchAgent: access failed.")));
-    EXPECT_THAT(run.log, Contains(error("rollbackWithPatchAgent: end item failed.")));
-    EXPECT_THAT(run.log, Contains(error("rollbackWithPatchAgent: item failed.")));
+    EXPECT_THAT(run.log, LogHas({"Err rollbackWithPatchAgent: access failed.",
+                                 "Err rollbackWithPatchAgent: end item failed.",
+                                 "Err rollbackWithPatchAgent: item failed."}));
 }
 
 TEST_F(RollbackFailure, AtTheFirstItemCanBeTriedAgain) {
@@ -184,7 +172,7 @@ TEST_F(RollbackFailure, AtTheFirstItemCanBeTriedAgain) {
 
 TEST_F(RollbackFailure, AtAMissingRecordUndoesTheItemsBefore) {
     update();
-    const std::string record = patch.destination("app").path(kRecord);
+    const std::string record = patch.destination("app").recordPath();
     fs::remove(record);
     const Destinations before(patch);
     const Stores stores(patch);
@@ -192,8 +180,10 @@ TEST_F(RollbackFailure, AtAMissingRecordUndoesTheItemsBefore) {
     const RunOutcome run = patch.rollback();
 
     EXPECT_EQ(run.status, 58);
-    EXPECT_THAT(run.log, Contains(info("rollbackItem: rollback added file done.")));
-    EXPECT_THAT(run.log, Contains(error("rollbackItem: " + record + " doesnot exist.")));
+    EXPECT_THAT(run.log, LogHas({"Inf rollbackItem: rollback added file done.",
+                                 "Err rollbackItem: " + record + " doesnot exist.",
+                                 "Err rollbackWithPatchAgent: access failed.",
+                                 "Err rollbackWithPatchAgent: item failed."}));
     expectSame(before, Destinations(patch));
     EXPECT_EQ(patch.destination("app").store(), stores.app);
     expectNothingNew(stores.lib, patch.destination("lib").store());
@@ -201,7 +191,7 @@ TEST_F(RollbackFailure, AtAMissingRecordUndoesTheItemsBefore) {
 
 TEST_F(RollbackFailure, AtTheMissingRecordOfTheLastItemTouchesNothing) {
     update();
-    fs::remove(patch.destination("lib").path(kRecord));
+    fs::remove(patch.destination("lib").recordPath());
     const FileTree app = patch.tree().snapshot("app");
     const FileTree lib = patch.tree().snapshot("lib");
 
@@ -214,7 +204,7 @@ TEST_F(RollbackFailure, AtTheMissingRecordOfTheLastItemTouchesNothing) {
 TEST_F(RollbackFailure, AtARecordThatMayNotBeReadUndoesTheItemsBefore) {
     update();
     patch.asOrdinaryUser();
-    const std::string record = patch.destination("app").path(kRecord);
+    const std::string record = patch.destination("app").recordPath();
     const Destinations before(patch);
     const Stores stores(patch);
     fs::permissions(record, fs::perms::none);
@@ -222,8 +212,8 @@ TEST_F(RollbackFailure, AtARecordThatMayNotBeReadUndoesTheItemsBefore) {
     const RunOutcome run = patch.rollback();
 
     EXPECT_EQ(run.status, 58);
-    EXPECT_THAT(run.log, Contains(error("rollbackItem: phaseIniForBackup failed.")));
-    EXPECT_THAT(run.log, Contains(error("rollbackWithPatchAgent: access failed.")));
+    EXPECT_THAT(run.log, LogHas({"Err rollbackItem: phaseIniForBackup failed.",
+                                 "Err rollbackWithPatchAgent: access failed."}));
     fs::permissions(record, fs::perms::owner_read | fs::perms::owner_write);
     expectSame(before, Destinations(patch));
     EXPECT_EQ(patch.destination("app").store(), stores.app);
@@ -238,26 +228,26 @@ TEST_F(RollbackFailure, AtAnItemThatTheRecordDoesNotKnowUndoesTheItemsBefore) {
 
     const RunOutcome run = expectUndone(58);
 
-    EXPECT_THAT(run.log, Contains(info("rollbackItem: item not found.")));
+    EXPECT_THAT(run.log, LogHas({"Inf rollbackItem: item not found."}));
 }
 
 TEST_F(RollbackFailure, AtAStoreThatTakesNoFileUndoesTheItemsBefore) {
     update();
     patch.asOrdinaryUser();
-    fs::permissions(patch.destination("app").path("VC_Backup/3/5"),
+    fs::permissions(patch.destination("app").storePath("3/5"),
                     fs::perms::owner_read | fs::perms::owner_exec);
 
     const RunOutcome run = expectUndone(58);
 
-    EXPECT_THAT(run.log, Contains(error("rollbackItem: crtUniFile failed.")));
-    EXPECT_THAT(run.log, Contains(error("rollbackItem: rollback added file failed.")));
+    EXPECT_THAT(run.log, LogHas({"Err rollbackItem: crtUniFile failed.",
+                                 "Err rollbackItem: rollback added file failed."}));
 }
 
 TEST_F(RollbackFailure, ForgetsTheFilesThatWereToWaitForTheRestart) {
     updateWith(ScriptedAgent::kNew);
     agent->script("CheckFileEx = -2\nEndItem #2 = 0");
     const RunOutcome run = expectUndone(60);
-    EXPECT_THAT(run.log, Not(Contains(info("adding reboot list into system registry/ini..."))));
+    EXPECT_THAT(run.log, LogLacks({"adding reboot list into system registry/ini..."}));
 }
 
 TEST_F(RollbackFailure, SavesTheStagingDirectoryWhenNobodyWaits) {
@@ -271,7 +261,7 @@ TEST_F(RollbackFailure, SavesTheStagingDirectoryWhenNobodyWaits) {
     EXPECT_EQ(run.status, std::nullopt);
     expectSame(before, Destinations(patch));
     EXPECT_FALSE(patch.tree().exists("staging"));
-    EXPECT_TRUE(patch.velocore().has("VC_Data/VC_Log/TempSave/staging/VcPatch.ini"));
+    EXPECT_TRUE(patch.saveDir().has(patch.savedDescription()));
 }
 
 // From here on: what the undoing of a rollback does not bring back, and never did.
@@ -283,7 +273,7 @@ TEST_F(RollbackNotUndone, TheSavedCopiesThatItHadPutInPlace) {
     updateWith(ScriptedAgent::kNew);
     agent->script("EndItem #2 = 0");
     (void)expectUndone(60);
-    EXPECT_FALSE(patch.destination("lib").has("VC_Backup/2/4/backup.000"));
+    EXPECT_FALSE(patch.destination("lib").hasSaved("2/4/000"));
     agent->forgetScript();
 
     EXPECT_EQ(patch.rollback().status, 0);

@@ -3,16 +3,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
+#include "fileop/KvDiskNames.h"
 #include "tests/run/PatchScenario.h"
+#include "tests/run/RecordModel.h"
 #include "tests/run/TwoItemUpdate.h"
 
 namespace {
 
-using testing::Contains;
-using testing::Not;
-
-constexpr char kRecord[] = "VC_Backup/VcBackup.ini";
-constexpr char kNoItems[] = "[common]\nitemcount=0\npatchagent.version=1\n";
+const std::string kNoItems = recordOf({});
 
 class RollbackGeneration : public testing::Test {
   protected:
@@ -32,9 +32,9 @@ class RollbackGeneration : public testing::Test {
     void expectNothingLeft() const {
         for (const char* const name : {"app", "lib"}) {
             const ScenarioDir dir = patch.destination(name);
-            EXPECT_EQ(dir.read(kRecord), kNoItems);
+            EXPECT_EQ(dir.record(), kNoItems);
             for (const auto& entry : dir.store()) {
-                EXPECT_TRUE(entry.first.back() == '/' || entry.first == "VcBackup.ini")
+                EXPECT_TRUE(entry.first.back() == '/' || entry.first == kBackupRecordName)
                     << entry.first;
             }
         }
@@ -63,7 +63,7 @@ TEST_F(RollbackGeneration, FindsNothingAfterARollback) {
     const RunOutcome run = patch.rollback();
 
     EXPECT_EQ(run.status, 58);
-    EXPECT_THAT(run.log, Contains(info("rollbackItem: item not found.")));
+    EXPECT_THAT(run.log, LogHas({"Inf rollbackItem: item not found."}));
     expectSame(before, Destinations(patch));
     expectNothingLeft();
 }
@@ -75,7 +75,7 @@ TEST_F(RollbackGeneration, StartsAnewWithTheNextUpdate) {
         patch.clearStaging();
         planTwoItems(patch);
         ASSERT_EQ(patch.update().status, 0);
-        EXPECT_EQ(patch.destination().store().count("3/5/backup.000"), 1U);
+        EXPECT_TRUE(patch.destination().hasSaved("3/5/000"));
         ASSERT_EQ(patch.rollback().status, 0);
         expectSame(first, Destinations(patch));
     }
@@ -95,17 +95,14 @@ TEST_F(RollbackGeneration, TakesOneItemAndRenumbersTheOthers) {
     EXPECT_EQ(patch.rollback().status, 0);
 
     EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old a"}, {"b.dat", "new b"}}));
-    EXPECT_EQ(patch.destination().read(kRecord),
-              "[common]\nitemcount=1\npatchagent.version=1\n[item_0]\nclass=3\ntype=6\n"
-              "origin.version=100\nresult.version=101\nadded.filecount=0\nwritten.filecount=1\n"
-              "written.0=backup.000, " +
-                  patch.destination().path("b.dat") + "\n");
+    EXPECT_EQ(patch.destination().record(),
+              recordOf({recordedItem(3, 6).saves("000", patch.destination().path("b.dat"))}));
 
     patch.clearStaging();
     patch.item(3, 6);
     EXPECT_EQ(patch.rollback().status, 0);
     EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old a"}, {"b.dat", "old b"}}));
-    EXPECT_EQ(patch.destination().read(kRecord), kNoItems);
+    EXPECT_EQ(patch.destination().record(), kNoItems);
 }
 
 // Two items of one destination, updated; then something happens to the record.
@@ -121,10 +118,10 @@ class RollbackAfterDamage : public testing::Test {
 
     // Takes out the first line that begins so.
     void damage(const std::string& key) {
-        std::string record = patch.destination().read(kRecord);
+        std::string record = patch.destination().record();
         const size_t at = record.find("\n" + key) + 1;
         record.erase(at, record.find('\n', at) + 1 - at);
-        patch.destination().write(kRecord, record);
+        patch.destination().writeRecord(record);
     }
 
     RunOutcome rollBack(unsigned type) {
@@ -150,7 +147,7 @@ TEST_F(RollbackAfterDamage, FailsAndLeavesTheRecordAsItIs) {
         const RunOutcome run = rollBack(6);
 
         EXPECT_EQ(run.status, 58);
-        EXPECT_THAT(run.log, Contains(error("rollbackItem: phaseIniForBackup failed.")));
+        EXPECT_THAT(run.log, LogHas({"Err rollbackItem: phaseIniForBackup failed."}));
         EXPECT_EQ(patch.tree().snapshot("app"), before);
     }
 }
@@ -162,10 +159,10 @@ TEST_F(RollbackAfterDamage, WorksAgainForWhatTheNextUpdateKept) {
     EXPECT_EQ(rollBack(6).status, 0);
 
     EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "new a"}, {"b.dat", "new b"}}));
-    EXPECT_EQ(patch.destination().read(kRecord), kNoItems);
+    EXPECT_EQ(patch.destination().record(), kNoItems);
     // The damaged item is lost to the record, not what was saved for it.
     EXPECT_EQ(rollBack(5).status, 58);
-    EXPECT_EQ(patch.destination().read("VC_Backup/3/5/backup.000"), "old a");
+    EXPECT_EQ(patch.destination().saved("3/5/000"), "old a");
 }
 
 TEST_F(RollbackAfterDamage, WorksForWhatWasUpdatedSinceTheRecordWasMadeAnew) {
@@ -214,19 +211,18 @@ TEST_P(RollbackDeferred, LeavesTheFilesAndListsThemForTheRestart) {
 
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(patch.destination().files(), before);
-    EXPECT_THAT(run.log, Contains(info("adding reboot list into system registry/ini...")));
-    const auto at = [&](const std::string& name) { return patch.destination().path(name); };
-    EXPECT_THAT(run.log, Contains(info("src[] -> dst[" + at("added.dat") + "]")));
-    EXPECT_THAT(run.log, Contains(info("src[" + at("VC_Backup/3/5/backup.000") + "] -> dst[" +
-                                       at("a.dat") + "]")));
+    const ScenarioDir app = patch.destination();
+    EXPECT_THAT(run.log, LogHas({"Inf adding reboot list into system registry/ini...",
+                                 deferredLine("", app.path("added.dat")),
+                                 deferredLine(app.savedPath("3/5/000"), app.path("a.dat"))}));
 }
 
 // The record counts the item as rolled back, and the saved copies go with it.
 TEST_P(RollbackDeferred, IsNeverthelessDone) {
     EXPECT_EQ(patch.rollback().status, 1);
     EXPECT_EQ(patch.rollback().status, 58);
-    EXPECT_FALSE(patch.destination().has("VC_Backup/3/5/backup.000"));
-    EXPECT_FALSE(patch.destination().has("VC_Backup/3/5/backup.001"));
+    EXPECT_FALSE(patch.destination().hasSaved("3/5/000"));
+    EXPECT_FALSE(patch.destination().hasSaved("3/5/001"));
 }
 
 // Status 1 is not the plain success that the clean-up asks for.
@@ -237,7 +233,7 @@ TEST_P(RollbackDeferred, CountsAsAFailureWhenNobodyWaits) {
 
     EXPECT_EQ(run.status, std::nullopt);
     EXPECT_FALSE(patch.tree().exists("staging"));
-    EXPECT_TRUE(patch.velocore().has("VC_Data/VC_Log/TempSave/staging/VcPatch.ini"));
+    EXPECT_TRUE(patch.saveDir().has(patch.savedDescription()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Agent, RollbackDeferred,
@@ -255,8 +251,8 @@ TEST_F(RollbackGeneration, RemovesTheStagingDirectoryWhenNobodyWaits) {
     EXPECT_EQ(run.status, std::nullopt);
     EXPECT_EQ(patch.destination().read("a.dat"), "old app/a.dat");
     EXPECT_FALSE(patch.tree().exists("staging"));
-    EXPECT_FALSE(patch.velocore().has("VC_Data/VC_Log/TempSave"));
-    EXPECT_THAT(run.log, Not(Contains(error("rollback: rollbackWithPatchAgent failed."))));
+    EXPECT_FALSE(std::filesystem::exists(patch.saveDir().path()));
+    EXPECT_THAT(run.log, LogLacks({"rollback: rollbackWithPatchAgent failed."}));
 }
 
 }  // namespace

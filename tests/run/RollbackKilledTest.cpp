@@ -72,21 +72,21 @@ INSTANTIATE_TEST_SUITE_P(In, RollbackKilled,
                                          "CheckFileEx #5", "CheckFileEx #6", "EndItem #2",
                                          "EndAction"));
 
-// The update's own copies end with backup.001.
+// The update's own copies have the numbers 000 and 001.
 TEST(RollbackKilledAtItsEnd, LeavesTheCopiesThatItHasMade) {
     UpdatedTwoItems two;
     two.rollBackUntil("EndAction");
     EXPECT_EQ(two.patch.rollback().status, 0);
-    const FileTree store = two.patch.destination("lib").store();
-    EXPECT_EQ(store.count("2/4/backup.000") + store.count("2/4/backup.001"), 0U);
-    EXPECT_EQ(store.at("2/4/backup.002"), "new");
+    const ScenarioDir lib = two.patch.destination("lib");
+    EXPECT_FALSE(lib.hasSaved("2/4/000") || lib.hasSaved("2/4/001"));
+    EXPECT_EQ(lib.saved("2/4/002"), "new");
 }
 
 // As if it had been killed between emptying the record of "app" and filling it again.
 TEST(RollbackKilledAtItsEnd, CannotBeRepeatedButHasPutAllFilesBack) {
     UpdatedTwoItems two;
     two.rollBackUntil("EndAction");
-    two.patch.destination("app").write("VC_Backup/VcBackup.ini", "");
+    two.patch.destination("app").writeRecord("");
     two.expectFirst(Destinations(two.patch));
 
     EXPECT_EQ(two.patch.rollback().status, kDiskAccess);

@@ -30,7 +30,7 @@ TEST(RollbackOfNames, PutsAFileBackWhereItsNameEndsAtAComma) {
     EXPECT_EQ(patch.rollback().status, 0);
 
     EXPECT_EQ(patch.destination().files(), (FileTree{{"a", "old"}, {"a,b.dat", "new"}}));
-    EXPECT_FALSE(patch.destination().has("VC_Backup/3/5/backup.000"));
+    EXPECT_FALSE(patch.destination().hasSaved("3/5/000"));
 }
 
 // A blank at the end of a name is trimmed when the record is read: lost is the file whose name
@@ -45,7 +45,7 @@ TEST(RollbackOfNames, PutsAFileBackWithoutTheBlankAtItsEnd) {
     EXPECT_EQ(patch.rollback().status, 0);
 
     EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old"}, {"a.dat ", "new"}}));
-    EXPECT_FALSE(patch.destination().has("VC_Backup/3/5/backup.000"));
+    EXPECT_FALSE(patch.destination().hasSaved("3/5/000"));
 }
 
 // The same for an added one, which stays.

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "fileop/KvDiskNames.h"
+#include "tests/run/PatchScenario.h"
+
 namespace {
 
 constexpr int kStatusDone = 0;
@@ -15,7 +18,11 @@ constexpr int kAccept = 1;
 constexpr unsigned kBackupNames = 36 * 36 * 36;
 
 std::string storeOf(const std::string& destination) {
-    return destination + "/VC_Backup";
+    return destination + "/" + kBackupStoreName;
+}
+
+std::string recordOf(const std::string& destination) {
+    return storeOf(destination) + "/" + kBackupRecordName;
 }
 
 std::string backupDirOf(const PlannedItem& item) {
@@ -25,7 +32,7 @@ std::string backupDirOf(const PlannedItem& item) {
 
 std::string backupName(unsigned number) {
     const std::string digits = "0123456789abcdefghijklmnopqrstuvwxyz";
-    return std::string("backup.") + digits[number / 1296] + digits[number / 36 % 36] +
+    return std::string(kBackupFilePrefix) + "." + digits[number / 1296] + digits[number / 36 % 36] +
            digits[number % 36];
 }
 
@@ -89,7 +96,7 @@ RoundTripModel::Done RoundTripModel::updateItem(const PlannedRun& run, const Pla
         addDirectories(placeOf(run, item) + "/" + staged.first);
     }
     ListedFiles files = changesOf(run, item);
-    const auto record = seen.find(storeOf(item.destination) + "/VcBackup.ini");
+    const auto record = seen.find(recordOf(item.destination));
     if (record != seen.end()) {
         const ListedFiles listed = listedFiles(record->second.content, item.itemClass, item.type);
         arrangeAs(listed.added, files.added);
@@ -283,11 +290,11 @@ void RoundTripModel::addDirectories(const std::string& path) {
 }
 
 void RoundTripModel::writeRecord(const std::string& destination) {
-    const std::string path = storeOf(destination) + "/VcBackup.ini";
+    const std::string path = recordOf(destination);
     addDirectories(path);
     tree_[path] = {records_.at(destination).text()};
 }
 
 void RoundTripModel::defer(const std::string& source, const std::string& target) {
-    deferred_.push_back("src[" + source + "] -> dst[" + target + "]");
+    deferred_.push_back(deferredLine(source, target));
 }

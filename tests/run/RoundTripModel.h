@@ -12,7 +12,7 @@
 
 struct ExpectedOutcome {
     int status = 0;
-    std::vector<std::string> deferred;  // "src[..] -> dst[..]", sorted
+    std::vector<std::string> deferred;  // lines of the log, sorted
 };
 
 class RoundTripModel {

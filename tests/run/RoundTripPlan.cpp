@@ -4,15 +4,39 @@
 #include <random>
 #include <set>
 
+#include "fileop/KvDiskNames.h"
+
 namespace {
 
 const std::vector<std::string> kDirectories = {"sub", "a b", " led", "d.1", "x%s", "n=v", "e"};
-const std::vector<std::string> kFiles = {
-    "a.dat",      "b",        "two words.txt", " led.bin",   ".hidden",    "k=v.ini",
-    "semi;colon", "[item_0]", "per%ct%n.txt",  "\xC3\xBCml", "backup.000", "quo'te\"d",
-    "#hash",      "tilde~",   "VcPatch.ini",   "dots..dat",  "a  b",       "backup.1",
-    "lib.so",     "+",        "-rf",           "&amp;.htm",  "c.dat",      "d.dat",
-    "e.dat",      "f.dat",    "x.001",         "(1)"};
+const std::vector<std::string> kFiles = {"a.dat",
+                                         "b",
+                                         "two words.txt",
+                                         " led.bin",
+                                         ".hidden",
+                                         "k=v.ini",
+                                         "semi;colon",
+                                         "[item_0]",
+                                         "per%ct%n.txt",
+                                         "\xC3\xBCml",
+                                         std::string(kBackupFilePrefix) + ".000",
+                                         "quo'te\"d",
+                                         "#hash",
+                                         "tilde~",
+                                         kDescriptionName,
+                                         "dots..dat",
+                                         "a  b",
+                                         std::string(kBackupFilePrefix) + ".1",
+                                         "lib.so",
+                                         "+",
+                                         "-rf",
+                                         "&amp;.htm",
+                                         "c.dat",
+                                         "d.dat",
+                                         "e.dat",
+                                         "f.dat",
+                                         "x.001",
+                                         "(1)"};
 const std::vector<std::string> kDestinations = {"dest/app", "dest/lib x", "dest/app/inner"};
 const char kMovedPlace[] = "dest/moved";
 const std::vector<unsigned> kTypes = {0, 1, 2, 4, 5, 7, 100, 131072, 2147483647};

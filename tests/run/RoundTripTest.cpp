@@ -60,7 +60,7 @@ RoundTripRun::RoundTripRun(unsigned startValue) : plan_(drawRoundTrip(startValue
 TimedTree restorable(const TimedTree& tree) {
     TimedTree files;
     for (const auto& [path, file] : tree) {
-        if (!isDirectory(path) && path.find("/VC_Backup/") == std::string::npos) {
+        if (!isDirectory(path) && !isInStore(path)) {
             files[path] = file.copied();
         }
     }
@@ -74,9 +74,9 @@ void expectSame(const TimedTree& expected, const TimedTree& seen) {
 
 std::vector<std::string> deferredOf(const RunOutcome& outcome) {
     std::vector<std::string> deferred;
-    for (const std::string& text : outcome.texts()) {
-        if (text.compare(0, 4, "src[") == 0) {
-            deferred.push_back(text);
+    for (const std::string& line : outcome.log) {
+        if (line.compare(0, 8, "Inf src[") == 0) {
+            deferred.push_back(line);
         }
     }
     std::sort(deferred.begin(), deferred.end());

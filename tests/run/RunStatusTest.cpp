@@ -9,13 +9,11 @@
 
 namespace {
 
-using testing::Contains;
-
 struct Way {
     const char* name;
     std::function<void(PatchScenario&)> prepare;
     int status;
-    LogLine message;
+    std::string message;
 };
 
 void PrintTo(const Way& way, std::ostream* out) {
@@ -54,12 +52,10 @@ std::function<void(PatchScenario&)> oldAgent(const std::string& rule) {
 void expectEnd(const RunOutcome& run, const PatchScenario& patch, const Way& way) {
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.status, way.status);
-    EXPECT_THAT(run.log, Contains(way.message));
-    ASSERT_GE(run.log.size(), 2U);
-    EXPECT_EQ(run.log[run.log.size() - 2],
-              info("Writing result file (" + patch.staging().path("VcResult.ini") +
-                   "), status = " + std::to_string(way.status)));
-    EXPECT_EQ(run.log.back(), info("VcPatch end."));
+    EXPECT_THAT(run.log, LogHas({way.message}));
+    EXPECT_THAT(run.log, LogEndsWith({"Inf Writing result file (" + patch.resultPath() +
+                                          "), status = " + std::to_string(way.status),
+                                      "Inf VcPatch end."}));
 }
 
 class UpdateStatus : public testing::TestWithParam<Way> {};
@@ -73,19 +69,19 @@ TEST_P(UpdateStatus, IsReported) {
     const RunOutcome run = patch.update();
 
     expectEnd(run, patch, GetParam());
-    EXPECT_THAT(run.log, Contains(info("VcPatch Action: update.")));
+    EXPECT_THAT(run.log, LogHas({"Inf VcPatch Action: update."}));
 }
 
 const Way kUpdateWays[] = {
-    {"Success", nothing(), 0, info("Call PatchAgent EndAction with: void")},
+    {"Success", nothing(), 0, "Inf Call PatchAgent EndAction with: void"},
     {"RebootList", newAgent("CheckFileEx = -2"), 1,
-     info("adding reboot list into system registry/ini...")},
-    {"NoItems", set("itemcount", "0"), 4, info("update: vcpatch ini contains no items.")},
-    {"MissingKey", without("patchagent.version"), 12, error("update: phaseIniForUpdate failed.")},
+     "Inf adding reboot list into system registry/ini..."},
+    {"NoItems", set("itemcount", "0"), 4, "Inf update: vcpatch ini contains no items."},
+    {"MissingKey", without("patchagent.version"), 12, "Err update: phaseIniForUpdate failed."},
     {"UnknownAgentVersion", set("patchagent.version", "2"), 12,
-     error("update: unknown patch agent version number.")},
+     "Err update: unknown patch agent version number."},
     {"NegativeAgentVersion", set("patchagent.version", "-1"), 12,
-     error("update: unknown patch agent version number.")},
+     "Err update: unknown patch agent version number."},
     {"DestinationIsAFile",
      [](PatchScenario& patch) {
          patch.destination().write("file", "");
@@ -93,27 +89,26 @@ const Way kUpdateWays[] = {
              .stage("a.dat", "new")
              .set("destination", patch.destination().path("file"));
      },
-     12, error("updateWithPatchAgent: xcopy failed, bad parameters.")},
+     12, "Err updateWithPatchAgent: xcopy failed, bad parameters."},
     {"TargetIsADirectory",
      [](PatchScenario& patch) {
          patch.destination().write("b.dat/inside", "");
          patch.item(3, 6).stage("b.dat", "new");
      },
-     58, error("updateWithPatchAgent: xcopy failed, disk access.")},
+     58, "Err updateWithPatchAgent: xcopy failed, disk access."},
     {"NewAgentFails", newAgent("StartAction = 1"), 60,
-     error("updateWithPatchAgent: PatchAgent StartAction return PATCH_ERROR.")},
+     "Err updateWithPatchAgent: PatchAgent StartAction return PATCH_ERROR."},
     {"NewAgentWantsProgramClosed", newAgent("StartAction = 2"), 60,
-     error("updateWithPatchAgent: PatchAgent StartAction return PATCH_CLOSEPROGRAM.")},
+     "Err updateWithPatchAgent: PatchAgent StartAction return PATCH_CLOSEPROGRAM."},
     {"OldAgentFails", oldAgent("StartPatch = 1"), 60,
-     error("updateWithPatchAgent: PatchAgent StartPatch return PATCH_ERROR.")},
+     "Err updateWithPatchAgent: PatchAgent StartPatch return PATCH_ERROR."},
     {"OldAgentWantsProgramClosed", oldAgent("StartPatch = 2"), 60,
-     error("updateWithPatchAgent: PatchAgent StartPatch return PATCH_CLOSEPROGRAM.")},
+     "Err updateWithPatchAgent: PatchAgent StartPatch return PATCH_CLOSEPROGRAM."},
     {"ItemIsNotStarted", newAgent("StartItem = 0"), 60,
-     error("updateWithPatchAgent: start item failed.")},
-    {"ItemIsNotEnded", newAgent("EndItem = 0"), 60,
-     error("updateWithPatchAgent: end item failed.")},
+     "Err updateWithPatchAgent: start item failed."},
+    {"ItemIsNotEnded", newAgent("EndItem = 0"), 60, "Err updateWithPatchAgent: end item failed."},
     {"FileIsRefused", newAgent("CheckFileEx = -1"), 60,
-     error("updateWithPatchAgent: user cancel this")},
+     "Err updateWithPatchAgent: user cancel this"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Ways, UpdateStatus, testing::ValuesIn(kUpdateWays), nameOf<Way>);
@@ -130,44 +125,40 @@ TEST_P(RollbackStatus, IsReported) {
     const RunOutcome run = patch.rollback();
 
     expectEnd(run, patch, GetParam());
-    EXPECT_THAT(run.log, Contains(info("VcPatch Action: rollback.")));
+    EXPECT_THAT(run.log, LogHas({"Inf VcPatch Action: rollback."}));
 }
 
 const Way kRollbackWays[] = {
-    {"Success", nothing(), 0, info("rollbackWithPatchAgent: done.")},
+    {"Success", nothing(), 0, "Inf rollbackWithPatchAgent: done."},
     // Reported as a success on purpose.
     {"UnknownAgentVersion", set("patchagent.version", "5"), 0,
-     error("rollback: unkown patch agent version number.")},
+     "Err rollback: unkown patch agent version number."},
     {"RebootList", newAgent("CheckFileEx = -2"), 1,
-     info("adding reboot list into system registry/ini...")},
+     "Inf adding reboot list into system registry/ini..."},
     {"NewAgentWantsProgramClosed", newAgent("StartAction = 2"), 3,
-     error("rollbackWithPatchAgent: start action close program needed.")},
+     "Err rollbackWithPatchAgent: start action close program needed."},
     {"OldAgentWantsProgramClosed", oldAgent("StartPatch = 2"), 3,
-     error("rollbackWithPatchAgent: start patch close program needed.")},
-    {"NoItems", set("itemcount", "0"), 5, error("rollback: vcpatch contains no items.")},
-    {"MissingKey", without("patchagent.version"), 12, error("rollback: phaseIniForUpdate failed.")},
+     "Err rollbackWithPatchAgent: start patch close program needed."},
+    {"NoItems", set("itemcount", "0"), 5, "Err rollback: vcpatch contains no items."},
+    {"MissingKey", without("patchagent.version"), 12, "Err rollback: phaseIniForUpdate failed."},
     {"DestinationIsTooLong",
      [](PatchScenario& patch) { patch.item(3, 6).set("destination", std::string(4090, 'd')); }, 12,
-     error("rollbackWithPatchAgent: bad arguments.")},
+     "Err rollbackWithPatchAgent: bad arguments."},
     {"NoRecord",
-     [](PatchScenario& patch) {
-         std::filesystem::remove_all(patch.destination().path("VC_Backup"));
-     },
-     58, error("rollbackWithPatchAgent: access failed.")},
+     [](PatchScenario& patch) { std::filesystem::remove_all(patch.destination().storePath()); }, 58,
+     "Err rollbackWithPatchAgent: access failed."},
     {"NewAgentRefuses", newAgent("IsRollbackEx = 0"), 60,
-     error("rollback: patch agent refused to rollback.")},
+     "Err rollback: patch agent refused to rollback."},
     {"OldAgentRefuses", oldAgent("IsRollback = 0"), 60,
-     error("rollbackWithPatchAgent: patch agent want not to rollback.")},
+     "Err rollbackWithPatchAgent: patch agent want not to rollback."},
     {"NewAgentFails", newAgent("StartAction = 1"), 60,
-     error("rollbackWithPatchAgent: start action failed.")},
+     "Err rollbackWithPatchAgent: start action failed."},
     {"OldAgentFails", oldAgent("StartPatch = 1"), 60,
-     error("rollbackWithPatchAgent: start patch failed.")},
+     "Err rollbackWithPatchAgent: start patch failed."},
     {"ItemIsNotStarted", newAgent("StartItem = 0"), 60,
-     error("rollbackWithPatchAgent: start item failed.")},
-    {"ItemIsNotEnded", newAgent("EndItem = 0"), 60,
-     error("rollbackWithPatchAgent: end item failed.")},
-    {"FileIsRefused", newAgent("CheckFileEx = -1"), 60,
-     error("rollbackWithPatchAgent: user cancel.")},
+     "Err rollbackWithPatchAgent: start item failed."},
+    {"ItemIsNotEnded", newAgent("EndItem = 0"), 60, "Err rollbackWithPatchAgent: end item failed."},
+    {"FileIsRefused", newAgent("CheckFileEx = -1"), 60, "Err rollbackWithPatchAgent: user cancel."},
 };
 
 INSTANTIATE_TEST_SUITE_P(Ways, RollbackStatus, testing::ValuesIn(kRollbackWays), nameOf<Way>);
@@ -177,7 +168,7 @@ struct Action {
     const char* name;
     const char* value;
     int status;
-    LogLine message;
+    std::string message;
     const char* file;
 };
 
@@ -200,22 +191,22 @@ TEST_P(ActionValue, Dispatches) {
     EXPECT_EQ(run.status, action.status);
     ASSERT_GE(run.log.size(), 4U);
     EXPECT_EQ(run.log[1], action.message);
-    EXPECT_EQ(run.log.back(), info("VcPatch end."));
+    EXPECT_THAT(run.log, LogEndsWith({"Inf VcPatch end."}));
     EXPECT_EQ(patch.destination().read("a.dat"), action.file);
 }
 
 const Action kActions[] = {
-    {"Update", "0", 0, info("VcPatch Action: update."), "new"},
-    {"Letters", "abc", 0, info("VcPatch Action: update."), "new"},
-    {"Empty", "", 0, info("VcPatch Action: update."), "new"},
+    {"Update", "0", 0, "Inf VcPatch Action: update.", "new"},
+    {"Letters", "abc", 0, "Inf VcPatch Action: update.", "new"},
+    {"Empty", "", 0, "Inf VcPatch Action: update.", "new"},
     // There is nothing to roll back to.
-    {"Rollback", "1", 58, info("VcPatch Action: rollback."), "old"},
-    {"LeadingDigits", "1x", 58, info("VcPatch Action: rollback."), "old"},
+    {"Rollback", "1", 58, "Inf VcPatch Action: rollback.", "old"},
+    {"LeadingDigits", "1x", 58, "Inf VcPatch Action: rollback.", "old"},
     // A no-op, in the words of a rollback.
-    {"Nothing", "2", 0, info("VcPatch Action: rollback."), "old"},
-    {"Three", "3", 57, error("VcPatch Action: Undefined action value."), "old"},
-    {"Seven", "7", 57, error("VcPatch Action: Undefined action value."), "old"},
-    {"Negative", "-1", 57, error("VcPatch Action: Undefined action value."), "old"},
+    {"Nothing", "2", 0, "Inf VcPatch Action: rollback.", "old"},
+    {"Three", "3", 57, "Err VcPatch Action: Undefined action value.", "old"},
+    {"Seven", "7", 57, "Err VcPatch Action: Undefined action value.", "old"},
+    {"Negative", "-1", 57, "Err VcPatch Action: Undefined action value.", "old"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Values, ActionValue, testing::ValuesIn(kActions), nameOf<Action>);
@@ -228,8 +219,8 @@ TEST(ActionValue, IsMissed) {
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.status, 57);
     ASSERT_EQ(run.log.size(), 4U);
-    EXPECT_EQ(run.log[1], error("VcPatch fetch (common:action) failed."));
-    EXPECT_EQ(run.log.back(), info("VcPatch end."));
+    EXPECT_EQ(run.log[1], "Err VcPatch fetch (common:action) failed.");
+    EXPECT_THAT(run.log, LogEndsWith({"Inf VcPatch end."}));
     EXPECT_EQ(patch.destination().files(), FileTree{});
 }
 

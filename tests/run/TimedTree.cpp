@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 
+#include "fileop/KvDiskNames.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -49,8 +51,12 @@ bool isDirectory(const std::string& path) {
     return endsWith(path, "/");
 }
 
+bool isInStore(const std::string& path) {
+    return path.find(std::string("/") + kBackupStoreName + "/") != std::string::npos;
+}
+
 bool isBackupRecord(const std::string& path) {
-    return endsWith(path, "/VC_Backup/VcBackup.ini");
+    return endsWith(path, std::string("/") + kBackupStoreName + "/" + kBackupRecordName);
 }
 
 TimedTree readTimedTree(const TempTree& tree, const std::string& name) {

@@ -21,6 +21,7 @@ struct TimedFile {
 using TimedTree = std::map<std::string, TimedFile>;
 
 [[nodiscard]] bool isDirectory(const std::string& path);
+[[nodiscard]] bool isInStore(const std::string& path);
 [[nodiscard]] bool isBackupRecord(const std::string& path);
 
 // Everything below the directory; the paths begin with its name.

@@ -6,6 +6,7 @@
 
 #include "tests/run/AgentRule.h"
 #include "tests/run/PatchScenario.h"
+#include "tests/run/RecordModel.h"
 
 namespace fs = std::filesystem;
 
@@ -18,8 +19,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
-
-constexpr char kRecord[] = "VcBackup.ini";
 
 // What an agent of either interface says of a file.
 class UpdateAnswer : public testing::TestWithParam<ScriptedAgent::Interface> {
@@ -47,8 +46,8 @@ TEST_P(UpdateAnswer, SkipLeavesTheFileAloneAndGoesOn) {
     EXPECT_EQ(patch.update().status, 0);
 
     EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old"}, {"b.dat", "more"}}));
-    EXPECT_EQ(patch.destination().store().count("3/5/backup.000"), 0U);
-    EXPECT_THAT(patch.destination().store().at(kRecord), Not(HasSubstr("a.dat")));
+    EXPECT_FALSE(patch.destination().hasSaved("3/5/000"));
+    EXPECT_THAT(patch.destination().record(), Not(HasSubstr("a.dat")));
 }
 
 TEST_P(UpdateAnswer, SkipAlsoKeepsANewFileAway) {
@@ -67,12 +66,10 @@ TEST_P(UpdateAnswer, DeferSavesTheFileAndLeavesItForTheRestart) {
 
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(patch.destination().read("a.dat"), "old");
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old");
-    EXPECT_THAT(patch.destination().store().at(kRecord),
-                HasSubstr("written.0=backup.000, " + file()));
-    EXPECT_THAT(run.log, Contains(info("adding reboot list into system registry/ini...")));
-    EXPECT_THAT(run.log, Contains(info("src[" + patch.staging().path("3/5/a.dat") + "] -> dst[" +
-                                       file() + "]")));
+    EXPECT_EQ(patch.destination().saved("3/5/000"), "old");
+    EXPECT_THAT(patch.destination().record(), HasSubstr(writtenLine("000", file())));
+    EXPECT_THAT(run.log, LogHas({"Inf adding reboot list into system registry/ini...",
+                                 deferredLine(patch.staging().path("3/5/a.dat"), file())}));
 }
 
 TEST_P(UpdateAnswer, DeferDoesNotHoldBackANewFile) {
@@ -83,7 +80,7 @@ TEST_P(UpdateAnswer, DeferDoesNotHoldBackANewFile) {
 
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(patch.destination().read("a.dat"), "new");
-    EXPECT_THAT(run.log, Not(Contains(info("adding reboot list into system registry/ini..."))));
+    EXPECT_THAT(run.log, LogLacks({"adding reboot list into system registry/ini..."}));
 }
 
 TEST_P(UpdateAnswer, ErrorStopsTheUpdate) {
@@ -93,9 +90,9 @@ TEST_P(UpdateAnswer, ErrorStopsTheUpdate) {
 
     EXPECT_EQ(run.status, 60);
     EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "old"}}));
-    EXPECT_THAT(run.log, Contains(error("callBackForUpdate: check file failed.")));
-    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: user cancel this")));
-    EXPECT_THAT(run.log, Contains(error("update: updateWithPatchAgent failed.")));
+    EXPECT_THAT(run.log, LogHas({"Err callBackForUpdate: check file failed.",
+                                 "Err updateWithPatchAgent: user cancel this",
+                                 "Err update: updateWithPatchAgent failed."}));
 }
 
 TEST_P(UpdateAnswer, UnknownMeansWrite) {
@@ -105,7 +102,7 @@ TEST_P(UpdateAnswer, UnknownMeansWrite) {
 
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(patch.destination().read("a.dat"), "new");
-    EXPECT_THAT(run.log, Contains(error("callBackForUpdate: check file return unknown value.")));
+    EXPECT_THAT(run.log, LogHas({"Err callBackForUpdate: check file return unknown value."}));
 }
 
 // A deferred copy is noted once a file, and nothing is noted when the run fails afterwards.
@@ -118,7 +115,7 @@ TEST_P(UpdateAnswer, DeferredCopiesOfAFailedRunAreForgotten) {
 
     EXPECT_EQ(run.status, 58);
     EXPECT_EQ(patch.destination().read("a.dat"), "old");
-    EXPECT_THAT(run.log, Not(Contains(info("adding reboot list into system registry/ini..."))));
+    EXPECT_THAT(run.log, LogLacks({"adding reboot list into system registry/ini..."}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Agent, UpdateAnswer,
@@ -185,15 +182,14 @@ TEST_P(UpdateOfMovedClass, SendsAllItemsWhereAnOldAgentPutTheFirst) {
 
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(patch.destination("moved").files(), (FileTree{{"a.dat", "new"}, {"b.dat", "b"}}));
-    EXPECT_THAT(run.log, Contains(info(GetParam().result + moved)));
+    EXPECT_THAT(run.log, LogHas({std::string("Inf ") + GetParam().result + moved}));
     // Store and record stay at the destinations that the description names.
-    EXPECT_FALSE(patch.destination("moved").has("VC_Backup"));
-    const FileTree store = patch.destination().store();
-    EXPECT_EQ(store.at(std::to_string(GetParam().itemClass) + "/5/backup.000"), "old");
-    EXPECT_THAT(store.at(kRecord), HasSubstr("written.0=backup.000, " + moved + "/a.dat\n"));
-    EXPECT_THAT(store.at(kRecord), HasSubstr("\ntransaction=0, 0, \n"));
-    EXPECT_THAT(patch.destination("other").store().at(kRecord),
-                HasSubstr("added.0=" + moved + "/b.dat\n"));
+    EXPECT_FALSE(fs::exists(patch.destination("moved").storePath()));
+    const ScenarioDir app = patch.destination();
+    EXPECT_EQ(app.saved(std::to_string(GetParam().itemClass) + "/5/000"), "old");
+    EXPECT_THAT(app.record(), HasSubstr(writtenLine("000", moved + "/a.dat")));
+    EXPECT_THAT(app.record(), HasSubstr("\ntransaction=0, 0, \n"));
+    EXPECT_THAT(patch.destination("other").record(), HasSubstr("added.0=" + moved + "/b.dat\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -227,7 +223,7 @@ TEST(UpdateAgent, RecordsTheVersionsThatANewAgentWrites) {
 
     EXPECT_EQ(patch.update().status, 0);
 
-    EXPECT_THAT(patch.destination().store().at(kRecord),
+    EXPECT_THAT(patch.destination().record(),
                 HasSubstr("origin.version=5.2.7\nresult.version=6.0.12\n"));
     EXPECT_THAT(agent.calls(), Contains("EndItem(1, 0x52000/7, 0x60000/12)"));
 }
@@ -241,7 +237,7 @@ TEST(UpdateAgent, WritesVersionsInVainAtTheEndOfAnItem) {
 
     EXPECT_EQ(patch.update().status, 0);
 
-    EXPECT_THAT(patch.destination().store().at(kRecord),
+    EXPECT_THAT(patch.destination().record(),
                 HasSubstr("origin.version=5.2\nresult.version=5.3\n"));
 }
 
@@ -255,8 +251,8 @@ TEST(UpdateAgent, MayChangeItsMindAboutAFile) {
     EXPECT_EQ(patch.update().status, 1);
 
     EXPECT_EQ(patch.destination().read("a.dat"), "first");
-    EXPECT_EQ(patch.destination().store().count("3/6/backup.000"), 0U);
-    EXPECT_EQ(patch.destination().store().at("3/7/backup.000"), "first");
+    EXPECT_FALSE(patch.destination().hasSaved("3/6/000"));
+    EXPECT_EQ(patch.destination().saved("3/7/000"), "first");
 }
 
 TEST(UpdateAgent, IgnoresAnAgentThatWouldNotBeRolledBack) {
@@ -268,7 +264,7 @@ TEST(UpdateAgent, IgnoresAnAgentThatWouldNotBeRolledBack) {
 
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(patch.destination().read("a.dat"), "a");
-    EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: patch agent want not to rollback.")));
+    EXPECT_THAT(run.log, LogHas({"Inf updateWithPatchAgent: patch agent want not to rollback."}));
 }
 
 // Answers that are neither the yes nor the no of an entry point: the update goes on.
@@ -285,9 +281,8 @@ TEST_P(UpdateOddAnswer, CountsAsAYes) {
 
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(patch.destination().read("a.dat"), "new");
-    EXPECT_THAT(run.log, testing::Each(testing::Field(&LogLine::isError, false)));
-    EXPECT_THAT(run.texts(),
-                Not(Contains("updateWithPatchAgent: patch agent want not to rollback.")));
+    EXPECT_THAT(run.log, testing::Each(StartsWith("Inf ")));
+    EXPECT_THAT(run.log, LogLacks({"updateWithPatchAgent: patch agent want not to rollback."}));
     const std::string file = patch.destination().path("a.dat");
     if (GetParam().which == ScriptedAgent::kNew) {
         EXPECT_THAT(
@@ -303,21 +298,13 @@ TEST_P(UpdateOddAnswer, CountsAsAYes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfANewAgent, UpdateOddAnswer,
-                         testing::Values(AgentRule{ScriptedAgent::kNew, "StartItem = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "StartItem = 42"},
-                                         AgentRule{ScriptedAgent::kNew, "EndItem = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "EndItem = 2"},
-                                         AgentRule{ScriptedAgent::kNew, "EndAction = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "EndAction = 0"}));
+                         newAgent({"StartItem = -1", "StartItem = 42", "EndItem = -1",
+                                   "EndItem = 2", "EndAction = -1", "EndAction = 0"}));
 
 INSTANTIATE_TEST_SUITE_P(OfAnOldAgent, UpdateOddAnswer,
-                         testing::Values(AgentRule{ScriptedAgent::kOld, "StartPattern = -1"},
-                                         AgentRule{ScriptedAgent::kOld, "StartPattern = 42"},
-                                         AgentRule{ScriptedAgent::kOld, "EndPattern = -1"},
-                                         AgentRule{ScriptedAgent::kOld, "EndPattern = 42"},
-                                         AgentRule{ScriptedAgent::kOld, "IsRollback = -1"},
-                                         AgentRule{ScriptedAgent::kOld, "EndPatch = -1"},
-                                         AgentRule{ScriptedAgent::kOld, "EndPatch = 0"}));
+                         oldAgent({"StartPattern = -1", "StartPattern = 42", "EndPattern = -1",
+                                   "EndPattern = 42", "IsRollback = -1", "EndPatch = -1",
+                                   "EndPatch = 0"}));
 
 class UpdateOfClass : public testing::TestWithParam<unsigned> {};
 
@@ -334,20 +321,20 @@ TEST_P(UpdateOfClass, IsUpToANewAgent) {
     const std::string number = std::to_string(GetParam());
     const std::string file = patch.destination().path("a.dat");
     EXPECT_EQ(patch.destination().read("a.dat"), "new");
-    EXPECT_EQ(patch.destination().store().at(number + "/" + number + "/backup.000"), "old");
+    EXPECT_EQ(patch.destination().saved(number + "/" + number + "/000"), "old");
     EXPECT_THAT(agent.calls(), ElementsAre("StartAction()",
                                            "StartItem(NULL, " + number + ", " + number +
                                                ", 0x0, 0x640000/0, 0x650000/0)",
                                            "CheckFileEx(" + file + ")",
                                            "EndItem(1, 0x640000/0, 0x650000/0)", "EndAction()"));
     const std::string type = GetParam() == 0xFFFFFFFFU ? "0xffffffff" : "0x" + number;
-    EXPECT_THAT(run.log, Contains(info("Call PatchAgent StartItem with: NULL_String, " + number +
-                                       ", " + type + ", 0x0, 100.0, 101.0")));
-    EXPECT_THAT(patch.destination().store().at(kRecord),
+    EXPECT_THAT(run.log, LogHas({"Inf Call PatchAgent StartItem with: NULL_String, " + number +
+                                 ", " + type + ", 0x0, 100.0, 101.0"}));
+    EXPECT_THAT(patch.destination().record(),
                 EndsWith("[item_0]\nclass=" + number + "\ntype=" + number +
                          "\norigin.version=100.0\nresult.version=101.0\nadded.filecount=0\n"
-                         "written.filecount=1\nwritten.0=backup.000, " +
-                         file + "\n"));
+                         "written.filecount=1\n" +
+                         writtenLine("000", file)));
 }
 
 TEST_P(UpdateOfClass, IsNothingForAnOldAgent) {
@@ -360,7 +347,7 @@ TEST_P(UpdateOfClass, IsNothingForAnOldAgent) {
     EXPECT_EQ(run.status, 60);
     EXPECT_THAT(patch.destination().files(), IsEmpty());
     EXPECT_THAT(agent.calls(), ElementsAre("IsRollback()", "StartPatch(0x0)"));
-    EXPECT_THAT(run.log, Contains(error("startEachItem: unknown class.")));
+    EXPECT_THAT(run.log, LogHas({"Err startEachItem: unknown class."}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Unknown, UpdateOfClass, testing::Values(0U, 4U, 5U, 0xFFFFFFFFU));

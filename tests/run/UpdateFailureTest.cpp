@@ -12,9 +12,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using testing::Contains;
-using testing::Not;
-
 class UpdateRefused : public testing::TestWithParam<AgentRule> {};
 
 TEST_P(UpdateRefused, LeavesEverythingAsItWas) {
@@ -26,48 +23,30 @@ TEST_P(UpdateRefused, LeavesEverythingAsItWas) {
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 60);
-    EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: error quit.")));
-    EXPECT_THAT(run.log, Contains(error("update: updateWithPatchAgent failed.")));
+    EXPECT_THAT(run.log, LogHas({"Inf updateWithPatchAgent: error quit.",
+                                 "Err update: updateWithPatchAgent failed."}));
     expectSame(before, Destinations(patch));
     expectEmptyStore(patch.destination("app"));
     expectEmptyStore(patch.destination("lib"));
 }
 
 INSTANTIATE_TEST_SUITE_P(ByANewAgent, UpdateRefused,
-                         testing::Values(AgentRule{ScriptedAgent::kNew, "StartAction = 1"},
-                                         AgentRule{ScriptedAgent::kNew, "StartAction = 2"},
-                                         AgentRule{ScriptedAgent::kNew, "StartItem #1 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "StartItem #2 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "EndItem #1 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "EndItem #2 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #1 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #2 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #3 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #4 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #5 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #6 = -1"},
-                                         // The rollback's own calls fail as well.
-                                         AgentRule{ScriptedAgent::kNew,
-                                                   "CheckFileEx #6 = -1\nStartItem #3 = 0\n"
-                                                   "StartItem #4 = 0\nEndItem = 0"}));
+                         newAgent({"StartAction = 1", "StartAction = 2", "StartItem #1 = 0",
+                                   "StartItem #2 = 0", "EndItem #1 = 0", "EndItem #2 = 0",
+                                   "CheckFileEx #1 = -1", "CheckFileEx #2 = -1",
+                                   "CheckFileEx #3 = -1", "CheckFileEx #4 = -1",
+                                   "CheckFileEx #5 = -1", "CheckFileEx #6 = -1",
+                                   // The rollback's own calls fail as well.
+                                   "CheckFileEx #6 = -1\nStartItem #3 = 0\n"
+                                   "StartItem #4 = 0\nEndItem = 0"}));
 
-INSTANTIATE_TEST_SUITE_P(
-    ByAnOldAgent, UpdateRefused,
-    testing::Values(AgentRule{ScriptedAgent::kOld, "StartPatch = 1"},
-                    AgentRule{ScriptedAgent::kOld, "StartPatch = 2"},
-                    AgentRule{ScriptedAgent::kOld, "StartPattern #1 = 0"},
-                    AgentRule{ScriptedAgent::kOld, "StartEngine #1 = 0"},
-                    AgentRule{ScriptedAgent::kOld, "EndPattern #1 = 0"},
-                    AgentRule{ScriptedAgent::kOld, "EndEngine #1 = 0"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #1 = -1"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #2 = -1"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #3 = -1"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #4 = -1"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #5 = -1"},
-                    AgentRule{ScriptedAgent::kOld, "CheckFile #6 = -1"},
-                    AgentRule{ScriptedAgent::kOld,
-                              "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
-                              "EndPattern = 0\nEndEngine = 0"}));
+INSTANTIATE_TEST_SUITE_P(ByAnOldAgent, UpdateRefused,
+                         oldAgent({"StartPatch = 1", "StartPatch = 2", "StartPattern #1 = 0",
+                                   "StartEngine #1 = 0", "EndPattern #1 = 0", "EndEngine #1 = 0",
+                                   "CheckFile #1 = -1", "CheckFile #2 = -1", "CheckFile #3 = -1",
+                                   "CheckFile #4 = -1", "CheckFile #5 = -1", "CheckFile #6 = -1",
+                                   "CheckFile #6 = -1\nStartPattern #2 = 0\nStartEngine #2 = 0\n"
+                                   "EndPattern = 0\nEndEngine = 0"}));
 
 class ThirdItemRefused : public testing::TestWithParam<AgentRule> {};
 
@@ -87,13 +66,11 @@ TEST_P(ThirdItemRefused, LeavesEverythingAsItWas) {
     expectEmptyStore(patch.destination("lib"));
 }
 
-INSTANTIATE_TEST_SUITE_P(AProduct, ThirdItemRefused,
-                         testing::Values(AgentRule{ScriptedAgent::kOld, "StartProduct #1 = 0"},
-                                         AgentRule{ScriptedAgent::kOld, "EndProduct #1 = 0"},
-                                         AgentRule{ScriptedAgent::kOld, "CheckFile #8 = -1"},
-                                         AgentRule{ScriptedAgent::kNew, "StartItem #3 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "EndItem #3 = 0"},
-                                         AgentRule{ScriptedAgent::kNew, "CheckFileEx #8 = -1"}));
+INSTANTIATE_TEST_SUITE_P(ByANewAgent, ThirdItemRefused,
+                         newAgent({"StartItem #3 = 0", "EndItem #3 = 0", "CheckFileEx #8 = -1"}));
+INSTANTIATE_TEST_SUITE_P(ByAnOldAgent, ThirdItemRefused,
+                         oldAgent({"StartProduct #1 = 0", "EndProduct #1 = 0",
+                                   "CheckFile #8 = -1"}));
 
 // Old files are saved whatever the description says of a backup.
 TEST(UpdateFailure, IsUndoneWithoutABackupToo) {
@@ -117,7 +94,7 @@ TEST(UpdateFailure, BeforeTheFirstItemMakesNoRollback) {
 
     const RunOutcome run = patch.update();
 
-    EXPECT_THAT(run.log, Not(Contains(info("updateWithPatchAgent: auto rollback."))));
+    EXPECT_THAT(run.log, LogLacks({"updateWithPatchAgent: auto rollback."}));
 }
 
 TEST(UpdateFailure, TellsTheAgentOfTheReachedItemsOnly) {
@@ -135,8 +112,8 @@ TEST(UpdateFailure, TellsTheAgentOfTheReachedItemsOnly) {
         (std::vector<std::string>{
             "StartItem(NULL, 2, 4, 0x0, 0x52000/0, 0x60000/0)", "EndItem(0, 0x52000/0, 0x60000/0)",
             "StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)", "EndItem(1, 0x65/0, 0x64/0)"}));
-    EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: auto rollback.")));
-    EXPECT_THAT(run.log, Contains(info("updateWithPatchAgent: auto rollback done.")));
+    EXPECT_THAT(run.log, LogHas({"Inf updateWithPatchAgent: auto rollback.",
+                                 "Inf updateWithPatchAgent: auto rollback done."}));
 }
 
 // The agent that ends an item badly outweighs the disk.
@@ -149,8 +126,8 @@ TEST(UpdateFailure, ReportsTheAgentWhenTheDiskFailedToo) {
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 60);
-    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: xcopy failed, disk access.")));
-    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: end item failed.")));
+    EXPECT_THAT(run.log, LogHas({"Err updateWithPatchAgent: xcopy failed, disk access.",
+                                 "Err updateWithPatchAgent: end item failed."}));
 }
 
 class FileInTurn : public testing::TestWithParam<std::string> {
@@ -161,7 +138,7 @@ class FileInTurn : public testing::TestWithParam<std::string> {
         const Destinations before(patch);
         const RunOutcome run = patch.update();
         EXPECT_EQ(run.status, 58);
-        EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: xcopy failed, disk access.")));
+        EXPECT_THAT(run.log, LogHas({"Err updateWithPatchAgent: xcopy failed, disk access."}));
         expectSame(before, Destinations(patch));
         expectEmptyStore(patch.destination("app"));
         expectEmptyStore(patch.destination("lib"));
@@ -219,7 +196,7 @@ TEST(UpdateFailure, FindsAFileWhereTheDestinationShouldBe) {
 
     // A pattern cannot be copied onto a file.
     EXPECT_EQ(run.status, 12);
-    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: xcopy failed, bad parameters.")));
+    EXPECT_THAT(run.log, LogHas({"Err updateWithPatchAgent: xcopy failed, bad parameters."}));
     EXPECT_EQ(patch.tree().read("file"), "kept");
 }
 

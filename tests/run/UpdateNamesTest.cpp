@@ -3,21 +3,17 @@
 #include <gtest/gtest.h>
 
 #include "tests/run/PatchScenario.h"
+#include "tests/run/RecordModel.h"
 
 namespace {
 
-using testing::Contains;
 using testing::HasSubstr;
 
 constexpr time_t kLongAgo = 1000000000;
-constexpr char kRecord[] = "VcBackup.ini";
 
-// The record of a run without an agent that replaced this file alone.
+// The record of a run that replaced this file alone.
 std::string written(const std::string& path) {
-    return "[common]\nitemcount=1\npatchagent.version=1\n[item_0]\nclass=3\ntype=5\n"
-           "origin.version=100\nresult.version=101\nadded.filecount=0\nwritten.filecount=1\n"
-           "written.0=backup.000, " +
-           path + "\n";
+    return recordOf({recordedItem(3, 5).saves("000", path)});
 }
 
 TEST(UpdateOfNames, TakesNamesWithBlanks) {
@@ -28,7 +24,7 @@ TEST(UpdateOfNames, TakesNamesWithBlanks) {
 
     EXPECT_EQ(patch.update().status, 0);
     EXPECT_EQ(app.read("a b.dat"), "new");
-    EXPECT_EQ(app.store().at(kRecord), written(app.path("a b.dat")));
+    EXPECT_EQ(app.record(), written(app.path("a b.dat")));
 
     EXPECT_EQ(patch.rollback().status, 0);
     EXPECT_EQ(app.read("a b.dat"), "old");
@@ -43,9 +39,8 @@ TEST(UpdateOfNames, WritesNamesWithCommasAsTheyAre) {
     EXPECT_EQ(patch.update().status, 0);
 
     EXPECT_EQ(patch.destination().read("a,b.dat"), "new");
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old");
-    EXPECT_EQ(patch.destination().store().at(kRecord),
-              written(patch.destination().path("a,b.dat")));
+    EXPECT_EQ(patch.destination().saved("3/5/000"), "old");
+    EXPECT_EQ(patch.destination().record(), written(patch.destination().path("a,b.dat")));
 }
 
 // A name with '*' is a pattern to the copy that saves the old file: it is not saved, and the update
@@ -58,7 +53,7 @@ TEST(UpdateOfNames, DoesNotSaveAFileWhoseNameIsAPattern) {
     EXPECT_EQ(patch.update().status, 0);
 
     EXPECT_EQ(patch.destination().files(), (FileTree{{"a*b.dat", "new"}, {"c*d.dat", "more"}}));
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "");
+    EXPECT_EQ(patch.destination().saved("3/5/000"), "");
 }
 
 // The entry then has a piece too many for those who read it back.
@@ -71,8 +66,8 @@ TEST(UpdateOfNames, TakesADestinationWithAComma) {
     EXPECT_EQ(patch.update().status, 0);
 
     EXPECT_EQ(app.files(), (FileTree{{"a.dat", "new"}}));
-    EXPECT_EQ(app.store().at("3/5/backup.000"), "old");
-    EXPECT_EQ(app.store().at(kRecord), written(app.path("a.dat")));
+    EXPECT_EQ(app.saved("3/5/000"), "old");
+    EXPECT_EQ(app.record(), written(app.path("a.dat")));
 }
 
 TEST(UpdateOfNames, SavesNoFileOfADestinationWhoseNameIsAPattern) {
@@ -84,8 +79,8 @@ TEST(UpdateOfNames, SavesNoFileOfADestinationWhoseNameIsAPattern) {
     EXPECT_EQ(patch.update().status, 0);
 
     EXPECT_EQ(app.files(), (FileTree{{"a.dat", "new"}}));
-    EXPECT_EQ(app.store().at("3/5/backup.000"), "");
-    EXPECT_EQ(app.store().at(kRecord), written(app.path("a.dat")));
+    EXPECT_EQ(app.saved("3/5/000"), "");
+    EXPECT_EQ(app.record(), written(app.path("a.dat")));
 }
 
 // Where no character has two bytes. A listed file keeps its name; its old content is looked for
@@ -98,9 +93,8 @@ TEST(UpdateOfNames, TakesAFileWithABackslashAsItIs) {
     EXPECT_EQ(patch.update().status, 0);
 
     EXPECT_EQ(patch.destination().files(), (FileTree{{"a\\x.dat", "new"}}));
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "");
-    EXPECT_EQ(patch.destination().store().at(kRecord),
-              written(patch.destination().path("a\\x.dat")));
+    EXPECT_EQ(patch.destination().saved("3/5/000"), "");
+    EXPECT_EQ(patch.destination().record(), written(patch.destination().path("a\\x.dat")));
 }
 
 // It is entered under the name with a separator, which is not there.
@@ -123,12 +117,12 @@ TEST(UpdateOfNames, TakesABackslashInADestinationForASeparator) {
 
     EXPECT_EQ(patch.update().status, 0);
     EXPECT_EQ(sub.files(), (FileTree{{"a.dat", "new"}}));
-    EXPECT_THAT(sub.store().at(kRecord), HasSubstr("added.0=" + sub.path("a.dat") + "\n"));
+    EXPECT_THAT(sub.record(), HasSubstr("added.0=" + sub.path("a.dat") + "\n"));
 
     const RunOutcome replaced = patch.update();
     EXPECT_EQ(replaced.status, 58);
     EXPECT_EQ(sub.files(), (FileTree{{"a.dat", "new"}}));
-    EXPECT_THAT(replaced.log, Contains(error("callBackForUpdate: crtUniFile failed.")));
+    EXPECT_THAT(replaced.log, LogHas({"Err callBackForUpdate: crtUniFile failed."}));
 }
 
 class UpdateInCodePage : public testing::TestWithParam<const char*> {};
@@ -147,9 +141,9 @@ TEST_P(UpdateInCodePage, KeepsDoubleByteNamesWhole) {
     EXPECT_EQ(patch.update().status, 0);
 
     EXPECT_EQ(patch.destination().files(), (FileTree{{name, "new"}}));
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old");
-    EXPECT_THAT(patch.destination().store().at(kRecord),
-                HasSubstr("written.0=backup.000, " + patch.destination().path(name)));
+    EXPECT_EQ(patch.destination().saved("3/5/000"), "old");
+    EXPECT_THAT(patch.destination().record(),
+                HasSubstr(writtenLine("000", patch.destination().path(name))));
 }
 
 TEST_P(UpdateInCodePage, UndoesDoubleByteNames) {
@@ -186,10 +180,9 @@ TEST_P(UpdateInCodePage, KeepsDoubleByteDirectoriesWhole) {
 
     EXPECT_EQ(app.files(),
               (FileTree{{"\x81\\/", ""}, {"\x81\\/y.dat", "more"}, {"\x81\\/z.dat", "new"}}));
-    EXPECT_EQ(app.store().at("3/5/backup.000"), "old");
-    EXPECT_THAT(app.store().at(kRecord), HasSubstr("added.0=" + app.path("\x81\\/y.dat")));
-    EXPECT_THAT(app.store().at(kRecord),
-                HasSubstr("written.0=backup.000, " + app.path("\x81\\/z.dat")));
+    EXPECT_EQ(app.saved("3/5/000"), "old");
+    EXPECT_THAT(app.record(), HasSubstr("added.0=" + app.path("\x81\\/y.dat")));
+    EXPECT_THAT(app.record(), HasSubstr(writtenLine("000", app.path("\x81\\/z.dat"))));
 }
 
 TEST_P(UpdateInCodePage, UndoesDoubleByteDirectories) {

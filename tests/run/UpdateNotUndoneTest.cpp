@@ -14,8 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using testing::Contains;
-
 // Whether the agent hears of the end of so many items within half a minute.
 bool waitForEnds(const ScriptedAgent& agent, long count) {
     const auto isEnd = [](const std::string& call) { return call.rfind("EndItem(", 0) == 0; };
@@ -51,12 +49,12 @@ TEST(UpdateNotUndone, AReplacedFileWithACommaInItsName) {
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 60);
-    EXPECT_THAT(run.log, Contains(error("autoRollback: written file name failed.")));
+    EXPECT_THAT(run.log, LogHas({"Err autoRollback: written file name failed."}));
     EXPECT_EQ(patch.destination("lib").read("b,c.dat"), "new b");
     EXPECT_EQ(patch.destination().read("a.dat"), "new a");
     // What was saved is still there.
-    EXPECT_EQ(patch.destination("lib").store().at("2/4/backup.000"), "old b");
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old a");
+    EXPECT_EQ(patch.destination("lib").saved("2/4/000"), "old b");
+    EXPECT_EQ(patch.destination().saved("3/5/000"), "old a");
 }
 
 // It is put back over the file whose name lacks the blank, which is lost.
@@ -108,8 +106,8 @@ TEST(UpdateNotUndone, AFileThatMayBeWrittenButNotRead) {
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 60);
-    EXPECT_THAT(run.log, Contains(info("Auto Rollback in Update: Unlinking " +
-                                       patch.destination().path("a.dat") + " .")));
+    EXPECT_THAT(run.log, LogHas({"Inf Auto Rollback in Update: Unlinking " +
+                                 patch.destination().path("a.dat") + " ."}));
     EXPECT_EQ(patch.destination().files(), FileTree{});
     expectEmptyStore(patch.destination());
 }
@@ -152,9 +150,9 @@ TEST(UpdateNotUndone, ReplacedFilesOfADestinationWithACommaInItsName) {
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 60);
-    EXPECT_THAT(run.log, Contains(error("autoRollback: written file name failed.")));
+    EXPECT_THAT(run.log, LogHas({"Err autoRollback: written file name failed."}));
     EXPECT_EQ(app.files(), (FileTree{{"a.dat", "new"}}));
-    EXPECT_EQ(app.store().at("3/5/backup.000"), "old");
+    EXPECT_EQ(app.saved("3/5/000"), "old");
 }
 
 // The path of each of its files is a pattern to the copies: none is saved, and none moved back.

@@ -12,8 +12,6 @@
 
 namespace {
 
-using testing::Contains;
-
 // No file of this process and its children grows beyond `bytes` while the object lives.
 class FileSizeLimit {
   public:
@@ -93,7 +91,7 @@ TEST_P(LargeReplacedFile, LeavesEverythingAsItWas) {
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 58);
-    EXPECT_THAT(run.log, Contains(error("updateWithPatchAgent: xcopy failed, disk access.")));
+    EXPECT_THAT(run.log, LogHas({"Err updateWithPatchAgent: xcopy failed, disk access."}));
     expectSame(before, Destinations(patch));
     expectEmptyStore(patch.destination("app"));
     expectEmptyStore(patch.destination("lib"));

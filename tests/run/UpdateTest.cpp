@@ -4,68 +4,38 @@
 
 #include <filesystem>
 
+#include "fileop/KvDiskNames.h"
 #include "tests/run/PatchScenario.h"
+#include "tests/run/RecordModel.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-using testing::Contains;
 using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
 
 constexpr time_t kLongAgo = 1000000000;
-constexpr char kRecord[] = "VcBackup.ini";
-constexpr char kNoItems[] = "[common]\nitemcount=0\npatchagent.version=1\npatchagent=\n";
-
-// The head of a record whose run named no agent.
-std::string recordOf(int items) {
-    return "[common]\nitemcount=" + std::to_string(items) + "\npatchagent.version=1\n";
-}
-
-std::string section(int index, int itemClass, int type, const std::string& lists) {
-    return "[item_" + std::to_string(index) + "]\nclass=" + std::to_string(itemClass) +
-           "\ntype=" + std::to_string(type) + "\norigin.version=100\nresult.version=101\n" + lists;
-}
-
-std::string addedOnly(const std::string& path) {
-    return "added.filecount=1\nadded.0=" + path + "\nwritten.filecount=0\n";
-}
-
-std::string writtenOnly(const std::string& name, const std::string& path) {
-    return "added.filecount=0\nwritten.filecount=1\nwritten.0=" + name + ", " + path + "\n";
-}
-
-const std::string kNothing = "added.filecount=0\nwritten.filecount=0\n";
-
-TEST(Update, ReplacesAndAddsFiles) {
+const std::string kRecord = kBackupRecordName;
+TEST(Update, ReplacesAndAddsFilesAndRecordsThem) {
     PatchScenario patch;
-    patch.destination().write("a.dat", "old");
+    const ScenarioDir app = patch.destination();
+    app.write("a.dat", "old");
     patch.item(3, 5).stage("a.dat", "new").stage("b.dat", "more");
 
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "new"}, {"b.dat", "more"}}));
-    EXPECT_EQ(patch.destination().store().at("3/5/backup.000"), "old");
-    EXPECT_THAT(run.log, Contains(info("VcPatch end.")));
-}
-
-TEST(Update, RecordsWhatItReplacedAndAdded) {
-    PatchScenario patch;
-    patch.destination().write("a.dat", "old");
-    patch.item(3, 5).stage("a.dat", "new").stage("b.dat", "more");
-
-    EXPECT_EQ(patch.update().status, 0);
-
-    const std::string app = patch.destination().path();
-    EXPECT_EQ(patch.destination().store().at(kRecord),
-              recordOf(1) +
-                  section(0, 3, 5,
-                          "added.filecount=1\nadded.0=" + app + "/b.dat\n" +
-                              "written.filecount=1\nwritten.0=backup.000, " + app + "/a.dat\n"));
+    EXPECT_EQ(app.files(), (FileTree{{"a.dat", "new"}, {"b.dat", "more"}}));
+    EXPECT_EQ(app.saved("3/5/000"), "old");
+    EXPECT_THAT(run.log, LogEndsWith({"Inf VcPatch end."}));
+    // To the letter; other tests take records from RecordModel.
+    EXPECT_EQ(app.record(),
+              "[common]\nitemcount=1\npatchagent.version=1\n"
+              "[item_0]\nclass=3\ntype=5\norigin.version=100\nresult.version=101\n"
+              "added.filecount=1\nadded.0=" +
+                  app.path("b.dat") + "\nwritten.filecount=1\n" +
+                  writtenLine("000", app.path("a.dat")));
 }
 
 TEST(Update, KeepsTheTimesOfStagedAndOfSavedFiles) {
@@ -80,7 +50,7 @@ TEST(Update, KeepsTheTimesOfStagedAndOfSavedFiles) {
 
     EXPECT_EQ(patch.tree().time("app/a.dat"), kLongAgo + 1);
     EXPECT_EQ(patch.tree().time("app/b.dat"), kLongAgo + 2);
-    EXPECT_EQ(patch.tree().time("app/VC_Backup/3/5/backup.000"), kLongAgo);
+    EXPECT_EQ(patch.destination().savedTime("3/5/000"), kLongAgo);
 }
 
 TEST(Update, TakesWholeTrees) {
@@ -95,8 +65,8 @@ TEST(Update, TakesWholeTrees) {
                                                      {"data/deep/a.dat", "new"},
                                                      {"more/", ""},
                                                      {"more/b.dat", "b"}}));
-    EXPECT_THAT(patch.destination().store().at(kRecord),
-                HasSubstr("written.0=backup.000, " + patch.destination().path("data/deep/a.dat")));
+    EXPECT_THAT(patch.destination().record(),
+                HasSubstr(writtenLine("000", patch.destination().path("data/deep/a.dat"))));
 }
 
 TEST(Update, FillsTheRecordOfEachDestination) {
@@ -106,11 +76,10 @@ TEST(Update, FillsTheRecordOfEachDestination) {
 
     EXPECT_EQ(patch.update().status, 0);
 
-    EXPECT_EQ(patch.destination().store().at(kRecord),
-              recordOf(1) + section(0, 3, 5, addedOnly(patch.destination().path("a.dat"))));
-    EXPECT_THAT(patch.destination("lib").store().at(kRecord),
-                testing::AllOf(StartsWith(recordOf(1) + "[item_0]\nclass=2\ntype=4\n"),
-                               HasSubstr(addedOnly(patch.destination("lib").path("b.dat")))));
+    const ScenarioDir app = patch.destination();
+    const ScenarioDir lib = patch.destination("lib");
+    EXPECT_EQ(app.record(), recordOf({recordedItem(3, 5).adds(app.path("a.dat"))}));
+    EXPECT_EQ(lib.record(), recordOf({{2, 4, "5.2", "6.0", {lib.path("b.dat")}, {}}}));
 }
 
 TEST(Update, ListsItemsOfOneDestinationInTheirOrder) {
@@ -120,9 +89,9 @@ TEST(Update, ListsItemsOfOneDestinationInTheirOrder) {
 
     EXPECT_EQ(patch.update().status, 0);
 
-    EXPECT_EQ(patch.destination().store().at(kRecord),
-              recordOf(2) + section(0, 3, 6, addedOnly(patch.destination().path("a.dat"))) +
-                  section(1, 3, 5, addedOnly(patch.destination().path("b.dat"))));
+    const ScenarioDir app = patch.destination();
+    EXPECT_EQ(app.record(), recordOf({recordedItem(3, 6).adds(app.path("a.dat")),
+                                      recordedItem(3, 5).adds(app.path("b.dat"))}));
 }
 
 // The second item saves what the first one wrote.
@@ -134,41 +103,19 @@ TEST(Update, LetsALaterItemReplaceTheFileOfAnEarlierOne) {
     EXPECT_EQ(patch.update().status, 0);
 
     EXPECT_EQ(patch.destination().read("a.dat"), "second");
-    EXPECT_EQ(patch.destination().store().at("3/6/backup.000"), "first");
+    EXPECT_EQ(patch.destination().saved("3/6/000"), "first");
 }
 
-TEST(Update, KeepsOneGenerationAndNeverReusesANameThatTheRecordHolds) {
-    PatchScenario patch;
-    const ScenarioDir app = patch.destination();
-    app.write("a.dat", "first");
-    const auto updateTo = [&](const std::string& content) {
-        patch.clearStaging();
-        patch.item(3, 5).stage("a.dat", content);
-        EXPECT_EQ(patch.update().status, 0);
-    };
-    const auto storeWith = [&](const std::string& name, const std::string& content) {
-        return FileTree{
-            {"3/", ""},
-            {"3/5/", ""},
-            {"3/5/" + name, content},
-            {kRecord, recordOf(1) + section(0, 3, 5, writtenOnly(name, app.path("a.dat")))}};
-    };
-
-    updateTo("second");
-    EXPECT_EQ(app.store(), storeWith("backup.000", "first"));
-    updateTo("third");
-    EXPECT_EQ(app.store(), storeWith("backup.001", "second"));
-    updateTo("fourth");
-    EXPECT_EQ(app.store(), storeWith("backup.000", "third"));
-    EXPECT_EQ(app.files(), (FileTree{{"a.dat", "fourth"}}));
-}
-
+// A name that the record holds is not used again.
 TEST(Update, KeepsOneGenerationAtEachDestination) {
     PatchScenario patch;
-    patch.destination("app").write("a.dat", "a0");
-    patch.destination("lib").write("b.dat", "b0");
-    const char* const names[] = {"backup.000", "backup.001", "backup.000"};
+    const ScenarioDir app = patch.destination("app");
+    const ScenarioDir lib = patch.destination("lib");
+    app.write("a.dat", "a0");
+    lib.write("b.dat", "b0");
+    const std::string numbers[] = {"000", "001", "000"};
     for (int i = 0; i < 3; ++i) {
+        const std::string number = numbers[i];
         const std::string before = std::to_string(i);
         const std::string after = std::to_string(i + 1);
         patch.clearStaging();
@@ -177,26 +124,18 @@ TEST(Update, KeepsOneGenerationAtEachDestination) {
 
         EXPECT_EQ(patch.update().status, 0);
 
-        const ScenarioDir app = patch.destination("app");
-        const ScenarioDir lib = patch.destination("lib");
-        const std::string name = names[i];
-        EXPECT_EQ(
-            app.store(),
-            (FileTree{
-                {"3/", ""},
-                {"3/5/", ""},
-                {"3/5/" + name, "a" + before},
-                {kRecord, recordOf(1) + section(0, 3, 5, writtenOnly(name, app.path("a.dat")))}}));
-        EXPECT_EQ(
-            lib.store(),
-            (FileTree{{"3/", ""},
-                      {"3/6/", ""},
-                      {"3/6/" + name, "b" + before},
-                      {kRecord,
-                       recordOf(1) + section(0, 3, 6,
-                                             "added.filecount=1\nadded.0=" + lib.path("b" + after) +
-                                                 "\nwritten.filecount=1\nwritten.0=" + name + ", " +
-                                                 lib.path("b.dat") + "\n")}}));
+        const RecordedItem inApp = recordedItem(3, 5).saves(number, app.path("a.dat"));
+        EXPECT_EQ(app.store(), (FileTree{{"3/", ""},
+                                         {"3/5/", ""},
+                                         {savedName("3/5/" + number), "a" + before},
+                                         {kBackupRecordName, recordOf({inApp})}}));
+        const RecordedItem inLib =
+            recordedItem(3, 6).adds(lib.path("b" + after)).saves(number, lib.path("b.dat"));
+        EXPECT_EQ(lib.store(), (FileTree{{"3/", ""},
+                                         {"3/6/", ""},
+                                         {savedName("3/6/" + number), "b" + before},
+                                         {kBackupRecordName, recordOf({inLib})}}));
+        EXPECT_EQ(app.files(), (FileTree{{"a.dat", "a" + after}}));
         EXPECT_EQ(lib.read("b.dat"), "b" + after);
     }
 }
@@ -212,10 +151,9 @@ TEST(Update, LeavesOtherItemsOfTheRecordAlone) {
     patch.item(3, 6).stage("b.dat", "b");
     EXPECT_EQ(patch.update().status, 0);
 
-    EXPECT_EQ(app.store().at("3/5/backup.000"), "old");
-    EXPECT_EQ(app.store().at(kRecord),
-              recordOf(2) + section(0, 3, 5, writtenOnly("backup.000", app.path("a.dat"))) +
-                  section(1, 3, 6, addedOnly(app.path("b.dat"))));
+    EXPECT_EQ(app.saved("3/5/000"), "old");
+    EXPECT_EQ(app.record(), recordOf({recordedItem(3, 5).saves("000", app.path("a.dat")),
+                                      recordedItem(3, 6).adds(app.path("b.dat"))}));
 }
 
 TEST(Update, WithoutBackupForgetsTheGenerationBefore) {
@@ -230,97 +168,92 @@ TEST(Update, WithoutBackupForgetsTheGenerationBefore) {
     EXPECT_EQ(patch.update().status, 0);
 
     EXPECT_EQ(patch.destination().read("a.dat"), "third");
+    const RecordModel forgotten(1, "");
     EXPECT_EQ(patch.destination().store(),
-              (FileTree{{"3/", ""}, {"3/5/", ""}, {kRecord, kNoItems}}));
+              (FileTree{{"3/", ""}, {"3/5/", ""}, {kBackupRecordName, forgotten.text()}}));
 }
 
 TEST(Update, MakesARecordThatIsNotOneAnew) {
     PatchScenario patch;
-    patch.destination().write("VC_Backup/VcBackup.ini", "no record at all");
+    const ScenarioDir app = patch.destination();
+    app.writeRecord("no record at all");
     patch.item(3, 5).stage("a.dat", "a");
 
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(patch.destination().store().at(kRecord),
-              recordOf(1) + section(0, 3, 5, addedOnly(patch.destination().path("a.dat"))));
-    EXPECT_THAT(run.log, Contains(info("Crashed VcBackup.ini file deleted!")));
-    EXPECT_THAT(run.log, Contains(info("New VcBackup.ini file created!")));
+    EXPECT_EQ(app.record(), recordOf({recordedItem(3, 5).adds(app.path("a.dat"))}));
+    EXPECT_THAT(run.log, LogHas({"Inf Crashed " + kRecord + " file deleted!",
+                                 "Inf New " + kRecord + " file created!"}));
 }
 
 // The record can neither be read nor taken away: the files stay updated, what was saved is dropped.
 TEST(Update, SucceedsWithoutARecordThatItCanMerge) {
     PatchScenario patch;
-    patch.destination().write("a.dat", "old");
-    patch.tree().makeDir("app/VC_Backup/VcBackup.ini");
-    patch.tree().makeDir("app/VC_Backup/3/5");
+    const ScenarioDir app = patch.destination();
+    app.write("a.dat", "old");
+    fs::create_directories(app.recordPath());
+    fs::create_directories(app.storePath("3/5"));
     patch.item(3, 5).stage("a.dat", "new").stage("b.dat", "more");
     patch.asOrdinaryUser();
-    fs::permissions(patch.destination().path("VC_Backup"),
-                    fs::perms::owner_read | fs::perms::owner_exec);
+    fs::permissions(app.storePath(), fs::perms::owner_read | fs::perms::owner_exec);
 
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.log, Contains(error("Delete crashed VcBackup.ini file failed!")));
-    EXPECT_THAT(run.log, Contains(error("Merge backup ini faild")));
-    EXPECT_THAT(run.texts(), Not(Contains("mergeBackupIni: done.")));
-    EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", "new"}, {"b.dat", "more"}}));
-    EXPECT_EQ(patch.destination().store(),
-              (FileTree{{"3/", ""}, {"3/5/", ""}, {"VcBackup.ini/", ""}}));
+    EXPECT_THAT(run.log, LogHas({"Err Delete crashed " + kRecord + " file failed!",
+                                 "Err Merge backup ini faild"}));
+    EXPECT_THAT(run.log, LogLacks({"mergeBackupIni: done."}));
+    EXPECT_EQ(app.files(), (FileTree{{"a.dat", "new"}, {"b.dat", "more"}}));
+    EXPECT_EQ(app.store(), (FileTree{{"3/", ""}, {"3/5/", ""}, {kRecord + "/", ""}}));
 }
 
 // A directory that holds something counts as deleted, as everywhere, and takes no record.
 TEST(Update, SucceedsWithADirectoryInThePlaceOfTheRecord) {
     PatchScenario patch;
-    patch.destination().write("a.dat", "old");
-    patch.destination().write("VC_Backup/VcBackup.ini/inner", "kept");
+    const ScenarioDir app = patch.destination();
+    app.write("a.dat", "old");
+    app.write(std::string(kBackupStoreName) + "/" + kRecord + "/inner", "kept");
     patch.item(3, 5).stage("a.dat", "new");
 
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.log, Contains(info("Flush VcBackup.ini failed")));
-    EXPECT_THAT(run.log, Contains(info("mergeBackupIni: done.")));
-    EXPECT_EQ(patch.destination().read("a.dat"), "new");
-    EXPECT_EQ(patch.destination().store(), (FileTree{{"3/", ""},
-                                                     {"3/5/", ""},
-                                                     {"3/5/backup.000", "old"},
-                                                     {"VcBackup.ini/", ""},
-                                                     {"VcBackup.ini/inner", "kept"}}));
+    EXPECT_THAT(run.log, LogHas({"Inf Flush " + kRecord + " failed", "Inf mergeBackupIni: done."}));
+    EXPECT_EQ(app.read("a.dat"), "new");
+    EXPECT_EQ(app.store(), (FileTree{{"3/", ""},
+                                     {"3/5/", ""},
+                                     {savedName("3/5/000"), "old"},
+                                     {kRecord + "/", ""},
+                                     {kRecord + "/inner", "kept"}}));
 }
 
 TEST(Update, DropsADamagedItemFromTheRecord) {
     PatchScenario patch;
-    patch.destination().write(
-        "VC_Backup/VcBackup.ini",
-        recordOf(2) + "[item_0]\nclass=3\ntype=7\n" + section(1, 3, 6, kNothing));
+    const ScenarioDir app = patch.destination();
+    std::string record = recordOf({recordedItem(3, 7), recordedItem(3, 6)});
+    const std::string lost = "origin.version=100\n";
+    record.erase(record.find(lost), lost.size());
+    app.writeRecord(record);
     patch.item(3, 5).stage("a.dat", "a");
 
     EXPECT_EQ(patch.update().status, 0);
 
-    EXPECT_EQ(patch.destination().store().at(kRecord),
-              recordOf(2) + section(0, 3, 6, kNothing) +
-                  section(1, 3, 5, addedOnly(patch.destination().path("a.dat"))));
+    EXPECT_EQ(app.record(),
+              recordOf({recordedItem(3, 6), recordedItem(3, 5).adds(app.path("a.dat"))}));
 }
 
+// Nor does a missing staging directory make a difference.
 TEST(Update, RecordsAnItemWithoutFiles) {
-    PatchScenario patch;
-    patch.item(3, 5);
-
-    const RunOutcome run = patch.update();
-
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(patch.destination().store().at(kRecord), recordOf(1) + section(0, 3, 5, kNothing));
-}
-
-TEST(Update, TakesAMissingStagingDirectoryForAnEmptyOne) {
-    PatchScenario patch;
-    fs::remove_all(patch.item(3, 5).stagingDir());
-
-    EXPECT_EQ(patch.update().status, 0);
-
-    EXPECT_EQ(patch.destination().store().at(kRecord), recordOf(1) + section(0, 3, 5, kNothing));
+    for (const bool isStaged : {true, false}) {
+        PatchScenario patch;
+        const std::string staged = patch.item(3, 5).stagingDir();
+        if (!isStaged) {
+            fs::remove(staged);
+        }
+        EXPECT_EQ(patch.update().status, 0);
+        EXPECT_EQ(patch.destination().record(), recordOf({recordedItem(3, 5)}));
+    }
 }
 
 // Without its separator the name of what is not there is that of a file.

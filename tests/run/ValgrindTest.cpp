@@ -69,21 +69,21 @@ TEST_F(Valgrind, FindsUpdateAndRollbackClean) {
 TEST_F(Valgrind, FindsARefusedRollbackClean) {
     agent.script("IsRollbackEx = 0");
     expectClean(runUnderValgrind(patch, "1"));
-    EXPECT_EQ(patch.staging().read("VcResult.ini"), "result=60\n");
+    EXPECT_EQ(patch.result(), "result=60\n");
 }
 
 TEST_F(Valgrind, FindsARollbackThatFailsClean) {
     ASSERT_EQ(patch.update().status, 0);
     agent.script("EndItem = 0");
     expectClean(runUnderValgrind(patch, "1"));
-    EXPECT_EQ(patch.staging().read("VcResult.ini"), "result=60\n");
+    EXPECT_EQ(patch.result(), "result=60\n");
     EXPECT_EQ(patch.destination().read("a.dat"), "new");
 }
 
 TEST_F(Valgrind, FindsARollbackForAnUnknownInterfaceClean) {
     patch.set("patchagent.version", "5");
     expectClean(runUnderValgrind(patch, "1"));
-    EXPECT_EQ(patch.staging().read("VcResult.ini"), "result=0\n");
+    EXPECT_EQ(patch.result(), "result=0\n");
 }
 
 }  // namespace

@@ -13,7 +13,7 @@
 
 namespace {
 
-TEST(KvBackupEntryTest, EntriesAreSplitAtCommasAndTrimmed) {
+TEST(KvBackupEntry, IsSplitAtCommasAndTrimmed) {
     const struct {
         const char* entry;
         size_t pieces;
@@ -44,7 +44,7 @@ TEST(KvBackupEntryTest, EntriesAreSplitAtCommasAndTrimmed) {
 }
 
 // Taken for one with an empty target, it would lose its copy.
-TEST(KvBackupEntryTest, EntryWithoutMemoryForATargetHasNoPieces) {
+TEST(KvBackupEntry, HasNoPiecesWithoutMemoryForItsTarget) {
     if (!kCanLimitMemory) {
         GTEST_SKIP() << "this platform does not limit the memory of a process";
     }
@@ -58,7 +58,7 @@ TEST(KvBackupEntryTest, EntryWithoutMemoryForATargetHasNoPieces) {
     EXPECT_EXIT(body(), testing::ExitedWithCode(0), "");
 }
 
-TEST(KvBackupEntryTest, MadeEntryIsReadBack) {
+TEST(KvBackupEntry, IsReadBackAsItWasMade) {
     char* text = nullptr;
     ASSERT_EQ(HeapCopy::kDone, makeBackupEntry("backup.00a", "/opt/app/old.dat", text));
     const ScopedHeap<char> entry(text);
@@ -72,18 +72,18 @@ TEST(KvBackupEntryTest, MadeEntryIsReadBack) {
 }
 
 // What reads it back would take it for the whole directory.
-TEST(KvBackupEntryTest, EntryWithoutANameIsNeverMade) {
+TEST(KvBackupEntry, IsNeverMadeWithoutAName) {
     char unset = 'x';
     char* text = &unset;
     EXPECT_EQ(HeapCopy::kNoMemory, makeBackupEntry("", "/opt/app/old.dat", text));
     EXPECT_EQ(nullptr, text);
 }
 
-TEST(KvBackupEntryTest, BackupFileLiesInTheBackupDirectory) {
+TEST(KvBackupEntry, NamesAFileOfTheBackupDirectory) {
     const BackupEntryParts parts = splitBackupEntry("/old/place/backup.00a, /x");
     char file[64];
-    EXPECT_TRUE(backupFileOfEntry(parts, "/d/VC_Backup/3/2/", file, sizeof file));
-    EXPECT_STREQ("/d/VC_Backup/3/2/backup.00a", file);
+    EXPECT_TRUE(backupFileOfEntry(parts, "/d/store/3/2/", file, sizeof file));
+    EXPECT_STREQ("/d/store/3/2/backup.00a", file);
     EXPECT_TRUE(backupFileOfEntry(parts, "d", file, sizeof file));
     EXPECT_STREQ("d/backup.00a", file);
     EXPECT_TRUE(backupFileOfEntry(parts, "", file, sizeof file));
@@ -92,7 +92,7 @@ TEST(KvBackupEntryTest, BackupFileLiesInTheBackupDirectory) {
     EXPECT_STREQ("backup.00a", file);
 }
 
-TEST(KvBackupEntryTest, BackupFileThatDoesNotFitIsNoFile) {
+TEST(KvBackupEntry, NamesNoFileWhosePathDoesNotFit) {
     const BackupEntryParts parts = splitBackupEntry("backup.00a, /x");
     GuardedBuffer fits(13);
     EXPECT_TRUE(backupFileOfEntry(parts, "d/", fits.data(), fits.capacity()));
@@ -100,17 +100,6 @@ TEST(KvBackupEntryTest, BackupFileThatDoesNotFitIsNoFile) {
     EXPECT_FALSE(backupFileOfEntry(parts, "d/", small.data(), small.capacity()));
     EXPECT_TRUE(small.isIntact());
     EXPECT_FALSE(backupFileOfEntry(parts, "d/", nullptr, 0));
-}
-
-TEST(MakeBackupEntry, SaysWhatBecameOfIt) {
-    char* text = nullptr;
-    EXPECT_EQ(HeapCopy::kDone, makeBackupEntry("backup.00a", "/opt/app/old.dat", text));
-    const ScopedHeap<char> entry(text);
-    EXPECT_STREQ("backup.00a, /opt/app/old.dat", text);
-
-    char* none = entry.get();
-    EXPECT_EQ(HeapCopy::kCopyFailed, makeBackupEntry(nullptr, "/x", none));
-    EXPECT_EQ(nullptr, none);
 }
 
 }  // namespace

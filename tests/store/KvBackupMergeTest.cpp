@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tests/store/RunBackup.h"
+#include "tests/store/StoreNames.h"
 #include "tests/support/ForkedProcess.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/LogLines.h"
@@ -22,7 +23,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;
 
-const std::string kRecord = "app/VC_Backup/VcBackup.ini";
+const std::string kRecord = "app/" + kRecordFile;
 const std::string kCommon = "[common]\nitemcount=";
 
 std::string item(int number, const std::string& keys) {
@@ -36,19 +37,19 @@ std::string plainItem(int number, int itemClass, int type, const std::string& re
                             "\nadded.filecount=0\nwritten.filecount=0\n");
 }
 
-class KvBackupMergeTest : public testing::Test {
+class KvBackupMerge : public testing::Test {
   protected:
-    KvBackupMergeTest() : app_(tree_.makeDir("app")) {}
+    KvBackupMerge() : app_(tree_.makeDir("app")) {}
 
     // A backup copy in the directory of class 3, type 5.
     void makeCopy(const std::string& name) const {
-        tree_.write("app/VC_Backup/3/5/" + name, "former contents");
+        tree_.write("app/" + kStore + "3/5/" + name, "former contents");
     }
     [[nodiscard]] bool hasCopy(const std::string& name) const {
-        return tree_.exists("app/VC_Backup/3/5/" + name);
+        return tree_.exists("app/" + kStore + "3/5/" + name);
     }
     [[nodiscard]] std::string copyPath(const std::string& name) const {
-        return app_ + "/VC_Backup/3/5/" + name;
+        return app_ + "/" + kStore + "3/5/" + name;
     }
 
     TempTree tree_;
@@ -56,7 +57,7 @@ class KvBackupMergeTest : public testing::Test {
     LogCapture log_;
 };
 
-TEST_F(KvBackupMergeTest, NothingHappensWithoutItems) {
+TEST_F(KvBackupMerge, NothingHappensWithoutItems) {
     const RunBackup run(1);
     mergeBackupIni(run.get(), 1);
     mergeBackupIni(run.get(), 0);
@@ -66,7 +67,7 @@ TEST_F(KvBackupMergeTest, NothingHappensWithoutItems) {
     EXPECT_THAT(log_.texts(-1), ElementsAre());
 }
 
-TEST_F(KvBackupMergeTest, FirstUpdateOfAnItemMakesTheRecord) {
+TEST_F(KvBackupMerge, FirstUpdateOfAnItemMakesTheRecord) {
     RunBackup run(1, "agent.so");
     run.item(3, 5, "100", "101", app_)
         .added(app_ + "/new.dat")
@@ -96,7 +97,7 @@ TEST_F(KvBackupMergeTest, FirstUpdateOfAnItemMakesTheRecord) {
                     "6 info mergeBackupIni: done."));
 }
 
-TEST_F(KvBackupMergeTest, RunWithoutAgentFileWritesNoAgentKey) {
+TEST_F(KvBackupMerge, RunWithoutAgentFileWritesNoAgentKey) {
     RunBackup run(1);
     run.item(1, 2, "5.2.1234", "5.3", app_);
     mergeBackupIni(run.get(), 7);
@@ -107,7 +108,7 @@ TEST_F(KvBackupMergeTest, RunWithoutAgentFileWritesNoAgentKey) {
         tree_.read(kRecord));
 }
 
-TEST_F(KvBackupMergeTest, NextUpdateReplacesTheSectionAndDeletesTheOlderCopies) {
+TEST_F(KvBackupMerge, NextUpdateReplacesTheSectionAndDeletesTheOlderCopies) {
     tree_.write(kRecord, kCommon + "2\npatchagent.version=1\n" +
                              item(0,
                                   "class=3\ntype=5\norigin.version=1\nresult.version=2\n"
@@ -136,7 +137,7 @@ TEST_F(KvBackupMergeTest, NextUpdateReplacesTheSectionAndDeletesTheOlderCopies) 
                                std::string("-1 info Delete section:item_0")}));
 }
 
-TEST_F(KvBackupMergeTest, ItemsOfOneDestinationShareItsRecordInRunOrder) {
+TEST_F(KvBackupMerge, ItemsOfOneDestinationShareItsRecordInRunOrder) {
     tree_.makeDir("other");
     RunBackup run(1);
     run.item(3, 5, "1", "2", app_)
@@ -150,10 +151,10 @@ TEST_F(KvBackupMergeTest, ItemsOfOneDestinationShareItsRecordInRunOrder) {
                   item(0,
                        "class=2\ntype=5\norigin.version=1.0\nresult.version=2.0\n"
                        "added.filecount=0\nwritten.filecount=0\n"),
-              tree_.read("other/VC_Backup/VcBackup.ini"));
+              tree_.read("other/" + kRecordFile));
 }
 
-TEST_F(KvBackupMergeTest, OldInterfaceWritesTheTouchedSectionsNewestFirst) {
+TEST_F(KvBackupMerge, OldInterfaceWritesTheTouchedSectionsNewestFirst) {
     std::string record = kCommon + "7\npatchagent.version=0\n";
     for (int i = 0; i < 7; ++i) {
         record += plainItem(i, 3, i, "2");
@@ -168,7 +169,7 @@ TEST_F(KvBackupMergeTest, OldInterfaceWritesTheTouchedSectionsNewestFirst) {
     EXPECT_EQ("6 info mergeBackupIni: done.", linesOf(log_).back());
 }
 
-TEST_F(KvBackupMergeTest, OnlyTheFirstItemsRecordTakesTheTransaction) {
+TEST_F(KvBackupMerge, OnlyTheFirstItemsRecordTakesTheTransaction) {
     tree_.makeDir("other");
     RunBackup run(0);
     run.item(3, 5, "1", "2", app_).item(3, 5, "1", "2", tree_.path("other"));
@@ -176,10 +177,10 @@ TEST_F(KvBackupMergeTest, OnlyTheFirstItemsRecordTakesTheTransaction) {
     EXPECT_EQ(kCommon + "1\npatchagent.version=0\ntransaction=0, 0, \n" + plainItem(0, 3, 5, "2"),
               tree_.read(kRecord));
     EXPECT_EQ(kCommon + "1\npatchagent.version=0\n" + plainItem(0, 3, 5, "2"),
-              tree_.read("other/VC_Backup/VcBackup.ini"));
+              tree_.read("other/" + kRecordFile));
 }
 
-TEST_F(KvBackupMergeTest, NewInterfaceKeepsAnOlderTransactionUntouched) {
+TEST_F(KvBackupMerge, NewInterfaceKeepsAnOlderTransactionUntouched) {
     tree_.write(kRecord, kCommon + "0\npatchagent.version=0\ntransaction=0,\n");
     RunBackup run(1);
     run.item(3, 5, "1", "2", app_);
@@ -190,7 +191,7 @@ TEST_F(KvBackupMergeTest, NewInterfaceKeepsAnOlderTransactionUntouched) {
 
 // The damaged item_0 goes, item_1 and item_2 move down, and the new generation takes the place of
 // the section that the item has after that.
-TEST_F(KvBackupMergeTest, SectionIsTheOneThatHoldsTheItemAfterARepair) {
+TEST_F(KvBackupMerge, SectionIsTheOneThatHoldsTheItemAfterARepair) {
     tree_.write(kRecord, kCommon + "3\npatchagent.version=1\n" +
                              item(0, "class=3\ntype=4\norigin.version=1\n") +
                              plainItem(1, 3, 5, "2") + plainItem(2, 3, 6, "2"));
@@ -206,7 +207,7 @@ TEST_F(KvBackupMergeTest, SectionIsTheOneThatHoldsTheItemAfterARepair) {
 }
 
 // A dropped item has class 0 in memory but no section any more.
-TEST_F(KvBackupMergeTest, DroppedItemIsNoFormerGenerationOfAnItemOfClassZero) {
+TEST_F(KvBackupMerge, DroppedItemIsNoFormerGenerationOfAnItemOfClassZero) {
     tree_.write(kRecord, kCommon + "2\npatchagent.version=1\n" +
                              item(0, "class=3\ntype=4\norigin.version=1\n") +
                              plainItem(1, 3, 5, "2"));
@@ -220,7 +221,7 @@ TEST_F(KvBackupMergeTest, DroppedItemIsNoFormerGenerationOfAnItemOfClassZero) {
               tree_.read(kRecord));
 }
 
-TEST_F(KvBackupMergeTest, ItemThatWasDroppedIsAddedAtTheEnd) {
+TEST_F(KvBackupMerge, ItemThatWasDroppedIsAddedAtTheEnd) {
     tree_.write(kRecord, kCommon + "2\npatchagent.version=1\n" +
                              item(0, "class=3\ntype=5\norigin.version=1\n") +
                              plainItem(1, 3, 6, "2"));
@@ -232,7 +233,7 @@ TEST_F(KvBackupMergeTest, ItemThatWasDroppedIsAddedAtTheEnd) {
         tree_.read(kRecord));
 }
 
-TEST_F(KvBackupMergeTest, RecordWithoutCommonSectionIsMadeAnew) {
+TEST_F(KvBackupMerge, RecordWithoutCommonSectionIsMadeAnew) {
     tree_.write(kRecord, plainItem(0, 3, 5, "2"));
     RunBackup run(1, "agent.so");
     run.item(3, 6, "1", "2", app_);
@@ -244,7 +245,7 @@ TEST_F(KvBackupMergeTest, RecordWithoutCommonSectionIsMadeAnew) {
 }
 
 // What stands in the record beyond its count must not mix with the new section.
-TEST_F(KvBackupMergeTest, LeftoverSectionOfTheSameNameIsReplaced) {
+TEST_F(KvBackupMerge, LeftoverSectionOfTheSameNameIsReplaced) {
     tree_.write(kRecord, kCommon + "0\npatchagent.version=1\n" + plainItem(0, 3, 9, "9") +
                              plainItem(0, 3, 8, "8"));
     RunBackup run(1);
@@ -254,7 +255,7 @@ TEST_F(KvBackupMergeTest, LeftoverSectionOfTheSameNameIsReplaced) {
     EXPECT_THAT(log_.texts(-1), Not(Contains("Delete section:item_0")));
 }
 
-TEST_F(KvBackupMergeTest, DoubleSectionIsReplacedWhole) {
+TEST_F(KvBackupMerge, DoubleSectionIsReplacedWhole) {
     tree_.write(kRecord, kCommon + "1\npatchagent.version=1\n" + plainItem(0, 3, 5, "2") +
                              plainItem(0, 3, 8, "8"));
     RunBackup run(1);
@@ -264,14 +265,14 @@ TEST_F(KvBackupMergeTest, DoubleSectionIsReplacedWhole) {
 }
 
 // A negative file count cannot be allocated: the record can neither be read nor repaired.
-TEST_F(KvBackupMergeTest, RecordThatCannotBeReadEndsTheMerge) {
+TEST_F(KvBackupMerge, RecordThatCannotBeReadEndsTheMerge) {
     const std::string hopeless =
         kCommon + "1\npatchagent.version=1\n" +
         item(0, "class=3\ntype=5\norigin.version=1\nresult.version=2\nadded.filecount=-1\n");
-    tree_.write("bad/VC_Backup/VcBackup.ini", hopeless);
-    tree_.write("bad/VC_Backup/3/5/backup.000", "copy of this run");
-    tree_.write("bad/VC_Backup/3/5/backup.001", "copy of another");
-    tree_.write("last/VC_Backup/3/5/backup.000", "copy of this run");
+    tree_.write("bad/" + kRecordFile, hopeless);
+    tree_.write("bad/" + kStore + "3/5/backup.000", "copy of this run");
+    tree_.write("bad/" + kStore + "3/5/backup.001", "copy of another");
+    tree_.write("last/" + kStore + "3/5/backup.000", "copy of this run");
     RunBackup run(0);
     run.item(3, 5, "1", "2", app_)
         .item(3, 5, "1", "2", tree_.path("bad"))
@@ -282,24 +283,24 @@ TEST_F(KvBackupMergeTest, RecordThatCannotBeReadEndsTheMerge) {
 
     EXPECT_EQ(kCommon + "1\npatchagent.version=0\n" + plainItem(0, 3, 5, "2"), tree_.read(kRecord))
         << "the earlier item stays merged, without a transaction";
-    EXPECT_EQ(hopeless, tree_.read("bad/VC_Backup/VcBackup.ini"));
-    EXPECT_FALSE(tree_.exists("bad/VC_Backup/3/5/backup.000"));
-    EXPECT_TRUE(tree_.exists("bad/VC_Backup/3/5/backup.001"));
-    EXPECT_TRUE(tree_.exists("last/VC_Backup/3/5/backup.000"));
-    EXPECT_EQ(kCommon + "0\npatchagent.version=0\n", tree_.read("last/VC_Backup/VcBackup.ini"));
+    EXPECT_EQ(hopeless, tree_.read("bad/" + kRecordFile));
+    EXPECT_FALSE(tree_.exists("bad/" + kStore + "3/5/backup.000"));
+    EXPECT_TRUE(tree_.exists("bad/" + kStore + "3/5/backup.001"));
+    EXPECT_TRUE(tree_.exists("last/" + kStore + "3/5/backup.000"));
+    EXPECT_EQ(kCommon + "0\npatchagent.version=0\n", tree_.read("last/" + kRecordFile));
 
     const std::vector<std::string> records = linesOf(log_);
     ASSERT_LE(5U, records.size());
-    EXPECT_THAT(
-        std::vector<std::string>(records.end() - 5, records.end()),
-        ElementsAre(
-            "6 error phaseIniForBackupL: malloc failed.", "6 info phaseIniForBackup: error quit.",
-            "6 error Merge backup ini faild", "6 info Remove auto-rollback files",
-            "-1 info Unlink " + tree_.path("bad/VC_Backup/3/5/backup.000") + " returned with 0."));
+    EXPECT_THAT(std::vector<std::string>(records.end() - 5, records.end()),
+                ElementsAre("6 error phaseIniForBackupL: malloc failed.",
+                            "6 info phaseIniForBackup: error quit.",
+                            "6 error Merge backup ini faild", "6 info Remove auto-rollback files",
+                            "-1 info Unlink " + tree_.path("bad/" + kStore + "3/5/backup.000") +
+                                " returned with 0."));
 }
 
 // Something that is not a file stands where the record should be.
-TEST_F(KvBackupMergeTest, RecordThatCannotBeWrittenIsOnlyReported) {
+TEST_F(KvBackupMerge, RecordThatCannotBeWrittenIsOnlyReported) {
     tree_.write(kRecord + "/in the way", "");
     RunBackup run(1);
     run.item(3, 5, "1", "2", app_).item(3, 6, "1", "2", tree_.makeDir("other"));
@@ -307,11 +308,11 @@ TEST_F(KvBackupMergeTest, RecordThatCannotBeWrittenIsOnlyReported) {
     EXPECT_THAT(linesOf(log_), Contains("6 info Flush VcBackup.ini failed"));
     EXPECT_EQ("6 info mergeBackupIni: done.", linesOf(log_).back());
     EXPECT_EQ(kCommon + "1\npatchagent.version=1\n" + plainItem(0, 3, 6, "2"),
-              tree_.read("other/VC_Backup/VcBackup.ini"));
+              tree_.read("other/" + kRecordFile));
 }
 
 // The repair loses the document itself when it cannot delete the file.
-TEST_F(KvBackupMergeTest, CrashedRecordThatCannotBeDeletedEndsTheMerge) {
+TEST_F(KvBackupMerge, CrashedRecordThatCannotBeDeletedEndsTheMerge) {
     tree_.write(kRecord, "");
     ASSERT_EQ(0, chmod(tree_.path().c_str(), 0755));
     ASSERT_EQ(0, chmod(tree_.path("app/VC_Backup").c_str(), 0555));
@@ -335,7 +336,7 @@ TEST_F(KvBackupMergeTest, CrashedRecordThatCannotBeDeletedEndsTheMerge) {
     EXPECT_EQ("", tree_.read(kRecord));
 }
 
-TEST_F(KvBackupMergeTest, DestinationTooLongForARecordEndsTheMerge) {
+TEST_F(KvBackupMerge, DestinationTooLongForARecordEndsTheMerge) {
     std::string deep = app_;
     while (deep.size() < 1010) {
         deep += "/dddddddddddddddddddd";
@@ -349,7 +350,7 @@ TEST_F(KvBackupMergeTest, DestinationTooLongForARecordEndsTheMerge) {
     EXPECT_TRUE(tree_.snapshot("app").empty());
 }
 
-TEST_F(KvBackupMergeTest, ItemThatTheRunNeverReachedIsPassedOver) {
+TEST_F(KvBackupMerge, ItemThatTheRunNeverReachedIsPassedOver) {
     RunBackup run(0);
     run.item(3, 4, "1", "2", app_).unreached().item(3, 5, "1", "2", app_);
     mergeBackupIni(run.get(), 1);
@@ -357,7 +358,7 @@ TEST_F(KvBackupMergeTest, ItemThatTheRunNeverReachedIsPassedOver) {
 }
 
 // Comments and foreign keys of a record that needs no repair stay.
-TEST_F(KvBackupMergeTest, CommentsOfTheRecordStay) {
+TEST_F(KvBackupMerge, CommentsOfTheRecordStay) {
     tree_.write(kRecord, "; kept\n" + kCommon + "1\npatchagent.version=1\nforeign=1\n; too\n" +
                              plainItem(0, 3, 6, "2") + "; end\n");
     RunBackup run(1);

@@ -18,7 +18,7 @@ struct PathCase {
     const char* expected;
 };
 
-TEST(KvBackupNameTest, VcPathHasOneSeparatorBetweenAllParts) {
+TEST(KvBackupName, VcPathHasOneSeparatorBetweenAllParts) {
     const PathCase cases[] = {
         {"/opt/app", 3, 2, "/opt/app/3/2/"},
         {"/opt/app/", 3, 2, "/opt/app/3/2/"},
@@ -36,7 +36,7 @@ TEST(KvBackupNameTest, VcPathHasOneSeparatorBetweenAllParts) {
     }
 }
 
-TEST(KvBackupNameTest, BackupPathLiesInTheStoreOfTheDestination) {
+TEST(KvBackupName, BackupPathLiesInTheStoreOfTheDestination) {
     const PathCase cases[] = {
         {"/opt/app", 3, 2, "/opt/app/VC_Backup/3/2/"},
         {"/opt/app/", 3, 2, "/opt/app/VC_Backup/3/2/"},
@@ -52,7 +52,7 @@ TEST(KvBackupNameTest, BackupPathLiesInTheStoreOfTheDestination) {
     }
 }
 
-TEST(KvBackupNameTest, RecordPathIsJoinedAsEveryPathIs) {
+TEST(KvBackupName, RecordPathIsJoinedAsEveryPathIs) {
     char out[1024];
     EXPECT_TRUE(constructRecordPath("/opt/app", out, sizeof out));
     EXPECT_STREQ("/opt/app/VC_Backup/VcBackup.ini", out);
@@ -64,7 +64,7 @@ TEST(KvBackupNameTest, RecordPathIsJoinedAsEveryPathIs) {
     EXPECT_STREQ("VC_Backup/VcBackup.ini", out);
 }
 
-TEST(KvBackupNameTest, RecordPathThatDoesNotFitIsNoPath) {
+TEST(KvBackupName, RecordPathThatDoesNotFitIsNoPath) {
     const std::string longest(1023 - std::string("/VC_Backup/VcBackup.ini").size(), 'd');
     GuardedBuffer out(1024);
     EXPECT_TRUE(constructRecordPath(longest.c_str(), out.data(), out.capacity()));
@@ -76,7 +76,7 @@ TEST(KvBackupNameTest, RecordPathThatDoesNotFitIsNoPath) {
 }
 
 // In Shift-JIS 0x83 0x5C is one character whose second byte looks like a backslash.
-TEST(KvBackupNameTest, DoubleByteDestinationKeepsItsLastCharacter) {
+TEST(KvBackupName, DoubleByteDestinationKeepsItsLastCharacter) {
     const CodePage shiftJis(932);
     char out[4096];
     constructBackupPath("/opt/\x83\x5C", 3, 2, out, sizeof out);
@@ -88,14 +88,14 @@ TEST(KvBackupNameTest, DoubleByteDestinationKeepsItsLastCharacter) {
 }
 
 // A '/' is below 0x40 and therefore never the second half of a character.
-TEST(KvBackupNameTest, SeparatorBehindALeadByteIsASeparator) {
+TEST(KvBackupName, SeparatorBehindALeadByteIsASeparator) {
     const CodePage shiftJis(932);
     char out[4096];
     constructBackupPath("/opt/\x83/", 3, 2, out, sizeof out);
     EXPECT_STREQ("/opt/\x83/VC_Backup/3/2/", out);
 }
 
-TEST(KvBackupNameTest, PathsAreCutAtTheBuffersCapacity) {
+TEST(KvBackupName, PathsAreCutAtTheBuffersCapacity) {
     GuardedBuffer out(8);
     EXPECT_EQ(7, constructVcPath("/opt/app", 3, 2, out.data(), out.capacity()));
     EXPECT_STREQ("/opt/ap", out.data());
@@ -104,7 +104,7 @@ TEST(KvBackupNameTest, PathsAreCutAtTheBuffersCapacity) {
     EXPECT_TRUE(out.isIntact());
 }
 
-TEST(KvBackupNameTest, DestinationIsCutAtTheWorkingBuffersCapacity) {
+TEST(KvBackupName, DestinationIsCutAtTheWorkingBuffersCapacity) {
     const std::string longDest(5000, 'd');
     char out[8192];
     constructBackupPath(longDest.c_str(), 3, 2, out, sizeof out);
@@ -114,7 +114,7 @@ TEST(KvBackupNameTest, DestinationIsCutAtTheWorkingBuffersCapacity) {
     EXPECT_EQ(almost + "/VC_B/3/2/", out);
 }
 
-TEST(KvBackupNameTest, NullArgumentsOfThePathBuilders) {
+TEST(KvBackupName, PathBuildersTakeNull) {
     char out[64];
     EXPECT_EQ(5, constructVcPath(nullptr, 1, 2, out, sizeof out));
     EXPECT_STREQ("/1/2/", out);
@@ -125,7 +125,7 @@ TEST(KvBackupNameTest, NullArgumentsOfThePathBuilders) {
     EXPECT_EQ(0, constructBackupPath("/opt", 1, 2, nullptr, 10));
 }
 
-TEST(KvBackupNameTest, DigitsAreThreeInBase36) {
+TEST(KvBackupName, DigitsAreThreeInBase36) {
     const struct {
         uint64_t value;
         const char* expected;
@@ -143,7 +143,7 @@ TEST(KvBackupNameTest, DigitsAreThreeInBase36) {
     r36tostr(1, nullptr, 4);
 }
 
-TEST(KvBackupNameTest, ExtensionsStartAtZeroAndCountUp) {
+TEST(KvBackupName, ExtensionsStartAtZeroAndCountUp) {
     GuardedBuffer ext(5);
     extSeed(ext.data(), ext.capacity());
     EXPECT_STREQ(".000", ext.data());
@@ -159,13 +159,13 @@ TEST(KvBackupNameTest, ExtensionsStartAtZeroAndCountUp) {
     EXPECT_TRUE(ext.isIntact());
 }
 
-TEST(KvBackupNameTest, LastExtensionIsFollowedByTheFirst) {
+TEST(KvBackupName, LastExtensionIsFollowedByTheFirst) {
     char ext[5] = ".zzz";
     extInc(ext, sizeof ext, 1);
     EXPECT_STREQ(".000", ext);
 }
 
-TEST(KvBackupNameTest, ExtensionFunctionsTakeNull) {
+TEST(KvBackupName, ExtensionFunctionsTakeNull) {
     extSeed(nullptr, 0);
     extInc(nullptr, 0, 1);
     char ext[5] = "";

@@ -6,9 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "store/KvRecordContents.h"
+#include "store/KvBackupRecord.h"
 #include "tests/store/RepairOracle.h"
 #include "tests/store/RunBackup.h"
+#include "tests/store/StoreNames.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/TempTree.h"
@@ -17,7 +18,6 @@ namespace {
 
 using testing::ElementsAre;
 
-const std::string kFile = "VC_Backup/VcBackup.ini";
 const std::string kCommon = "[common]\nitemcount=";
 
 std::string item(int number, int type, const std::string& lists) {
@@ -27,24 +27,24 @@ std::string item(int number, int type, const std::string& lists) {
 
 const std::string kNoFiles = "added.filecount=0\nwritten.filecount=0\n";
 
-class KvBackupRecordRepairTest : public testing::Test {
+class KvBackupRecordRepair : public testing::Test {
   protected:
-    ~KvBackupRecordRepairTest() override { freeBackupStru(&out_); }
+    ~KvBackupRecordRepair() override { freeBackupStru(&out_); }
 
     // Parses `text` with repair into `out_`; the document is released afterwards.
     int repair(const std::string& text) {
         document_.reset();  // which may write the file
-        tree_.write(kFile, text);
+        tree_.write(kRecordFile, text);
         return repairFile();
     }
 
     int repairFile() {
-        const std::string path = tree_.path(kFile);
+        const std::string path = tree_.path(kRecordFile);
         freeBackupStru(&out_);
         KvIniUtil* raw = openRecord(path.c_str()).release();
         const int result = phaseIniForBackup(&raw, &out_, 1, path.c_str(), fallback_.get());
         document_.reset(raw);
-        fileAfterParse_ = tree_.exists(kFile) ? tree_.read(kFile) : "missing";
+        fileAfterParse_ = tree_.exists(kRecordFile) ? tree_.read(kRecordFile) : "missing";
         return result;
     }
 
@@ -62,7 +62,7 @@ class KvBackupRecordRepairTest : public testing::Test {
     std::string fileAfterParse_;
 };
 
-TEST_F(KvBackupRecordRepairTest, WholeRecordIsNotTouched) {
+TEST_F(KvBackupRecordRepair, WholeRecordIsNotTouched) {
     const std::string text =
         "; mine\n" + kCommon + "1\npatchagent.version=0\n" + item(0, 5, kNoFiles);
     EXPECT_EQ(kBackupRecordParsed, repair(text));
@@ -71,7 +71,7 @@ TEST_F(KvBackupRecordRepairTest, WholeRecordIsNotTouched) {
     EXPECT_EQ(1U, out_.itemCount);
 }
 
-TEST_F(KvBackupRecordRepairTest, RecordWithoutCountIsMadeAnew) {
+TEST_F(KvBackupRecordRepair, RecordWithoutCountIsMadeAnew) {
     const std::string fresh = kCommon + "0\npatchagent.version=1\npatchagent=agent.so\n";
     for (const std::string& text :
          {std::string(), std::string("\x01\x02\xFF[=]\n\0x", 9), item(0, 5, kNoFiles),
@@ -91,7 +91,7 @@ TEST_F(KvBackupRecordRepairTest, RecordWithoutCountIsMadeAnew) {
     }
 }
 
-TEST_F(KvBackupRecordRepairTest, RecordWithoutVersionIsMadeAnew) {
+TEST_F(KvBackupRecordRepair, RecordWithoutVersionIsMadeAnew) {
     EXPECT_EQ(kBackupRecordParsed, repair(kCommon + "1\n" + item(0, 5, kNoFiles)));
     EXPECT_EQ(kCommon + "0\npatchagent.version=1\npatchagent=agent.so\n", fileAfterParse_);
     EXPECT_EQ(0U, out_.itemCount);
@@ -101,32 +101,32 @@ TEST_F(KvBackupRecordRepairTest, RecordWithoutVersionIsMadeAnew) {
                             "6 info New VcBackup.ini file created!"));
 }
 
-TEST_F(KvBackupRecordRepairTest, NewRecordTakesOnlyWhatTheRunHas) {
+TEST_F(KvBackupRecordRepair, NewRecordTakesOnlyWhatTheRunHas) {
     const RunBackup withoutAgent(0);
-    tree_.write(kFile, "");
-    const std::string path = tree_.path(kFile);
+    tree_.write(kRecordFile, "");
+    const std::string path = tree_.path(kRecordFile);
     KvIniUtil* raw = openRecord(path.c_str()).release();
     EXPECT_EQ(kBackupRecordParsed,
               phaseIniForBackup(&raw, &out_, 1, path.c_str(), withoutAgent.get()));
-    EXPECT_EQ(kCommon + "0\npatchagent.version=0\n", tree_.read(kFile));
+    EXPECT_EQ(kCommon + "0\npatchagent.version=0\n", tree_.read(kRecordFile));
     delete raw;
-    tree_.write(kFile, "");
+    tree_.write(kRecordFile, "");
     raw = openRecord(path.c_str()).release();
     EXPECT_EQ(kBackupRecordParsed, phaseIniForBackup(&raw, &out_, 1, path.c_str(), nullptr));
-    EXPECT_EQ(kCommon + "0\npatchagent.version=0\n", tree_.read(kFile));
+    EXPECT_EQ(kCommon + "0\npatchagent.version=0\n", tree_.read(kRecordFile));
     delete raw;
 }
 
 // The new document keeps the file's path: what is added to it is written at its release.
-TEST_F(KvBackupRecordRepairTest, NewRecordIsBoundToItsFile) {
+TEST_F(KvBackupRecordRepair, NewRecordIsBoundToItsFile) {
     EXPECT_EQ(kBackupRecordParsed, repair(""));
     document_->add("common", "more", "1");
     document_.reset();
     EXPECT_EQ(kCommon + "0\npatchagent.version=1\npatchagent=agent.so\nmore=1\n",
-              tree_.read(kFile));
+              tree_.read(kRecordFile));
 }
 
-TEST_F(KvBackupRecordRepairTest, RecordThatCannotBeDeletedFails) {
+TEST_F(KvBackupRecordRepair, RecordThatCannotBeDeletedFails) {
     KvIniUtil* raw = openRecord(nullptr).release();
     EXPECT_EQ(kBackupRecordFailed, phaseIniForBackup(&raw, &out_, 1, "", fallback_.get()));
     EXPECT_EQ(nullptr, raw);
@@ -137,7 +137,7 @@ TEST_F(KvBackupRecordRepairTest, RecordThatCannotBeDeletedFails) {
                     "6 info phaseIniForBackup: error quit."));
 }
 
-TEST_F(KvBackupRecordRepairTest, DamagedSectionIsDroppedAndTheOthersMoveUp) {
+TEST_F(KvBackupRecordRepair, DamagedSectionIsDroppedAndTheOthersMoveUp) {
     const std::string lists =
         "added.filecount=1\nadded.0=/a\nwritten.filecount=1\nwritten.0=backup.000, /w\n";
     EXPECT_EQ(kBackupRecordParsed,
@@ -163,14 +163,14 @@ TEST_F(KvBackupRecordRepairTest, DamagedSectionIsDroppedAndTheOthersMoveUp) {
 }
 
 // The rewritten document has no path: only an explicit write reaches the file.
-TEST_F(KvBackupRecordRepairTest, RewrittenDocumentIsNotBoundToItsFile) {
+TEST_F(KvBackupRecordRepair, RewrittenDocumentIsNotBoundToItsFile) {
     EXPECT_EQ(kBackupRecordParsed, repair(kCommon + "1\npatchagent.version=1\n"));
     document_->add("common", "more", "1");
     document_.reset();
-    EXPECT_EQ(kCommon + "0\npatchagent.version=1\n", tree_.read(kFile));
+    EXPECT_EQ(kCommon + "0\npatchagent.version=1\n", tree_.read(kRecordFile));
 }
 
-TEST_F(KvBackupRecordRepairTest, EachMissingKeyDropsItsSection) {
+TEST_F(KvBackupRecordRepair, EachMissingKeyDropsItsSection) {
     const std::string whole =
         "class=3\ntype=5\norigin.version=1\nresult.version=2\n"
         "added.filecount=1\nadded.0=/a\n"
@@ -201,7 +201,7 @@ TEST_F(KvBackupRecordRepairTest, EachMissingKeyDropsItsSection) {
     }
 }
 
-TEST_F(KvBackupRecordRepairTest, EachFurtherMissingFileIsReportedAgain) {
+TEST_F(KvBackupRecordRepair, EachFurtherMissingFileIsReportedAgain) {
     EXPECT_EQ(kBackupRecordParsed, repair(kCommon + "1\npatchagent.version=1\n" +
                                           item(0, 5,
                                                "added.filecount=3\nadded.0=/a\nadded.2=/c\n"
@@ -224,13 +224,13 @@ TEST_F(KvBackupRecordRepairTest, EachFurtherMissingFileIsReportedAgain) {
 }
 
 // The second section of the name shows once the first is gone, but the item stays dropped.
-TEST_F(KvBackupRecordRepairTest, DoubleOfADamagedSectionIsDroppedToo) {
+TEST_F(KvBackupRecordRepair, DoubleOfADamagedSectionIsDroppedToo) {
     EXPECT_EQ(kBackupRecordParsed, repair(kCommon + "1\npatchagent.version=1\n[item_0]\ntype=5\n" +
                                           item(0, 5, kNoFiles)));
     EXPECT_EQ(kCommon + "0\npatchagent.version=1\n", fileAfterParse_);
 }
 
-TEST_F(KvBackupRecordRepairTest, CountAboveTheSectionsIsCorrected) {
+TEST_F(KvBackupRecordRepair, CountAboveTheSectionsIsCorrected) {
     const std::string sections = item(0, 5, kNoFiles) + item(1, 6, kNoFiles);
     EXPECT_EQ(kBackupRecordParsed, repair(kCommon + "5\npatchagent.version=1\n" + sections));
     EXPECT_EQ(kCommon + "2\npatchagent.version=1\n" + sections, fileAfterParse_);
@@ -241,7 +241,7 @@ TEST_F(KvBackupRecordRepairTest, CountAboveTheSectionsIsCorrected) {
 }
 
 // The search for sections ends after 65536 that are missing in a row, and the count with it.
-TEST_F(KvBackupRecordRepairTest, CountThatNoRecordHoldsIsCorrectedToo) {
+TEST_F(KvBackupRecordRepair, CountThatNoRecordHoldsIsCorrectedToo) {
     const std::string sections = item(0, 5, kNoFiles) + item(1, 6, kNoFiles);
     EXPECT_EQ(kBackupRecordParsed, repair(kCommon + "-1\npatchagent.version=1\n" + sections));
     EXPECT_EQ(kCommon + "2\npatchagent.version=1\n" + sections, fileAfterParse_);
@@ -250,7 +250,7 @@ TEST_F(KvBackupRecordRepairTest, CountThatNoRecordHoldsIsCorrectedToo) {
     EXPECT_EQ(0U, out_.items[65537].itemClass);
 }
 
-TEST_F(KvBackupRecordRepairTest, FileCountThatCannotBeAllocatedFails) {
+TEST_F(KvBackupRecordRepair, FileCountThatCannotBeAllocatedFails) {
     const std::string text =
         kCommon + "1\npatchagent.version=1\n" + item(0, 5, "written.filecount=-1\n");
     EXPECT_EQ(kBackupRecordFailed, repair(text));
@@ -262,7 +262,7 @@ TEST_F(KvBackupRecordRepairTest, FileCountThatCannotBeAllocatedFails) {
                                                       "6 info phaseIniForBackup: error quit."}));
 }
 
-TEST_F(KvBackupRecordRepairTest, LargeFileCountWithoutFilesEndsSoon) {
+TEST_F(KvBackupRecordRepair, LargeFileCountWithoutFilesEndsSoon) {
     EXPECT_EQ(kBackupRecordParsed, repair(kCommon + "1\npatchagent.version=1\n" +
                                           item(0, 5, "added.filecount=99999999\n")));
     EXPECT_EQ(kCommon + "0\npatchagent.version=1\n", fileAfterParse_);
@@ -284,7 +284,7 @@ void expectKept(const RepairedRecord& expected, const backupStru& out) {
     }
 }
 
-TEST_F(KvBackupRecordRepairTest, RecordCutOffAnywhereIsRepairedByTheRules) {
+TEST_F(KvBackupRecordRepair, RecordCutOffAnywhereIsRepairedByTheRules) {
     const std::string whole = recordOfThree();
     for (size_t length = 0; length <= whole.size(); ++length) {
         const std::string cut = whole.substr(0, length);
@@ -296,7 +296,7 @@ TEST_F(KvBackupRecordRepairTest, RecordCutOffAnywhereIsRepairedByTheRules) {
     }
 }
 
-TEST_F(KvBackupRecordRepairTest, RecordWithoutAnyOneLineIsRepairedByTheRules) {
+TEST_F(KvBackupRecordRepair, RecordWithoutAnyOneLineIsRepairedByTheRules) {
     const std::string whole = recordOfThree();
     for (size_t start = 0; start < whole.size(); start = whole.find('\n', start) + 1) {
         std::string torn = whole;
@@ -310,7 +310,7 @@ TEST_F(KvBackupRecordRepairTest, RecordWithoutAnyOneLineIsRepairedByTheRules) {
 }
 
 // Whatever comes out can be read again as it is, and has as many sections as it says.
-TEST_F(KvBackupRecordRepairTest, RandomDamageLeavesAReadableRecordOrAFailure) {
+TEST_F(KvBackupRecordRepair, RandomDamageLeavesAReadableRecordOrAFailure) {
     std::mt19937 random(20261121);
     const std::string whole = recordOfThree();
     for (int round = 0; round < 150; ++round) {
@@ -326,9 +326,9 @@ TEST_F(KvBackupRecordRepairTest, RandomDamageLeavesAReadableRecordOrAFailure) {
             continue;
         }
         document_.reset();
-        RecordContents again;
-        RecordDocument document = openRecord(tree_.path(kFile).c_str());
-        ASSERT_TRUE(again.parse(document)) << damaged;
+        OwnedBackupStru again;
+        RecordDocument document = openRecord(tree_.path(kRecordFile).c_str());
+        ASSERT_TRUE(parseRecord(document, again)) << damaged;
         log_.forget();
     }
 }

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-#include "store/KvRecordContents.h"
+#include "fileop/KvDiskNames.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/TempTree.h"
@@ -20,15 +20,15 @@ using testing::ElementsAre;
 const std::string kCommon = "[common]\nitemcount=1\npatchagent.version=1\n";
 const std::string kItem = "[item_0]\nclass=3\ntype=5\norigin.version=100\nresult.version=101\n";
 
-class KvBackupRecordTest : public testing::Test {
+class KvBackupRecord : public testing::Test {
   protected:
-    ~KvBackupRecordTest() override { freeBackupStru(&out_); }
+    ~KvBackupRecord() override { freeBackupStru(&out_); }
 
     // Parses `text` without repair into `out_`.
     int parse(const std::string& text) {
-        tree_.write("VcBackup.ini", text);
+        tree_.write(kBackupRecordName, text);
         freeBackupStru(&out_);
-        RecordDocument document = openRecord(tree_.path("VcBackup.ini").c_str());
+        RecordDocument document = openRecord(tree_.path(kBackupRecordName).c_str());
         KvIniUtil* raw = document.get();
         const int result = phaseIniForBackup(&raw, &out_, 0, nullptr, nullptr);
         EXPECT_EQ(document.get(), raw) << "without repair the document is never exchanged";
@@ -44,7 +44,7 @@ class KvBackupRecordTest : public testing::Test {
         EXPECT_EQ(nullptr, out_.items);
         EXPECT_EQ(0U, out_.itemCount);
         EXPECT_EQ(nullptr, out_.patchAgentFile);
-        EXPECT_EQ(text, tree_.read("VcBackup.ini"));
+        EXPECT_EQ(text, tree_.read(kBackupRecordName));
     }
 
     TempTree tree_;
@@ -52,7 +52,7 @@ class KvBackupRecordTest : public testing::Test {
     backupStru out_{};
 };
 
-TEST_F(KvBackupRecordTest, WholeRecordIsRead) {
+TEST_F(KvBackupRecord, WholeRecordIsRead) {
     ASSERT_EQ(kBackupRecordParsed,
               parse("[common]\nitemcount=2\npatchagent.version=1\npatchagent=agent.so\n" + kItem +
                     "added.filecount=2\nadded.0=/opt/a\nadded.1=/opt/b c\n"
@@ -84,7 +84,7 @@ TEST_F(KvBackupRecordTest, WholeRecordIsRead) {
     EXPECT_EQ(nullptr, product.writtenList);
 }
 
-TEST_F(KvBackupRecordTest, DumpsAreLogged) {
+TEST_F(KvBackupRecord, DumpsAreLogged) {
     ASSERT_EQ(kBackupRecordParsed,
               parse("[common]\nitemcount=2\npatchagent.version=0\npatchagent=agent.so\n" + kItem +
                     "added.filecount=1\nadded.0=/opt/a\n"
@@ -104,7 +104,7 @@ TEST_F(KvBackupRecordTest, DumpsAreLogged) {
                             "Count of Added Files[0]\nCount of OverWritten Files[0]\n"));
 }
 
-TEST_F(KvBackupRecordTest, RecordWithoutItemsIsDoneAfterTheCommonSection) {
+TEST_F(KvBackupRecord, RecordWithoutItemsIsDoneAfterTheCommonSection) {
     ASSERT_EQ(kBackupRecordParsed, parse("[common]\nitemcount=0\npatchagent.version=7\n"));
     EXPECT_EQ(7, out_.patchAgentVersion);
     EXPECT_EQ(nullptr, out_.items);
@@ -113,14 +113,14 @@ TEST_F(KvBackupRecordTest, RecordWithoutItemsIsDoneAfterTheCommonSection) {
                                            "6 info phaseIniForBackup: done, item number is zero."));
 }
 
-TEST_F(KvBackupRecordTest, ItemWithoutFilesIsKept) {
+TEST_F(KvBackupRecord, ItemWithoutFilesIsKept) {
     ASSERT_EQ(kBackupRecordParsed, parse(kCommon + kItem));
     EXPECT_EQ(1U, out_.itemCount);
     EXPECT_EQ(3U, out_.items[0].itemClass);
     EXPECT_THAT(linesOf(log_), Contains("6 error phaseIniForBackup: item has no backuped files."));
 }
 
-TEST_F(KvBackupRecordTest, NumbersAreReadInBaseTenAsFarAsTheyGo) {
+TEST_F(KvBackupRecord, NumbersAreReadInBaseTenAsFarAsTheyGo) {
     const struct {
         const char* text;
         uint32_t type;
@@ -132,7 +132,7 @@ TEST_F(KvBackupRecordTest, NumbersAreReadInBaseTenAsFarAsTheyGo) {
     }
 }
 
-TEST_F(KvBackupRecordTest, EachMissingKeyOfTheCommonSectionIsReported) {
+TEST_F(KvBackupRecord, EachMissingKeyOfTheCommonSectionIsReported) {
     expectRefused("", "phaseIniForBackup: there is no item count available,ignore it.");
     expectRefused("[common]\npatchagent.version=1\n" + kItem,
                   "phaseIniForBackup: there is no item count available,ignore it.");
@@ -142,7 +142,7 @@ TEST_F(KvBackupRecordTest, EachMissingKeyOfTheCommonSectionIsReported) {
                   "phaseIniForBackup: fetch patch agent version failed.");
 }
 
-TEST_F(KvBackupRecordTest, EachMissingKeyOfAnItemIsReported) {
+TEST_F(KvBackupRecord, EachMissingKeyOfAnItemIsReported) {
     const std::string head = kCommon + "[item_0]\n";
     const std::string fetch = "phaseIniForBackup: fetch section item_0 ";
     const std::string lists = "added.filecount=2\nadded.0=/a\nwritten.filecount=1\n";
@@ -157,7 +157,7 @@ TEST_F(KvBackupRecordTest, EachMissingKeyOfAnItemIsReported) {
                   "phaseIniForBackup: fetch section item_1 class failed.");
 }
 
-TEST_F(KvBackupRecordTest, CountsThatNoRecordHoldsEndAtTheFirstMissingSection) {
+TEST_F(KvBackupRecord, CountsThatNoRecordHoldsEndAtTheFirstMissingSection) {
     const std::string end = "\npatchagent.version=1\n" + kItem;
     for (const char* count :
          {"-1", "4294967295", "48806446", "48806447", "2147483647", "99999999999999999999"}) {
@@ -166,7 +166,7 @@ TEST_F(KvBackupRecordTest, CountsThatNoRecordHoldsEndAtTheFirstMissingSection) {
     }
 }
 
-TEST_F(KvBackupRecordTest, FileCountThatCannotBeAllocatedIsAMemoryFailure) {
+TEST_F(KvBackupRecord, FileCountThatCannotBeAllocatedIsAMemoryFailure) {
     for (const char* count : {"-1", "4294967295", "2147483647", "536870912"}) {
         expectRefused(kCommon + kItem + "added.filecount=" + count + "\nadded.0=/a\n",
                       "phaseIniForBackupL: malloc failed.");
@@ -175,7 +175,7 @@ TEST_F(KvBackupRecordTest, FileCountThatCannotBeAllocatedIsAMemoryFailure) {
     }
 }
 
-TEST_F(KvBackupRecordTest, FirstOfDoubleSectionsAndKeysCounts) {
+TEST_F(KvBackupRecord, FirstOfDoubleSectionsAndKeysCounts) {
     ASSERT_EQ(kBackupRecordParsed,
               parse(kCommon + kItem + "[item_0]\nclass=2\ntype=9\n[common]\nitemcount=5\n"));
     EXPECT_EQ(1U, out_.itemCount);
@@ -184,7 +184,7 @@ TEST_F(KvBackupRecordTest, FirstOfDoubleSectionsAndKeysCounts) {
     EXPECT_EQ(5U, out_.items[0].type);
 }
 
-TEST_F(KvBackupRecordTest, NullParametersAreRefused) {
+TEST_F(KvBackupRecord, NullParametersAreRefused) {
     KvIniUtil* none = nullptr;
     RecordDocument document = openRecord(nullptr);
     KvIniUtil* raw = document.get();
@@ -197,7 +197,7 @@ TEST_F(KvBackupRecordTest, NullParametersAreRefused) {
 }
 
 // The version is the one thing that `out` keeps when the common section cannot be read.
-TEST_F(KvBackupRecordTest, VersionIsLeftWhenThereIsNoCount) {
+TEST_F(KvBackupRecord, VersionIsLeftWhenThereIsNoCount) {
     RecordDocument document = openRecord(nullptr);
     KvIniUtil* raw = document.get();
     backupStru out;

@@ -8,6 +8,7 @@
 
 #include "store/KvBackupMerge.h"
 #include "tests/store/RunBackup.h"
+#include "tests/store/StoreNames.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/TempTree.h"
@@ -18,7 +19,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;
 
-const std::string kRecord = "app/VC_Backup/VcBackup.ini";
+const std::string kRecord = "app/" + kRecordFile;
 const std::string kCommon = "[common]\nitemcount=";
 
 std::string item(int number, int type, const std::string& lists) {
@@ -28,15 +29,15 @@ std::string item(int number, int type, const std::string& lists) {
 
 const std::string kNoFiles = "added.filecount=0\nwritten.filecount=0\n";
 
-class KvBackupRemovalTest : public testing::Test {
+class KvBackupRemoval : public testing::Test {
   protected:
-    KvBackupRemovalTest() : app_(tree_.makeDir("app")) {}
+    KvBackupRemoval() : app_(tree_.makeDir("app")) {}
 
     void makeCopy(const std::string& name) const {
-        tree_.write("app/VC_Backup/3/5/" + name, "former contents");
+        tree_.write("app/" + kStore + "3/5/" + name, "former contents");
     }
     [[nodiscard]] bool hasCopy(const std::string& name) const {
-        return tree_.exists("app/VC_Backup/3/5/" + name);
+        return tree_.exists("app/" + kStore + "3/5/" + name);
     }
 
     TempTree tree_;
@@ -44,7 +45,60 @@ class KvBackupRemovalTest : public testing::Test {
     LogCapture log_;
 };
 
-TEST_F(KvBackupRemovalTest, RunBackupIsThrownAwayAndTheItemLeavesTheRecord) {
+TEST_F(KvBackupRemoval, WrittenEntriesNameFilesOfTheBackupDirectoryAlone) {
+    makeCopy("backup.000");
+    makeCopy("backup.001");
+    tree_.write("backup.000", "");
+    tree_.write("app/" + kStore + "3/6/backup.000", "");
+    RunBackup named(1);
+    named.item(3, 6, "1", "2", "/nowhere")
+        .written(tree_.path("backup.000") + ", /x")
+        .written("gone, /y");
+    RunBackup place(1);
+    place.item(3, 5, "1", "2", app_);
+    deleteWrittenBackups(named.last(), place.last(), DeletionReport::kLogged);
+    EXPECT_FALSE(hasCopy("backup.000"));
+    EXPECT_TRUE(hasCopy("backup.001"));
+    EXPECT_TRUE(tree_.exists("app/" + kStore + "3/6/backup.000"));
+    EXPECT_TRUE(tree_.exists("backup.000"));
+    const std::string dir = app_ + "/" + kStore + "3/5/";
+    EXPECT_THAT(linesOf(log_), ElementsAre("-1 info Unlink " + dir + "backup.000 returned with 0.",
+                                           "-1 info Unlink " + dir + "gone returned with 0."));
+    log_.forget();
+    makeCopy("backup.000");
+    deleteWrittenBackups(named.last(), place.last(), DeletionReport::kSilent);
+    EXPECT_FALSE(hasCopy("backup.000"));
+    EXPECT_THAT(linesOf(log_), ElementsAre());
+}
+
+TEST_F(KvBackupRemoval, NullListsAndEntriesNameNothing) {
+    backupItem item{};
+    item.writtenCount = 3;
+    deleteWrittenBackups(item, item, DeletionReport::kLogged);
+    makeCopy("backup.000");
+    RunBackup run(1);
+    run.item(3, 5, "1", "2", app_).written("backup.000, /x");
+    free(std::exchange(run.last().writtenList[0], nullptr));
+    deleteWrittenBackups(run.last(), run.last(), DeletionReport::kLogged);
+    EXPECT_TRUE(hasCopy("backup.000"));
+}
+
+TEST_F(KvBackupRemoval, AddedEntriesNameFilesByTheirLastPart) {
+    tree_.write(kRecord, kCommon + "1\npatchagent.version=1\n" +
+                             item(0, 5,
+                                  "added.filecount=3\nadded.0=/opt/new,1.dat\n"
+                                  "added.1=/opt/dir/\nadded.2=/opt/*\n"));
+    makeCopy("new,1.dat");
+    makeCopy("backup.000");
+    RunBackup run(1);
+    run.item(3, 5, "2", "3", app_);
+    mergeBackupIni(run.get(), 0);
+    EXPECT_FALSE(hasCopy("new,1.dat"));
+    EXPECT_TRUE(hasCopy("backup.000"));
+    EXPECT_THAT(log_.texts(-1), Not(Contains(testing::HasSubstr("Unlink"))));
+}
+
+TEST_F(KvBackupRemoval, RunBackupIsThrownAwayAndTheItemLeavesTheRecord) {
     const std::string files =
         "added.filecount=1\nadded.0=/opt/app/backup.00c\n"
         "written.filecount=1\nwritten.0=backup.00a, /opt/app/x\n";
@@ -66,7 +120,7 @@ TEST_F(KvBackupRemovalTest, RunBackupIsThrownAwayAndTheItemLeavesTheRecord) {
     EXPECT_TRUE(hasCopy("backup.00b")) << "named by nobody";
 }
 
-TEST_F(KvBackupRemovalTest, MessagesOfTheNoBackupPath) {
+TEST_F(KvBackupRemoval, ThrowingARunBackupAwayIsLogged) {
     tree_.write(kRecord, kCommon + "0\npatchagent.version=1\n");
     RunBackup run(1);
     run.item(3, 5, "2", "3", app_).written("backup.000, /opt/app/x");
@@ -75,7 +129,7 @@ TEST_F(KvBackupRemovalTest, MessagesOfTheNoBackupPath) {
         linesOf(log_),
         ElementsAre("6 info mergeBackupIni: no need to backup.",
                     "3 info Remove auto-rollback files",
-                    "-1 info Unlink " + app_ + "/VC_Backup/3/5/backup.000 returned with 0.",
+                    "-1 info Unlink " + app_ + "/" + kStore + "3/5/backup.000 returned with 0.",
                     "6 info Start Parsing the original backup ini(" + tree_.path(kRecord) + ").",
                     "6 info Dump backup ini common section:Item Count: 0\n"
                     "PatchAgent Ver: 1 (New)\nPatchAgent File: Null",
@@ -84,7 +138,7 @@ TEST_F(KvBackupRemovalTest, MessagesOfTheNoBackupPath) {
 }
 
 // Kept: this path alone writes the key without an agent file, with an empty value.
-TEST_F(KvBackupRemovalTest, MissingAgentFileBecomesAnEmptyKey) {
+TEST_F(KvBackupRemoval, MissingAgentFileBecomesAnEmptyKey) {
     tree_.write(kRecord, kCommon + "1\npatchagent.version=1\n" + item(0, 5, kNoFiles));
     RunBackup run(1);
     run.item(3, 5, "2", "3", app_);
@@ -92,7 +146,7 @@ TEST_F(KvBackupRemovalTest, MissingAgentFileBecomesAnEmptyKey) {
     EXPECT_EQ(kCommon + "0\npatchagent.version=1\npatchagent=\n", tree_.read(kRecord));
 }
 
-TEST_F(KvBackupRemovalTest, EverySectionOfTheItemLeavesTheRecord) {
+TEST_F(KvBackupRemoval, EverySectionOfTheItemLeavesTheRecord) {
     tree_.write(kRecord, kCommon + "4\npatchagent.version=0\n" + item(0, 5, kNoFiles) +
                              item(1, 6, kNoFiles) + item(2, 5, kNoFiles) + item(3, 7, kNoFiles));
     RunBackup run(1);
@@ -103,7 +157,7 @@ TEST_F(KvBackupRemovalTest, EverySectionOfTheItemLeavesTheRecord) {
               tree_.read(kRecord));
 }
 
-TEST_F(KvBackupRemovalTest, RecordWithoutTheItemStaysAsItIs) {
+TEST_F(KvBackupRemoval, RecordWithoutTheItemStaysAsItIs) {
     const std::string record =
         "; mine\n" + kCommon + "1\npatchagent.version=1\n" + item(0, 6, kNoFiles);
     tree_.write(kRecord, record);
@@ -113,20 +167,20 @@ TEST_F(KvBackupRemovalTest, RecordWithoutTheItemStaysAsItIs) {
     EXPECT_EQ(record, tree_.read(kRecord));
 }
 
-TEST_F(KvBackupRemovalTest, RecordThatCannotBeParsedIsSkippedAndNotRepaired) {
+TEST_F(KvBackupRemoval, RecordThatCannotBeParsedIsSkippedAndNotRepaired) {
     const std::string damaged = kCommon + "1\npatchagent.version=1\n[item_0]\nclass=3\ntype=5\n";
     tree_.write(kRecord, damaged);
-    tree_.write("other/VC_Backup/VcBackup.ini",
+    tree_.write("other/" + kRecordFile,
                 kCommon + "1\npatchagent.version=1\n" + item(0, 5, kNoFiles));
     RunBackup run(1);
     run.item(3, 5, "2", "3", app_).item(3, 5, "2", "3", tree_.path("other"));
     mergeBackupIni(run.get(), 0);
     EXPECT_EQ(damaged, tree_.read(kRecord));
     EXPECT_EQ(kCommon + "0\npatchagent.version=1\npatchagent=\n",
-              tree_.read("other/VC_Backup/VcBackup.ini"));
+              tree_.read("other/" + kRecordFile));
 }
 
-TEST_F(KvBackupRemovalTest, NoRecordIsMadeWhereNoneIs) {
+TEST_F(KvBackupRemoval, NoRecordIsMadeWhereNoneIs) {
     RunBackup run(1);
     run.item(3, 5, "2", "3", app_).item(3, 6, "2", "3", app_).unreached();
     mergeBackupIni(run.get(), 0);
@@ -137,18 +191,18 @@ TEST_F(KvBackupRemovalTest, NoRecordIsMadeWhereNoneIs) {
 }
 
 // A damaged entry may not empty the directory as a pattern, nor delete the directory itself.
-TEST_F(KvBackupRemovalTest, NamesThatAreNoNamesDeleteNothing) {
+TEST_F(KvBackupRemoval, NamesThatAreNoNamesDeleteNothing) {
     makeCopy("backup.000");
-    tree_.makeDir("app/VC_Backup/3/6");
+    tree_.makeDir("app/" + kStore + "3/6");
     RunBackup run(1);
     run.item(3, 5, "2", "3", app_).written("*, /x").written("backup.00?, /x").written("");
     run.item(3, 6, "2", "3", app_).written(", /x").written(",");
     mergeBackupIni(run.get(), 0);
     EXPECT_TRUE(hasCopy("backup.000"));
-    EXPECT_TRUE(tree_.exists("app/VC_Backup/3/6"));
+    EXPECT_TRUE(tree_.exists("app/" + kStore + "3/6"));
 }
 
-TEST_F(KvBackupRemovalTest, RolledBackItemLeavesTheRecord) {
+TEST_F(KvBackupRemoval, RolledBackItemLeavesTheRecord) {
     const std::string files =
         "added.filecount=1\nadded.0=/opt/app/backup.00c\n"
         "written.filecount=1\nwritten.0=backup.00a, /opt/app/x\n";
@@ -171,7 +225,7 @@ TEST_F(KvBackupRemovalTest, RolledBackItemLeavesTheRecord) {
     EXPECT_THAT(log_.texts(-1), Not(Contains(testing::HasSubstr("Unlink"))));
 }
 
-TEST_F(KvBackupRemovalTest, OnlyTheFirstSectionOfARolledBackItemLeaves) {
+TEST_F(KvBackupRemoval, OnlyTheFirstSectionOfARolledBackItemLeaves) {
     tree_.write(kRecord, kCommon + "2\npatchagent.version=1\n" + item(0, 5, kNoFiles) +
                              item(1, 5, "added.filecount=1\nadded.0=/a\nwritten.filecount=0\n"));
     RunBackup rollback(1);
@@ -182,7 +236,7 @@ TEST_F(KvBackupRemovalTest, OnlyTheFirstSectionOfARolledBackItemLeaves) {
               tree_.read(kRecord));
 }
 
-TEST_F(KvBackupRemovalTest, LastItemLeavesAnEmptyRecord) {
+TEST_F(KvBackupRemoval, LastItemLeavesAnEmptyRecord) {
     tree_.write(kRecord, kCommon + "1\npatchagent.version=1\n" + item(0, 5, kNoFiles));
     RunBackup rollback(1);
     rollback.item(3, 5, "1", "2", app_);
@@ -190,7 +244,7 @@ TEST_F(KvBackupRemovalTest, LastItemLeavesAnEmptyRecord) {
     EXPECT_EQ(kCommon + "0\npatchagent.version=1\n", tree_.read(kRecord));
 }
 
-TEST_F(KvBackupRemovalTest, RollbackOfAnUnknownItemDeletesNothing) {
+TEST_F(KvBackupRemoval, RollbackOfAnUnknownItemDeletesNothing) {
     const std::string record = kCommon + "1\npatchagent.version=1\n" + item(0, 6, kNoFiles);
     tree_.write(kRecord, record);
     makeCopy("backup.000");
@@ -204,7 +258,7 @@ TEST_F(KvBackupRemovalTest, RollbackOfAnUnknownItemDeletesNothing) {
     EXPECT_FALSE(tree_.exists("nowhere"));
 }
 
-TEST_F(KvBackupRemovalTest, DamagedRecordIsLeftToTheNextMerge) {
+TEST_F(KvBackupRemoval, DamagedRecordIsLeftToTheNextMerge) {
     const std::string damaged = "[common]\nitemcount=1\n" + item(0, 5, kNoFiles);
     tree_.write(kRecord, damaged);
     RunBackup rollback(1);
@@ -214,7 +268,7 @@ TEST_F(KvBackupRemovalTest, DamagedRecordIsLeftToTheNextMerge) {
     EXPECT_EQ("6 info updateBackupIni: done.", linesOf(log_).back());
 }
 
-TEST_F(KvBackupRemovalTest, RollbackWithoutItemsIsDoneAtOnce) {
+TEST_F(KvBackupRemoval, RollbackWithoutItemsIsDoneAtOnce) {
     const RunBackup rollback(1);
     updateBackupIni(rollback.get());
     updateBackupIni(nullptr);

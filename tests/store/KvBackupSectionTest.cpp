@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "store/KvRecordDocument.h"
+#include "store/KvBackupRecord.h"
 #include "tests/store/RunBackup.h"
 
 namespace {
@@ -21,7 +21,7 @@ std::string dumpOf(const KvIniUtil& record) {
     return text.c_str();
 }
 
-TEST(KvBackupSectionTest, CommonSectionIsWritten) {
+TEST(KvBackupSection, CommonSectionIsWritten) {
     const RecordDocument record = openRecord(nullptr);
     writeRecordCommon(*record, 2, 1, "agent.so");
     EXPECT_EQ("[common]\nitemcount=2\npatchagent.version=1\npatchagent=agent.so\n",
@@ -41,7 +41,7 @@ std::vector<std::string>& seenKeys() {
     return keys;
 }
 
-TEST(KvBackupSectionTest, ItemIsWrittenInTheOrderOfTheKeys) {
+TEST(KvBackupSection, ItemIsWrittenInTheOrderOfTheKeys) {
     RunBackup run(1);
     run.item(1, 4294967295U, "5.2", "5.2.1234", "/opt")
         .added("/opt/a")
@@ -69,7 +69,7 @@ TEST(KvBackupSectionTest, ItemIsWrittenInTheOrderOfTheKeys) {
     EXPECT_EQ(text, dumpOf(*record));
 }
 
-TEST(KvBackupSectionTest, NullEntriesAreLeftOutAndTheOthersKeepTheirNumbers) {
+TEST(KvBackupSection, NullEntriesAreLeftOutAndTheOthersKeepTheirNumbers) {
     RunBackup run(1);
     run.item(3, 5, "1", "2", "/opt").added("/a").added("/b").written("x, /w").written("y, /v");
     free(std::exchange(run.last().addedList[0], nullptr));
@@ -82,7 +82,7 @@ TEST(KvBackupSectionTest, NullEntriesAreLeftOutAndTheOthersKeepTheirNumbers) {
         dumpOf(*record));
 }
 
-TEST(KvBackupSectionTest, SectionsAreThoseOfTheIndicesWhenNothingWasDropped) {
+TEST(KvBackupSection, SectionsAreThoseOfTheIndicesWhenNothingWasDropped) {
     RunBackup parsed(1);
     parsed.item(0, 5, "1", "2", "").item(3, 6, "1", "2", "");
     const RecordDocument record = openRecord(nullptr);
@@ -91,7 +91,7 @@ TEST(KvBackupSectionTest, SectionsAreThoseOfTheIndicesWhenNothingWasDropped) {
     EXPECT_EQ(1U, sectionOfBackupItem(*record, *parsed.get(), 1));
 }
 
-TEST(KvBackupSectionTest, SectionsMoveDownBehindDroppedItems) {
+TEST(KvBackupSection, SectionsMoveDownBehindDroppedItems) {
     RunBackup parsed(1);
     parsed.item(3, 5, "1", "2", "").item(0, 6, "1", "2", "").item(0, 7, "1", "2", "");
     parsed.item(3, 8, "1", "2", "");
@@ -103,7 +103,7 @@ TEST(KvBackupSectionTest, SectionsMoveDownBehindDroppedItems) {
     EXPECT_EQ(1U, sectionOfBackupItem(*record, *parsed.get(), 3));
 }
 
-TEST(KvBackupSectionTest, NamesOfSectionsAndKeys) {
+TEST(KvBackupSection, SectionsAndKeysAreNumbered) {
     BackupKey key;
     EXPECT_TRUE(makeItemSection(key, 4294967295U));
     EXPECT_STREQ("item_4294967295", key);

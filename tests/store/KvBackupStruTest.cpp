@@ -26,7 +26,7 @@ void freeItemLists(backupItem& item) {
     item = {};
 }
 
-TEST(KvBackupStruTest, EmptyRecordHasOneItemForEachOfTheDescription) {
+TEST(KvBackupStru, EmptyRecordHasOneItemForEachOfTheDescription) {
     tag_ItemInfo items[3] = {};
     char agent[] = "agent.so";
     updateStru update{};
@@ -50,7 +50,7 @@ TEST(KvBackupStruTest, EmptyRecordHasOneItemForEachOfTheDescription) {
     freeBackupStru(&backup);
 }
 
-TEST(KvBackupStruTest, DescriptionWithoutAgentAndItemsGivesAnEmptyRecord) {
+TEST(KvBackupStru, DescriptionWithoutAgentAndItemsGivesAnEmptyRecord) {
     const updateStru update{};
     backupStru backup;
     memset(static_cast<void*>(&backup), 0xEE, sizeof backup);
@@ -61,7 +61,7 @@ TEST(KvBackupStruTest, DescriptionWithoutAgentAndItemsGivesAnEmptyRecord) {
     EXPECT_EQ(0U, backup.itemCount);
 }
 
-TEST(KvBackupStruTest, ItemsThatCannotBeAllocatedLeaveARecordWithoutItems) {
+TEST(KvBackupStru, ItemsThatCannotBeAllocatedLeaveARecordWithoutItems) {
     LogCapture log;
     char agent[] = "agent.so";
     updateStru update{};
@@ -76,7 +76,7 @@ TEST(KvBackupStruTest, ItemsThatCannotBeAllocatedLeaveARecordWithoutItems) {
     freeBackupStru(&backup);
 }
 
-TEST(KvBackupStruTest, NullArgumentsOfInit) {
+TEST(KvBackupStru, InitTakesNull) {
     const updateStru update{};
     initBackupStru(&update, nullptr);
     backupStru backup;
@@ -87,7 +87,7 @@ TEST(KvBackupStruTest, NullArgumentsOfInit) {
     EXPECT_EQ(nullptr, backup.patchAgentFile);
 }
 
-TEST(KvBackupStruTest, ListsStartWithSixteenSlotsAndDouble) {
+TEST(KvBackupStru, ListsStartWithSixteenSlotsAndDouble) {
     backupItem item = emptyItem();
     expandBackupItem(&item);
     EXPECT_EQ(16U, item.addedCapacity);
@@ -109,7 +109,7 @@ TEST(KvBackupStruTest, ListsStartWithSixteenSlotsAndDouble) {
     freeItemLists(item);
 }
 
-TEST(KvBackupStruTest, ListThatIsNotFullIsLeftAlone) {
+TEST(KvBackupStru, ListThatIsNotFullIsLeftAlone) {
     backupItem item = emptyItem();
     expandBackupItem(&item);
     item.addedList[item.addedCount++] = strdup("a");
@@ -122,7 +122,7 @@ TEST(KvBackupStruTest, ListThatIsNotFullIsLeftAlone) {
     expandBackupItem(nullptr);
 }
 
-TEST(KvBackupStruTest, ListThatCannotGrowStopsTheOtherToo) {
+TEST(KvBackupStru, ListThatCannotGrowStopsTheOtherToo) {
     backupItem item = emptyItem();
     // A full list of an impossible size: twice as much cannot be allocated.
     item.addedCapacity = item.addedCount = uint64_t{1} << 40;
@@ -135,7 +135,7 @@ TEST(KvBackupStruTest, ListThatCannotGrowStopsTheOtherToo) {
     EXPECT_FALSE(appendWrittenFile(&item, entry));
 }
 
-TEST(KvBackupStruTest, AppendingGrowsTheList) {
+TEST(KvBackupStru, AppendingGrowsTheList) {
     backupItem item = emptyItem();
     for (int i = 0; i < 40; ++i) {
         ASSERT_TRUE(appendAddedFile(&item, strdup(("a" + std::to_string(i)).c_str())));
@@ -155,7 +155,7 @@ TEST(KvBackupStruTest, AppendingGrowsTheList) {
     EXPECT_FALSE(appendWrittenFile(&item, nullptr));
 }
 
-TEST(KvBackupStruTest, FirstItemOfClassAndTypeIsFound) {
+TEST(KvBackupStru, FirstItemOfClassAndTypeIsFound) {
     backupItem items[4] = {};
     items[0].itemClass = 3;
     items[1].itemClass = 2;
@@ -173,7 +173,7 @@ TEST(KvBackupStruTest, FirstItemOfClassAndTypeIsFound) {
     EXPECT_EQ(nullptr, findBackupItem(&broken, 3, 5));
 }
 
-TEST(KvBackupStruTest, ReleasedRecordIsEmptyAndMayBeReleasedAgain) {
+TEST(KvBackupStru, ReleasedRecordIsEmptyAndMayBeReleasedAgain) {
     backupStru backup{1, static_cast<backupItem*>(calloc(2, sizeof(backupItem))), 2,
                       strdup("agent.so")};
     backup.items[0].destination = strdup("/opt");
@@ -194,7 +194,7 @@ std::string printed(const backupStru* backup) {
     return testing::internal::GetCapturedStdout();
 }
 
-TEST(KvBackupStruTest, EmptyRecordIsPrinted) {
+TEST(KvBackupStru, EmptyRecordIsPrinted) {
     const backupStru backup{};
     EXPECT_EQ(
         "Start of backup structure =========================\n\n"
@@ -205,7 +205,7 @@ TEST(KvBackupStruTest, EmptyRecordIsPrinted) {
     EXPECT_EQ("", printed(nullptr));
 }
 
-TEST(KvBackupStruTest, CountWithoutItemsIsPrintedAsAnError) {
+TEST(KvBackupStru, CountWithoutItemsIsPrintedAsAnError) {
     char agent[] = "agent.so";
     const backupStru backup{7, nullptr, 2, agent};
     EXPECT_EQ(
@@ -218,7 +218,7 @@ TEST(KvBackupStruTest, CountWithoutItemsIsPrintedAsAnError) {
         printed(&backup));
 }
 
-TEST(KvBackupStruTest, ItemsArePrinted) {
+TEST(KvBackupStru, ItemsArePrinted) {
     char added[] = "/opt/new.dat";
     char written[] = "backup.00a, /opt/old.dat";
     char destination[] = "/opt";

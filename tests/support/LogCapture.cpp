@@ -83,6 +83,17 @@ LogCapture::~LogCapture() {
     KvEventPublisher::removeEventListener(error_.get());
 }
 
+std::vector<std::string> LogCapture::lines(int lowestLevel) const {
+    std::vector<std::string> lines;
+    for (const LogRecord& record : records_) {
+        if (record.level >= lowestLevel) {
+            lines.push_back((record.kind == LogKind::kError ? "Err " : "Inf ") +
+                            std::to_string(record.level) + " " + record.text);
+        }
+    }
+    return lines;
+}
+
 std::vector<std::string> LogCapture::texts(int lowestLevel) const {
     std::vector<std::string> texts;
     for (const LogRecord& record : records_) {

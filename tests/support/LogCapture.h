@@ -2,7 +2,7 @@
 //
 //     LogCapture log;
 //     ... what reports ...
-//     EXPECT_THAT(log.records(), ElementsAre(errorAt(6, "..."), infoAt(6, "...")));
+//     EXPECT_THAT(log.lines(), LogIs({"Err 6 item not found.", "Inf 6 done."}));
 //
 // A test program that uses this writes no log of its own.
 #pragma once
@@ -28,19 +28,21 @@ std::ostream& operator<<(std::ostream& out, const LogRecord& record);
 
 class LogCapture {
   public:
+    static constexpr int kAllLevels = -1;
+
     explicit LogCapture(int lowestLevel = kAllLevels);
     ~LogCapture();
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
     [[nodiscard]] const std::vector<LogRecord>& records() const { return records_; }
+    // As LogMatchers.h writes them, of this level and above.
+    [[nodiscard]] std::vector<std::string> lines(int lowestLevel = kAllLevels) const;
     // The texts alone, of this level and above.
     [[nodiscard]] std::vector<std::string> texts(int lowestLevel = 0) const;
     void forget() { records_.clear(); }
 
   private:
-    static constexpr int kAllLevels = -1;
-
     class InfoListener;
     class ErrorListener;
 

@@ -36,7 +36,8 @@ class ActionTest : public testing::Test {
     }
 
     // Runs the action on the description; the result is the run status.
-    unsigned runAction(unsigned (*action)(KvIniUtil*)) {
+    template <typename Status>
+    unsigned runAction(Status (*action)(KvIniUtil*)) {
         KvIniUtil document(text.text().c_str(), ';', false, true, '=');
         return action(&document);
     }

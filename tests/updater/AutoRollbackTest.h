@@ -11,7 +11,7 @@
 #include "updater/KvAutoRollback.h"
 
 // A run's record over items of "app", whose saved files are in the store.
-class AutoRollback : public testing::Test {
+class KvAutoRollback : public testing::Test {
   protected:
     // Begins the next item; the one before moves.
     backupItem& item(uint32_t itemClass, uint32_t type) {

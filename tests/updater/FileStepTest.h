@@ -14,18 +14,18 @@
 #include "tests/support/TempTree.h"
 #include "tests/updater/RebootEntries.h"
 #include "updater/KvFileStep.h"
-#include "updater/KvItemContext.h"
+#include "updater/KvItemStep.h"
 
 // An item 3/5 of "app", of an agent of the new interface.
-class FileStep : public testing::Test {
+class KvFileStep : public testing::Test {
   protected:
-    FileStep() : destination_(tree.makeDir("app")) {
+    KvFileStep() : destination_(tree.makeDir("app")) {
         item.destination = strdup(destination_.c_str());
         item.itemClass = 3;
         item.type = 5;
         g_RebootForNewFile = false;
     }
-    ~FileStep() override {
+    ~KvFileStep() override {
         backupStru owner{0, static_cast<backupItem*>(malloc(sizeof item)), 1, nullptr};
         *owner.items = item;
         freeBackupStru(&owner);
@@ -39,7 +39,7 @@ class FileStep : public testing::Test {
     }
 
     int stepTo(const char* source, const char* target, uint32_t action, uint32_t phase) {
-        ItemContext context{&item, agent.table(), destination_.c_str(), 0, 3, 5};
+        ItemContext context{&item, agent.table(), destination_.c_str(), 0, 3, 5, &names_};
         KvFileOpUtil::CallbackEntry entry{};
         entry.cbSize = sizeof entry;
         entry.userData = &context;
@@ -64,5 +64,6 @@ class FileStep : public testing::Test {
     RebootEntries reboots;
 
   private:
+    BackupNames names_;
     std::string destination_;
 };

@@ -15,7 +15,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST_F(AutoRollback, TellsANewAgentThatItGoesBackFromTheResultToTheOrigin) {
+TEST_F(KvAutoRollback, TellsANewAgentThatItGoesBackFromTheResultToTheOrigin) {
     item(1, 17);
     added("new.dat");
     item(2, 17);
@@ -42,7 +42,7 @@ TEST_F(AutoRollback, TellsANewAgentThatItGoesBackFromTheResultToTheOrigin) {
             infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7")));
 }
 
-TEST_F(AutoRollback, LogsWhatANewAgentRefusesAndGoesOn) {
+TEST_F(KvAutoRollback, LogsWhatANewAgentRefusesAndGoesOn) {
     item(2, 4);
     written("backup.000", "a.dat");
     FakeAgent agent(PATCHAGENT_NEW);
@@ -64,7 +64,7 @@ TEST_F(AutoRollback, LogsWhatANewAgentRefusesAndGoesOn) {
             errorAt(6, "End Class[2] error but in auto rollback so ignore it")));
 }
 
-TEST_F(AutoRollback, TellsAnOldAgentByClass) {
+TEST_F(KvAutoRollback, TellsAnOldAgentByClass) {
     item(1, 1);
     item(2, 1);
     FakeAgent agent(PATCHAGENT_OLD);
@@ -82,7 +82,7 @@ TEST_F(AutoRollback, TellsAnOldAgentByClass) {
 }
 
 // 112400 and 112300 are 124 and 123 in the old numbering.
-TEST_F(AutoRollback, ConvertsPatternNumbersOfTypesBelowFiveForAnOldAgent) {
+TEST_F(KvAutoRollback, ConvertsPatternNumbersOfTypesBelowFiveForAnOldAgent) {
     for (const uint32_t type : {5U, 4U}) {
         backupItem& pattern = item(3, type);
         pattern.originVersion = {112300, 0, 0};
@@ -102,7 +102,7 @@ TEST_F(AutoRollback, ConvertsPatternNumbersOfTypesBelowFiveForAnOldAgent) {
     EXPECT_THAT(log.records(), ElementsAre(start, end, start, end));
 }
 
-TEST_F(AutoRollback, JudgesAClassWithoutCallsByTheAnswerBefore) {
+TEST_F(KvAutoRollback, JudgesAClassWithoutCallsByTheAnswerBefore) {
     item(4, 1);
     item(2, 1);
     item(4, 2);
@@ -127,10 +127,10 @@ struct RefusedClass {
     const char* end;    // message of the end call
 };
 
-class AutoRollbackRefused : public AutoRollback,
-                            public testing::WithParamInterface<RefusedClass> {};
+class KvAutoRollbackRefused : public KvAutoRollback,
+                              public testing::WithParamInterface<RefusedClass> {};
 
-TEST_P(AutoRollbackRefused, IsLoggedForAnOldAgentAndGoesOn) {
+TEST_P(KvAutoRollbackRefused, IsLoggedForAnOldAgentAndGoesOn) {
     const std::string entry = GetParam().entry;
     const std::string number = std::to_string(GetParam().itemClass);
     item(GetParam().itemClass, 5);
@@ -156,7 +156,7 @@ TEST_P(AutoRollbackRefused, IsLoggedForAnOldAgentAndGoesOn) {
 
 // Shifted by 16 bits, 0x00060000 is 0 and 0x00052000 is 0x20000000.
 INSTANTIATE_TEST_SUITE_P(
-    EveryClass, AutoRollbackRefused,
+    EveryClass, KvAutoRollbackRefused,
     testing::Values(
         RefusedClass{1, "Product", "Call PatchAgent EndProduct with: TRUE, 0x60000, 0x52000"},
         RefusedClass{2, "Engine", "Call PatchAgent EndEngine with: TRUE, 0x60000, 0x52000"},
@@ -164,7 +164,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& test) { return std::string(test.param.entry); });
 
 // No call is made of these classes, and no answer yet counts as 0.
-TEST_F(AutoRollback, CallsNothingOfAnOldAgentForAnUnknownClass) {
+TEST_F(KvAutoRollback, CallsNothingOfAnOldAgentForAnUnknownClass) {
     const std::pair<uint32_t, const char*> classes[] = {{0, "0"}, {5, "5"}, {0xFFFFFFFFU, "-1"}};
     for (const auto& [itemClass, number] : classes) {
         RunBackup lone(0);
@@ -187,7 +187,7 @@ TEST_F(AutoRollback, CallsNothingOfAnOldAgentForAnUnknownClass) {
     }
 }
 
-TEST_F(AutoRollback, TellsANewAgentOfUnknownClassesToo) {
+TEST_F(KvAutoRollback, TellsANewAgentOfUnknownClassesToo) {
     item(0xFFFFFFFFU, 0xFFFFFFFFU);
     item(0, 0);
     FakeAgent agent(PATCHAGENT_NEW);
@@ -211,7 +211,7 @@ TEST_F(AutoRollback, TellsANewAgentOfUnknownClassesToo) {
 }
 
 // Of products the type is shown in decimal, of all others in hexadecimal.
-TEST_F(AutoRollback, ShowsAProductsTypeInDecimal) {
+TEST_F(KvAutoRollback, ShowsAProductsTypeInDecimal) {
     item(1, 0);
     item(1, 0xFFFFFFFFU);
     FakeAgent agent(PATCHAGENT_NEW);
@@ -230,7 +230,7 @@ TEST_F(AutoRollback, ShowsAProductsTypeInDecimal) {
             end));
 }
 
-TEST_F(AutoRollback, CallsNobodyForAnUnknownInterface) {
+TEST_F(KvAutoRollback, CallsNobodyForAnUnknownInterface) {
     item(1, 1);
     written("backup.000", "a.dat");
     FakeAgent agent(9);
@@ -242,7 +242,7 @@ TEST_F(AutoRollback, CallsNobodyForAnUnknownInterface) {
     EXPECT_EQ(log.records().size(), 1U) << "only the moved file is logged";
 }
 
-TEST_F(AutoRollback, PassesOverItemsThatWereNeverReached) {
+TEST_F(KvAutoRollback, PassesOverItemsThatWereNeverReached) {
     item(2, 1);
     written("backup.000", "a.dat");
     item(1, 1);

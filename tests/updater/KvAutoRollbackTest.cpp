@@ -14,7 +14,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST_F(AutoRollback, DoesNothingForARunWithoutItems) {
+TEST_F(KvAutoRollback, DoesNothingForARunWithoutItems) {
     FakeAgent agent(PATCHAGENT_NEW);
     LogCapture log;
     EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
@@ -22,7 +22,7 @@ TEST_F(AutoRollback, DoesNothingForARunWithoutItems) {
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_F(AutoRollback, DoesNothingWithoutAnAgentTableOrARecord) {
+TEST_F(KvAutoRollback, DoesNothingWithoutAnAgentTableOrARecord) {
     FakeAgent agent(PATCHAGENT_NEW);
     item(3, 5);
     EXPECT_EQ(autoRollback(nullptr, run.record(), 0), 1);
@@ -30,14 +30,14 @@ TEST_F(AutoRollback, DoesNothingWithoutAnAgentTableOrARecord) {
     EXPECT_THAT(agent.calls, IsEmpty());
 }
 
-TEST_F(AutoRollback, DoesNotTrustACountWithoutItems) {
+TEST_F(KvAutoRollback, DoesNotTrustACountWithoutItems) {
     FakeAgent agent(PATCHAGENT_NEW);
     backupStru empty{1, nullptr, 3, nullptr};
     EXPECT_EQ(autoRollback(agent.table(), &empty, 0), 1);
     EXPECT_THAT(agent.calls, IsEmpty());
 }
 
-TEST_F(AutoRollback, DoesNotTrustCountsWithoutLists) {
+TEST_F(KvAutoRollback, DoesNotTrustCountsWithoutLists) {
     backupItem& only = item(3, 5);
     only.addedCount = 2;
     only.writtenCount = 2;
@@ -46,7 +46,7 @@ TEST_F(AutoRollback, DoesNotTrustCountsWithoutLists) {
     EXPECT_EQ(agent.calls.size(), 2U);
 }
 
-TEST_F(AutoRollback, DeletesWhatWasAddedAndMovesTheSavedBack) {
+TEST_F(KvAutoRollback, DeletesWhatWasAddedAndMovesTheSavedBack) {
     item(3, 5);
     added("new.dat");
     written("backup.000", "a.dat");
@@ -61,7 +61,7 @@ TEST_F(AutoRollback, DeletesWhatWasAddedAndMovesTheSavedBack) {
     EXPECT_FALSE(tree.exists("app/VC_Backup/3/5/backup.000"));
 }
 
-TEST_F(AutoRollback, KeepsAddedFilesWhenItUndoesARollback) {
+TEST_F(KvAutoRollback, KeepsAddedFilesWhenItUndoesARollback) {
     item(3, 5);
     added("new.dat");
     written("backup.000", "a.dat");
@@ -73,7 +73,7 @@ TEST_F(AutoRollback, KeepsAddedFilesWhenItUndoesARollback) {
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
 }
 
-TEST_F(AutoRollback, OnlyCallsTheAgentInHigherModes) {
+TEST_F(KvAutoRollback, OnlyCallsTheAgentInHigherModes) {
     item(3, 5);
     added("new.dat");
     written("backup.000", "a.dat");
@@ -90,7 +90,7 @@ TEST_F(AutoRollback, OnlyCallsTheAgentInHigherModes) {
 }
 
 // The name of an added file is a pattern that fits the replaced one: it goes, and is put back.
-TEST_F(AutoRollback, DeletesTheAddedFilesOfAnItemBeforeItMovesTheSavedBack) {
+TEST_F(KvAutoRollback, DeletesTheAddedFilesOfAnItemBeforeItMovesTheSavedBack) {
     item(3, 5);
     written("backup.000", "axb.dat");
     added("a*b.dat");
@@ -103,7 +103,7 @@ TEST_F(AutoRollback, DeletesTheAddedFilesOfAnItemBeforeItMovesTheSavedBack) {
 }
 
 // Kept: what cannot be moved back loses its saved copy.
-TEST_F(AutoRollback, GoesOnBehindAFileThatCannotBeMovedBack) {
+TEST_F(KvAutoRollback, GoesOnBehindAFileThatCannotBeMovedBack) {
     tree.write("app/file", "no directory");
     item(3, 5);
     tree.write("app/VC_Backup/3/5/backup.000", "lost");
@@ -119,7 +119,7 @@ TEST_F(AutoRollback, GoesOnBehindAFileThatCannotBeMovedBack) {
     EXPECT_EQ(agent.calls.size(), 2U);
 }
 
-TEST_F(AutoRollback, StopsAtAnEntryThatIsNotAPair) {
+TEST_F(KvAutoRollback, StopsAtAnEntryThatIsNotAPair) {
     item(2, 1);
     written("backup.000", "a.dat");
     item(1, 1);
@@ -134,7 +134,7 @@ TEST_F(AutoRollback, StopsAtAnEntryThatIsNotAPair) {
     EXPECT_EQ(log.records().back(), errorAt(6, "autoRollback: written file name failed."));
 }
 
-TEST_F(AutoRollback, StopsAtAnEntryWithoutATarget) {
+TEST_F(KvAutoRollback, StopsAtAnEntryWithoutATarget) {
     item(1, 1);
     entry("backup.003");
     FakeAgent agent(PATCHAGENT_NEW);
@@ -142,7 +142,7 @@ TEST_F(AutoRollback, StopsAtAnEntryWithoutATarget) {
 }
 
 // The directory of all copies is no copy.
-TEST_F(AutoRollback, StopsAtAnEntryWithoutANameAndLeavesTheStoreAlone) {
+TEST_F(KvAutoRollback, StopsAtAnEntryWithoutANameAndLeavesTheStoreAlone) {
     for (const std::string& name : {std::string(), std::string("dir/"), std::string("  ")}) {
         item(3, 5);
         tree.write("app/VC_Backup/3/5/backup.000", "another copy");
@@ -161,7 +161,7 @@ TEST_F(AutoRollback, StopsAtAnEntryWithoutANameAndLeavesTheStoreAlone) {
     }
 }
 
-TEST_F(AutoRollback, StopsAtAStoreWhosePathDoesNotFit) {
+TEST_F(KvAutoRollback, StopsAtAStoreWhosePathDoesNotFit) {
     backupItem& only = item(1, 1);
     free(only.destination);
     only.destination = strdup(std::string(4090, 'd').c_str());
@@ -174,7 +174,7 @@ TEST_F(AutoRollback, StopsAtAStoreWhosePathDoesNotFit) {
     EXPECT_EQ(log.records().back(), errorAt(6, "autoRollback: CatURIWithFile failed."));
 }
 
-TEST_F(AutoRollback, LogsAWordForANullAddedFile) {
+TEST_F(KvAutoRollback, LogsAWordForANullAddedFile) {
     backupItem& only = item(1, 1);
     added("new.dat");
     free(only.addedList[0]);

@@ -23,7 +23,7 @@ using testing::IsEmpty;
 
 using FileTree = std::map<std::string, std::string>;
 
-class Staging : public testing::Test {
+class KvCleanupStaging : public testing::Test {
   protected:
     FileTree stage() const {
         tree.write("staging/VcPatch.ini", "[common]\n");
@@ -43,7 +43,7 @@ class Staging : public testing::Test {
 
 const char kSaved[] = "data/VC_Log/TempSave/staging";
 
-TEST_F(Staging, IsDeletedAfterASuccess) {
+TEST_F(KvCleanupStaging, IsDeletedAfterASuccess) {
     const LogCapture log;
     cleanUp(true);
     EXPECT_FALSE(tree.exists("staging"));
@@ -51,7 +51,7 @@ TEST_F(Staging, IsDeletedAfterASuccess) {
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_F(Staging, IsSavedAfterAFailure) {
+TEST_F(KvCleanupStaging, IsSavedAfterAFailure) {
     const LogCapture log;
     cleanUp(false);
     EXPECT_FALSE(tree.exists("staging"));
@@ -59,14 +59,14 @@ TEST_F(Staging, IsSavedAfterAFailure) {
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_F(Staging, IsSavedUnderItsNameWithASeparatorToo) {
+TEST_F(KvCleanupStaging, IsSavedUnderItsNameWithASeparatorToo) {
     CleanupTempFiles(false, (tree.path("staging") + "/").c_str(),
                      (tree.path("data") + "/").c_str());
     EXPECT_FALSE(tree.exists("staging"));
     EXPECT_EQ(tree.snapshot(kSaved), staged);
 }
 
-TEST_F(Staging, OfTheLastFailureAloneIsKept) {
+TEST_F(KvCleanupStaging, OfTheLastFailureAloneIsKept) {
     tree.write("data/VC_Log/TempSave/former/file", "1");
     tree.write("data/VC_Log/TempSave/staging/file", "1");
     tree.write("data/VC_Log/KvuDump.txt", "log");
@@ -76,7 +76,7 @@ TEST_F(Staging, OfTheLastFailureAloneIsKept) {
     EXPECT_EQ(tree.read("data/VC_Log/KvuDump.txt"), "log");
 }
 
-TEST_F(Staging, OfAnEarlierFailureGoesWithASuccess) {
+TEST_F(KvCleanupStaging, OfAnEarlierFailureGoesWithASuccess) {
     cleanUp(false);
     tree.write("staging/VcPatch.ini", "[common]\n");
     cleanUp(true);
@@ -84,7 +84,7 @@ TEST_F(Staging, OfAnEarlierFailureGoesWithASuccess) {
     EXPECT_FALSE(tree.exists("staging"));
 }
 
-TEST_F(Staging, IsSavedAcrossFileSystems) {
+TEST_F(KvCleanupStaging, IsSavedAcrossFileSystems) {
     struct stat here {};
     struct stat there {};
     ASSERT_EQ(stat(tree.path().c_str(), &here), 0);
@@ -103,19 +103,19 @@ TEST_F(Staging, IsSavedAcrossFileSystems) {
 }
 
 // Copied into itself it would grow until the names become too long.
-TEST_F(Staging, StaysWhereItHoldsTheSaveDirectory) {
+TEST_F(KvCleanupStaging, StaysWhereItHoldsTheSaveDirectory) {
     CleanupTempFiles(false, tree.path("staging").c_str(), tree.path("staging/data").c_str());
     FileTree after = staged;
     after["data/"] = after["data/VC_Log/"] = after["data/VC_Log/TempSave/"] = "";
     EXPECT_EQ(tree.snapshot("staging"), after);
 }
 
-TEST_F(Staging, IsNotTakenForTheOneWhoseNameItBegins) {
+TEST_F(KvCleanupStaging, IsNotTakenForTheOneWhoseNameItBegins) {
     CleanupTempFiles(false, tree.path("staging").c_str(), tree.path("staging2").c_str());
     EXPECT_EQ(tree.snapshot("staging2/VC_Log/TempSave/staging"), staged);
 }
 
-TEST_F(Staging, StaysWhenTheSaveDirectoryHasTooLongAName) {
+TEST_F(KvCleanupStaging, StaysWhenTheSaveDirectoryHasTooLongAName) {
     const std::string tooLong = tree.path("data") + std::string(1024, '/');
     CleanupTempFiles(false, tree.path("staging").c_str(), tooLong.c_str());
     EXPECT_EQ(tree.snapshot("staging"), staged);
@@ -124,7 +124,7 @@ TEST_F(Staging, StaysWhenTheSaveDirectoryHasTooLongAName) {
     EXPECT_TRUE(tree.exists("data"));
 }
 
-TEST_F(Staging, MayBeMissing) {
+TEST_F(KvCleanupStaging, MayBeMissing) {
     for (const bool success : {false, true}) {
         CleanupTempFiles(success, tree.path("nowhere").c_str(), tree.path("data").c_str());
         CleanupTempFiles(success, "", tree.path("data").c_str());
@@ -134,7 +134,7 @@ TEST_F(Staging, MayBeMissing) {
 }
 
 // The run's own lock outlives the move: whoever waits for it must not begin on what is being moved.
-TEST_F(Staging, IsSavedUnderTheRunsLock) {
+TEST_F(KvCleanupStaging, IsSavedUnderTheRunsLock) {
     KvVcLock lock;
     ASSERT_TRUE(lock.create(kFileLock, tree.path("staging/VcPatch.ini").c_str(), true));
     ForkedProcess waiter([&](const Talk& talk) {

@@ -26,7 +26,7 @@ using Ops = KvFileOpUtil;
 constexpr int kNotSaved = -5;
 constexpr uid_t kOrdinaryUser = 65534;
 
-class FileStepFailure : public FileStep {
+class KvFileStepFailure : public KvFileStep {
   protected:
     // The list of replaced files is full and far too long to be doubled.
     void fillTheList() {
@@ -51,18 +51,20 @@ class FileStepFailure : public FileStep {
     }
 };
 
-TEST_F(FileStepFailure, WithoutAnEntryOrAContextIsABadCall) {
+TEST_F(KvFileStepFailure, WithoutAnEntryOrAContextIsABadCall) {
     EXPECT_EQ(callBackForUpdate(nullptr), -1);
     Ops::CallbackEntry entry{};
     EXPECT_EQ(callBackForUpdate(&entry), -1);
 }
 
-TEST_F(FileStepFailure, WithoutAnAgentOrABackupItemIsABadCall) {
+TEST_F(KvFileStepFailure, WithoutAnAgentABackupItemOrNamesIsABadCall) {
     tree.write("app/a.dat", "old");
     const std::string target = tree.path("app/a.dat");
-    ItemContext noAgent{&item, nullptr, "", 0, 3, 5};
-    ItemContext noBackup{nullptr, agent.table(), "", 0, 3, 5};
-    for (ItemContext* context : {&noAgent, &noBackup}) {
+    BackupNames names;
+    ItemContext noAgent{&item, nullptr, "", 0, 3, 5, &names};
+    ItemContext noBackup{nullptr, agent.table(), "", 0, 3, 5, &names};
+    ItemContext noNames{&item, agent.table(), "", 0, 3, 5, nullptr};
+    for (ItemContext* context : {&noAgent, &noBackup, &noNames}) {
         Ops::CallbackEntry entry{};
         entry.userData = context;
         entry.destination = target.c_str();
@@ -73,7 +75,7 @@ TEST_F(FileStepFailure, WithoutAnAgentOrABackupItemIsABadCall) {
     EXPECT_FALSE(tree.exists("app/VC_Backup"));
 }
 
-TEST_F(FileStepFailure, CannotRecordANewFileWithoutADestination) {
+TEST_F(KvFileStepFailure, CannotRecordANewFileWithoutADestination) {
     LogCapture log;
 
     EXPECT_EQ(stepTo("x", nullptr, Ops::kNewFile, Ops::kBefore), 0);
@@ -84,7 +86,7 @@ TEST_F(FileStepFailure, CannotRecordANewFileWithoutADestination) {
     EXPECT_THAT(log.records(), ElementsAre(errorAt(6, "callBackForUpdate: Strncpy failed.")));
 }
 
-TEST_F(FileStepFailure, FailsWhenTheStoreCannotBeMade) {
+TEST_F(KvFileStepFailure, FailsWhenTheStoreCannotBeMade) {
     tree.write("app/a.dat", "old");
     tree.write("app/VC_Backup", "in the way");
     LogCapture log;
@@ -96,7 +98,7 @@ TEST_F(FileStepFailure, FailsWhenTheStoreCannotBeMade) {
 }
 
 // The file stays as it is; what was saved is in the record for the rollback.
-TEST_F(FileStepFailure, CannotDeferAFileThatTheListHasNoRoomFor) {
+TEST_F(KvFileStepFailure, CannotDeferAFileThatTheListHasNoRoomFor) {
     tree.write("app/a.dat", "old");
     agent.answers["CheckFileEx"] = CHECKFILE_REBOOT;
     LogCapture log(6);
@@ -110,7 +112,7 @@ TEST_F(FileStepFailure, CannotDeferAFileThatTheListHasNoRoomFor) {
 }
 
 // Kept: what is deleted is the bare name in the working directory; the backup file stays.
-TEST_F(FileStepFailure, DeletesTheBareNameOfAnEntryThatCannotBeMade) {
+TEST_F(KvFileStepFailure, DeletesTheBareNameOfAnEntryThatCannotBeMade) {
     tree.write("work/backup.000", "nobody's");
     tree.write("work/backup.001", "kept");
     ForkedProcess child([&](const Talk&) {
@@ -123,7 +125,7 @@ TEST_F(FileStepFailure, DeletesTheBareNameOfAnEntryThatCannotBeMade) {
     EXPECT_EQ(tree.read("work/backup.001"), "kept");
 }
 
-TEST_F(FileStepFailure, SaysSoWhenTheBareNameCannotBeDeleted) {
+TEST_F(KvFileStepFailure, SaysSoWhenTheBareNameCannotBeDeleted) {
     tree.write("work/backup.000", "nobody's");
     const bool isRoot = geteuid() == 0;
     for (const char* name : {"", "app", "work"}) {
@@ -147,7 +149,7 @@ TEST_F(FileStepFailure, SaysSoWhenTheBareNameCannotBeDeleted) {
 
 constexpr long kSlack = 32 * kMegabyte;
 
-TEST_F(FileStepFailure, FailsWhenANewFileCannotBeRecorded) {
+TEST_F(KvFileStepFailure, FailsWhenANewFileCannotBeRecorded) {
     const std::string huge(100 * kMegabyte, 'x');
     const auto body = [&]() {
         LogCapture log(6);
@@ -160,7 +162,7 @@ TEST_F(FileStepFailure, FailsWhenANewFileCannotBeRecorded) {
     EXPECT_EXIT(body(), ExitedWithCode(0), "");
 }
 
-TEST_F(FileStepFailure, LeavesNoBackupFileOfAnOldFileThatCannotBeRecorded) {
+TEST_F(KvFileStepFailure, LeavesNoBackupFileOfAnOldFileThatCannotBeRecorded) {
     tree.write("app/a.dat", "old");
     const auto body = [&]() {
         fillTheList();
@@ -175,7 +177,7 @@ TEST_F(FileStepFailure, LeavesNoBackupFileOfAnOldFileThatCannotBeRecorded) {
 }
 
 // The same, and the backup directory becomes a link to itself before the backup file is deleted.
-TEST_F(FileStepFailure, SaysSoWhenTheBackupFileCannotBeDeleted) {
+TEST_F(KvFileStepFailure, SaysSoWhenTheBackupFileCannotBeDeleted) {
     tree.write("app/a.dat", "old");
     const std::string dir = tree.path("app/VC_Backup/3/5");
     const std::string aside = tree.path("app/VC_Backup/3/aside");

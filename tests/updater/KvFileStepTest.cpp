@@ -20,7 +20,7 @@ using testing::IsEmpty;
 
 using Ops = KvFileOpUtil;
 
-TEST_F(FileStep, AsksBeforeANewFileAndRecordsItAfterwards) {
+TEST_F(KvFileStep, AsksBeforeANewFileAndRecordsItAfterwards) {
     LogCapture log;
 
     EXPECT_EQ(step("a.dat", Ops::kNewFile, Ops::kBefore), 0);
@@ -36,7 +36,7 @@ TEST_F(FileStep, AsksBeforeANewFileAndRecordsItAfterwards) {
                                           ") done.")));
 }
 
-TEST_F(FileStep, SavesAnExistingFileBeforeItIsOverwritten) {
+TEST_F(KvFileStep, SavesAnExistingFileBeforeItIsOverwritten) {
     tree.write("app/a.dat", "old");
     tree.setTime("app/a.dat", 1000000000);
     LogCapture log;
@@ -53,7 +53,7 @@ TEST_F(FileStep, SavesAnExistingFileBeforeItIsOverwritten) {
                             infoAt(6, "callBackForUpdate: Overwrite file(" + entry + ") done.")));
 }
 
-TEST_F(FileStep, DoesNothingAfterAnOverwriteAndForOtherActions) {
+TEST_F(KvFileStep, DoesNothingAfterAnOverwriteAndForOtherActions) {
     tree.write("app/a.dat", "old");
     LogCapture log;
 
@@ -67,13 +67,13 @@ TEST_F(FileStep, DoesNothingAfterAnOverwriteAndForOtherActions) {
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_F(FileStep, DoesNotAskAboutADirectory) {
+TEST_F(KvFileStep, DoesNotAskAboutADirectory) {
     agent.answers["CheckFileEx"] = 0;
     EXPECT_EQ(stepTo("x", tree.makeDir("app/dir").c_str(), Ops::kNewFile, Ops::kBefore), 0);
     EXPECT_THAT(agent.calls, IsEmpty());
 }
 
-TEST_F(FileStep, SkipsWhatTheAgentSkips) {
+TEST_F(KvFileStep, SkipsWhatTheAgentSkips) {
     tree.write("app/a.dat", "old");
     agent.answers["CheckFileEx"] = 0;
 
@@ -84,24 +84,40 @@ TEST_F(FileStep, SkipsWhatTheAgentSkips) {
     EXPECT_FALSE(tree.exists("app/VC_Backup"));
 }
 
-TEST_F(FileStep, StopsWhenTheAgentFails) {
+TEST_F(KvFileStep, StopsWhenTheAgentFails) {
     tree.write("app/a.dat", "old");
     agent.answers["CheckFileEx"] = -1;
+    LogCapture log(6);
 
     EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), 1);
 
     EXPECT_THAT(written(), IsEmpty());
     EXPECT_FALSE(tree.exists("app/VC_Backup"));
+    EXPECT_EQ(log.records().back(), errorAt(6, "callBackForUpdate: check file failed."));
 }
 
-TEST_F(FileStep, SkipsEverythingForAnUnknownInterface) {
+TEST_F(KvFileStep, WritesAndSaysSoAfterAnAnswerWithoutAMeaning) {
+    tree.write("app/a.dat", "old");
+    agent.answers["CheckFileEx"] = 7;
+    LogCapture log(6);
+
+    EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), 0);
+
+    EXPECT_THAT(written(), ElementsAre("backup.000, " + tree.path("app/a.dat")));
+    ASSERT_GE(log.records().size(), 2U);
+    EXPECT_EQ(log.records()[1], errorAt(6, "callBackForUpdate: check file return unknown value."));
+}
+
+TEST_F(KvFileStep, SkipsEverythingForAnUnknownInterface) {
     tree.write("app/a.dat", "old");
     agent.table()->version = 2;
+    LogCapture log;
     EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), 2);
     EXPECT_FALSE(tree.exists("app/VC_Backup"));
+    EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_F(FileStep, DefersAnExistingFileWithItsSource) {
+TEST_F(KvFileStep, DefersAnExistingFileWithItsSource) {
     tree.write("app/a.dat", "old");
     agent.answers["CheckFileEx"] = -2;
 
@@ -112,7 +128,7 @@ TEST_F(FileStep, DefersAnExistingFileWithItsSource) {
                 ElementsAre(tree.path("stage/a.dat") + " -> " + tree.path("app/a.dat") + ", 0"));
 }
 
-TEST_F(FileStep, WritesANewFileAtOnceWhateverTheAgentDefers) {
+TEST_F(KvFileStep, WritesANewFileAtOnceWhateverTheAgentDefers) {
     agent.answers["CheckFileEx"] = -2;
 
     EXPECT_EQ(step("a.dat", Ops::kNewFile, Ops::kBefore), 0);
@@ -123,13 +139,13 @@ TEST_F(FileStep, WritesANewFileAtOnceWhateverTheAgentDefers) {
     EXPECT_FALSE(g_RebootForNewFile);
 }
 
-TEST_F(FileStep, GoesOnWhenTheOldFileCannotBeCopied) {
+TEST_F(KvFileStep, GoesOnWhenTheOldFileCannotBeCopied) {
     EXPECT_EQ(step("gone.dat", Ops::kOverwrite, Ops::kBefore), 0);
     EXPECT_THAT(written(), ElementsAre("backup.000, " + tree.path("app/gone.dat")));
     EXPECT_EQ(tree.read("app/VC_Backup/3/5/backup.000"), "");
 }
 
-TEST_F(FileStep, KeepsTheOrderOfMoreFilesThanTheListsBeginWith) {
+TEST_F(KvFileStep, KeepsTheOrderOfMoreFilesThanTheListsBeginWith) {
     for (int i = 0; i < 40; ++i) {
         const std::string name = std::to_string(i);
         tree.write("app/old" + name, name);

@@ -20,7 +20,7 @@ tag_Version to{0x00060000, 0, 0};
 tag_Version patternFrom{112300, 0, 0};
 tag_Version patternTo{112400, 0, 0};
 
-TEST(StartEachItem, TellsANewAgentOfAProductWithItsTypeInDecimal) {
+TEST(KvItemStepStart, TellsANewAgentOfAProductWithItsTypeInDecimal) {
     FakeAgent agent(PATCHAGENT_NEW);
     LogCapture log;
 
@@ -32,7 +32,7 @@ TEST(StartEachItem, TellsANewAgentOfAProductWithItsTypeInDecimal) {
         ElementsAre(infoAt(6, "Call PatchAgent StartItem with: x.zip, 1, 17, 0x1, 5.2.7, 6.0")));
 }
 
-TEST(StartEachItem, TellsANewAgentOfOtherClassesWithTheirTypeInHexadecimal) {
+TEST(KvItemStepStart, TellsANewAgentOfOtherClassesWithTheirTypeInHexadecimal) {
     FakeAgent agent(PATCHAGENT_NEW);
     LogCapture log;
 
@@ -46,7 +46,7 @@ TEST(StartEachItem, TellsANewAgentOfOtherClassesWithTheirTypeInHexadecimal) {
             infoAt(6, "Call PatchAgent StartItem with: y.zip, 4, 0xffffffff, 0x3, 5.2.7, 6.0")));
 }
 
-TEST(StartEachItem, ShowsAProductsTypeInDecimalToItsEnds) {
+TEST(KvItemStepStart, ShowsAProductsTypeInDecimalToItsEnds) {
     FakeAgent agent(PATCHAGENT_NEW);
     LogCapture log;
 
@@ -60,7 +60,7 @@ TEST(StartEachItem, ShowsAProductsTypeInDecimalToItsEnds) {
             infoAt(6, "Call PatchAgent StartItem with: x.zip, 1, 0, 0x0, 5.2.7, 6.0")));
 }
 
-TEST(StartEachItem, PassesANullNameOnAndLogsAWordForIt) {
+TEST(KvItemStepStart, PassesANullNameOnAndLogsAWordForIt) {
     FakeAgent agent(PATCHAGENT_NEW);
     LogCapture log;
 
@@ -72,7 +72,7 @@ TEST(StartEachItem, PassesANullNameOnAndLogsAWordForIt) {
                     6, "Call PatchAgent StartItem with: NULL_String, 2, 0x4, 0x0, 5.2.7, 6.0")));
 }
 
-TEST(StartEachItem, ClosesTheBracketOfANewAgentThatRefuses) {
+TEST(KvItemStepStart, ClosesTheBracketOfANewAgentThatRefuses) {
     FakeAgent agent(PATCHAGENT_NEW);
     agent.answers["StartItem"] = 0;
     LogCapture log;
@@ -88,7 +88,7 @@ TEST(StartEachItem, ClosesTheBracketOfANewAgentThatRefuses) {
                     infoAt(6, "Call PatchAgent EndItem with: FALSE, 5.2.7, 6.0")));
 }
 
-TEST(StartEachItem, HandsAnyOtherAnswerBack) {
+TEST(KvItemStepStart, HandsAnyOtherAnswerBack) {
     FakeAgent agent(PATCHAGENT_NEW);
     agent.answers["StartItem"] = 42;
     EXPECT_EQ(startEachItem(agent.table(), "x", 1, 1, &from, &to, kNoFlags), 42U);
@@ -96,7 +96,7 @@ TEST(StartEachItem, HandsAnyOtherAnswerBack) {
     EXPECT_EQ(startEachItem(agent.table(), "x", 1, 1, &from, &to, kNoFlags), 0xFFFFFFFFU);
 }
 
-TEST(StartEachItem, RefusesAnUnknownInterface) {
+TEST(KvItemStepStart, RefusesAnUnknownInterface) {
     FakeAgent agent(2);
     LogCapture log;
 
@@ -106,7 +106,7 @@ TEST(StartEachItem, RefusesAnUnknownInterface) {
                 ElementsAre(errorAt(9, "startEachItem: unknown patch agent version.")));
 }
 
-TEST(StartEachItem, RefusesAnUnknownClassForAnOldAgent) {
+TEST(KvItemStepStart, RefusesAnUnknownClassForAnOldAgent) {
     FakeAgent agent(PATCHAGENT_OLD);
     LogCapture log;
 
@@ -127,9 +127,9 @@ struct OldClass {
     const char* endMessage;  // of that call
 };
 
-class OldInterface : public testing::TestWithParam<OldClass> {};
+class KvItemStepOld : public testing::TestWithParam<OldClass> {};
 
-TEST_P(OldInterface, StartsAnItemByItsName) {
+TEST_P(KvItemStepOld, StartsAnItemByItsName) {
     FakeAgent agent(PATCHAGENT_OLD);
     LogCapture log;
     const std::string start = std::string("Start") + GetParam().entry;
@@ -143,7 +143,7 @@ TEST_P(OldInterface, StartsAnItemByItsName) {
                             infoAt(6, "Call PatchAgent " + start + " with: NULL_String")));
 }
 
-TEST_P(OldInterface, TakesAnyOtherAnswerForAYesAndHandsItBack) {
+TEST_P(KvItemStepOld, TakesAnyOtherAnswerForAYesAndHandsItBack) {
     FakeAgent agent(PATCHAGENT_OLD);
     const std::string start = std::string("Start") + GetParam().entry;
     const std::string end = std::string("End") + GetParam().entry;
@@ -165,7 +165,7 @@ TEST_P(OldInterface, TakesAnyOtherAnswerForAYesAndHandsItBack) {
     }
 }
 
-TEST_P(OldInterface, ClosesTheBracketOfAStartThatFailed) {
+TEST_P(KvItemStepOld, ClosesTheBracketOfAStartThatFailed) {
     FakeAgent agent(PATCHAGENT_OLD);
     const std::string start = std::string("Start") + GetParam().entry;
     agent.answers[start] = 0;
@@ -180,7 +180,7 @@ TEST_P(OldInterface, ClosesTheBracketOfAStartThatFailed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    EveryClass, OldInterface,
+    EveryClass, KvItemStepOld,
     testing::Values(OldClass{2, "Engine", "startEachItem: start engine failed.",
                              "EndEngine(0, 0x52000, 0x60000)",
                              "Call PatchAgent EndEngine with: FALSE, 0x52000, 0x60000"},
@@ -193,7 +193,7 @@ INSTANTIATE_TEST_SUITE_P(
                              "Call PatchAgent EndProduct with: FALSE, 0x52000, 0x60000"}),
     [](const auto& test) { return std::string(test.param.entry); });
 
-TEST(EndEachItem, TellsANewAgent) {
+TEST(KvItemStepEnd, TellsANewAgent) {
     FakeAgent agent(PATCHAGENT_NEW);
     agent.answers["EndItem"] = 5;
     LogCapture log;
@@ -208,7 +208,7 @@ TEST(EndEachItem, TellsANewAgent) {
                             infoAt(6, "Call PatchAgent EndItem with: FALSE, 112300, 112400")));
 }
 
-TEST(EndEachItem, TellsAnOldAgentByClass) {
+TEST(KvItemStepEnd, TellsAnOldAgentByClass) {
     FakeAgent agent(PATCHAGENT_OLD);
     agent.answers["EndProduct"] = 0;
     LogCapture log;
@@ -223,7 +223,7 @@ TEST(EndEachItem, TellsAnOldAgentByClass) {
                             infoAt(6, "Call PatchAgent EndProduct with: FALSE, 0x52000, 0x60000")));
 }
 
-TEST(EndEachItem, RefusesUnknownInterfacesAndClasses) {
+TEST(KvItemStepEnd, RefusesUnknownInterfacesAndClasses) {
     LogCapture log;
     FakeAgent unknown(7);
     EXPECT_EQ(endEachItem(1, unknown.table(), 1, 1, &from, &to), 0U);
@@ -240,7 +240,7 @@ TEST(EndEachItem, RefusesUnknownInterfacesAndClasses) {
 
 // 112300 is 123 in the old numbering: 123 * 65536 = 0x7b0000. The message shows the number as it
 // is, shifted: 112300 * 65536 modulo 2^32 = 3064725504.
-TEST(EndEachItem, ConvertsPatternNumbersOfTheFirstFiveTypesForAnOldAgent) {
+TEST(KvItemStepEnd, ConvertsPatternNumbersOfTheFirstFiveTypesForAnOldAgent) {
     for (const unsigned type : {0U, 1U, 4U}) {
         FakeAgent agent(PATCHAGENT_OLD);
         LogCapture log;
@@ -252,7 +252,7 @@ TEST(EndEachItem, ConvertsPatternNumbersOfTheFirstFiveTypesForAnOldAgent) {
     }
 }
 
-TEST(EndEachItem, LeavesPatternNumbersOfHigherTypesAsTheyAre) {
+TEST(KvItemStepEnd, LeavesPatternNumbersOfHigherTypesAsTheyAre) {
     for (const unsigned type : {5U, 6U, 0xFFFFFFFFU}) {
         FakeAgent agent(PATCHAGENT_OLD);
         EXPECT_EQ(endEachItem(1, agent.table(), 3, type, &patternFrom, &patternTo), 1U);
@@ -260,7 +260,7 @@ TEST(EndEachItem, LeavesPatternNumbersOfHigherTypesAsTheyAre) {
     }
 }
 
-TEST(ItemStep, RefusesNullArguments) {
+TEST(KvItemStep, RefusesNullArguments) {
     FakeAgent agent(PATCHAGENT_NEW);
     EXPECT_EQ(startEachItem(nullptr, "x", 1, 1, &from, &to, kNoFlags), 0U);
     EXPECT_EQ(startEachItem(agent.table(), "x", 1, 1, nullptr, &to, kNoFlags), 0U);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tests/support/LogCapture.h"
+#include "tests/support/TempTree.h"
 #include "tests/updater/RebootEntries.h"
 
 namespace {
@@ -14,7 +15,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class RebootList : public testing::Test {
+class KvRebootList : public testing::Test {
   protected:
     static const RebootEntry& entry(int index) {
         return *static_cast<const RebootEntry*>(g_rebootCopyList.items[index]);
@@ -23,13 +24,13 @@ class RebootList : public testing::Test {
     RebootEntries list;
 };
 
-TEST_F(RebootList, IsNotWrittenWhenItIsEmpty) {
+TEST_F(KvRebootList, IsNotWrittenWhenItIsEmpty) {
     LogCapture log;
     EXPECT_FALSE(WriteRebootList());
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_F(RebootList, KeepsWhatIsAdded) {
+TEST_F(KvRebootList, KeepsWhatIsAdded) {
     EXPECT_TRUE(addRebootEntry("/stage/a", "/app/a", kRebootReplace));
     EXPECT_TRUE(addRebootEntry(nullptr, "/app/b", kRebootPutBack));
 
@@ -42,16 +43,16 @@ TEST_F(RebootList, KeepsWhatIsAdded) {
     EXPECT_EQ(entry(1).flag, 1);
 }
 
-TEST_F(RebootList, CutsPathsToTheirCapacity) {
+TEST_F(KvRebootList, CutsPathsToTheirCapacity) {
     const std::string path(3000, 'x');
-    EXPECT_TRUE(addRebootEntry(path.c_str(), path.c_str(), 0));
+    EXPECT_TRUE(addRebootEntry(path.c_str(), path.c_str(), kRebootReplace));
     EXPECT_EQ(std::string(entry(0).source), std::string(1023, 'x'));
     EXPECT_EQ(std::string(entry(0).destination), std::string(1023, 'x'));
 }
 
-TEST_F(RebootList, IsLoggedInItsOrderWhenItIsWritten) {
-    ASSERT_TRUE(addRebootEntry("/stage/a", "/app/a", 0));
-    ASSERT_TRUE(addRebootEntry(nullptr, "/app/b", 0));
+TEST_F(KvRebootList, IsLoggedInItsOrderWhenItIsWritten) {
+    ASSERT_TRUE(addRebootEntry("/stage/a", "/app/a", kRebootReplace));
+    ASSERT_TRUE(addRebootEntry(nullptr, "/app/b", kRebootDelete));
     LogCapture log;
 
     EXPECT_TRUE(WriteRebootList());
@@ -65,13 +66,25 @@ TEST_F(RebootList, IsLoggedInItsOrderWhenItIsWritten) {
     list.forgetWritten();
 }
 
-TEST_F(RebootList, IsEmptyAfterARunThatFailed) {
+TEST_F(KvRebootList, IsEmptyAfterARunThatFailed) {
     ASSERT_TRUE(addRebootEntry("/stage/a", "/app/a", kRebootDelete));
 
     DropRebootList();
 
     EXPECT_EQ(g_rebootCopyList.count, 0);
     EXPECT_FALSE(WriteRebootList());
+}
+
+// There is no register of deferred copies on this platform.
+TEST(KvRebootListRegister, TakesNothingAndThatIsASuccess) {
+    const TempTree tree;
+    const std::string source = tree.write("new", "1");
+    const std::string target = tree.write("old", "2");
+    const auto before = tree.snapshot();
+    EXPECT_EQ(writeReboot(source.c_str(), target.c_str(), kRebootReplace), 0);
+    EXPECT_EQ(writeReboot("", target.c_str(), kRebootPutBack), 0);
+    EXPECT_EQ(writeReboot(nullptr, nullptr, kRebootDelete), 0);
+    EXPECT_EQ(tree.snapshot(), before);
 }
 
 }  // namespace

@@ -13,12 +13,12 @@ using testing::IsEmpty;
 
 const std::string kRecord = "VC_Backup/VcBackup.ini";
 
-class RollbackWithAgent : public RollbackWithAgentTest {
+class KvRollbackActionItems : public RollbackWithAgentTest {
   protected:
     using RollbackWithAgentTest::RollbackWithAgentTest;
 };
 
-TEST_F(RollbackWithAgent, NeedsAnAgentAndItems) {
+TEST_F(KvRollbackActionItems, NeedsAnAgentAndItems) {
     ReadDescription read(text);
     updateStru uncounted = *read.stru();
     uncounted.itemCount = 0;
@@ -39,7 +39,7 @@ TEST_F(RollbackWithAgent, NeedsAnAgentAndItems) {
 }
 
 // Asking for more items than any memory holds touches none of them.
-TEST_F(RollbackWithAgent, NeedsMemoryForItsRecord) {
+TEST_F(KvRollbackActionItems, NeedsMemoryForItsRecord) {
     ReadDescription read(text);
     updateStru endless = *read.stru();
     endless.itemCount = UINT64_MAX / 2;
@@ -55,7 +55,7 @@ TEST_F(RollbackWithAgent, NeedsMemoryForItsRecord) {
     EXPECT_THAT(agent().calls, IsEmpty());
 }
 
-TEST_F(RollbackWithAgent, GetsNoItemStartedForAnUnknownInterface) {
+TEST_F(KvRollbackActionItems, GetsNoItemStartedForAnUnknownInterface) {
     app.item(3, 5).added("x.dat");
     use(9);
 
@@ -76,9 +76,11 @@ TEST_F(RollbackWithAgent, GetsNoItemStartedForAnUnknownInterface) {
 
 // --- Before the items
 
-class RollbackPaths : public RollbackWithAgent {
+class KvRollbackActionPaths : public KvRollbackActionItems {
   protected:
-    RollbackPaths() : RollbackWithAgent(4) { use(PATCHAGENT_OLD).answers["StartPatch"] = 1; }
+    KvRollbackActionPaths() : KvRollbackActionItems(4) {
+        use(PATCHAGENT_OLD).answers["StartPatch"] = 1;
+    }
 
     void placeAt(size_t index, int itemClass, const char* destination) {
         text.setItem(index, "class", std::to_string(itemClass))
@@ -86,7 +88,7 @@ class RollbackPaths : public RollbackWithAgent {
     }
 };
 
-TEST_F(RollbackPaths, AreAskedForPatternEngineAndProductInThisOrder) {
+TEST_F(KvRollbackActionPaths, AreAskedForPatternEngineAndProductInThisOrder) {
     placeAt(0, 1, "/product");
     placeAt(1, 3, "/pattern");
     placeAt(2, 3, "/second");
@@ -112,7 +114,7 @@ TEST_F(RollbackPaths, AreAskedForPatternEngineAndProductInThisOrder) {
 }
 
 // The mask has no "0x" in the message.
-TEST_F(RollbackPaths, AreNotAskedForOfClassesThatHaveNoItem) {
+TEST_F(KvRollbackActionPaths, AreNotAskedForOfClassesThatHaveNoItem) {
     struct Row {
         int itemClass;
         const char* mask;
@@ -130,7 +132,7 @@ TEST_F(RollbackPaths, AreNotAskedForOfClassesThatHaveNoItem) {
     }
 }
 
-TEST_F(RollbackWithAgent, RestoresToTheDescriptionsPathWhateverTheAgentWants) {
+TEST_F(KvRollbackActionItems, RestoresToTheDescriptionsPathWhateverTheAgentWants) {
     app.item(3, 5).added("x.dat").written("a.dat");
     use(PATCHAGENT_OLD).paths = {{"GetPatternPath", tree.makeDir("elsewhere")}};
 
@@ -142,9 +144,9 @@ TEST_F(RollbackWithAgent, RestoresToTheDescriptionsPathWhateverTheAgentWants) {
 
 // --- The items
 
-class RollbackOfThree : public RollbackWithAgent {
+class KvRollbackActionOfThree : public KvRollbackActionItems {
   protected:
-    RollbackOfThree() : RollbackWithAgent(3) {
+    KvRollbackActionOfThree() : KvRollbackActionItems(3) {
         for (const int itemClass : {3, 2, 1}) {
             app.item(static_cast<unsigned>(itemClass), 5);
         }
@@ -153,7 +155,7 @@ class RollbackOfThree : public RollbackWithAgent {
     }
 };
 
-TEST_F(RollbackOfThree, GoesFromTheLastItemToTheFirstWithTheMarkOfARollback) {
+TEST_F(KvRollbackActionOfThree, GoesFromTheLastItemToTheFirstWithTheMarkOfARollback) {
     text.setItem(1, "forceupdate", "1");
     text.dropItem(0, "item.zip");
 
@@ -170,7 +172,7 @@ TEST_F(RollbackOfThree, GoesFromTheLastItemToTheFirstWithTheMarkOfARollback) {
                 Contains("Call PatchAgent StartItem with: NULL_String, 3, 0x5, 0x2, 100, 101"));
 }
 
-TEST_F(RollbackOfThree, TellsAnOldAgentByClass) {
+TEST_F(KvRollbackActionOfThree, TellsAnOldAgentByClass) {
     use(PATCHAGENT_OLD);
 
     EXPECT_EQ(run(), 0U);
@@ -184,7 +186,7 @@ TEST_F(RollbackOfThree, TellsAnOldAgentByClass) {
                                            "EndPattern(1, 0x640000, 0x650000)", "EndPatch(1)"));
 }
 
-TEST_F(RollbackWithAgent, TakesEveryAnswerButZeroForAStart) {
+TEST_F(KvRollbackActionItems, TakesEveryAnswerButZeroForAStart) {
     for (const int yes : {7, -1}) {
         UpdatedApp(tree).item(3, 5).added("x.dat");
         use(PATCHAGENT_NEW).answers["StartItem"] = yes;
@@ -193,7 +195,7 @@ TEST_F(RollbackWithAgent, TakesEveryAnswerButZeroForAStart) {
     }
 }
 
-TEST_F(RollbackWithAgent, LooksForTheItemByItsOwnClassAndType) {
+TEST_F(KvRollbackActionItems, LooksForTheItemByItsOwnClassAndType) {
     app.item(3, 5).added("x.dat").item(2, 6).added("y.dat").item(3, 6).added("z.dat");
     text.setItem(0, "type", "6");
 
@@ -205,7 +207,7 @@ TEST_F(RollbackWithAgent, LooksForTheItemByItsOwnClassAndType) {
 // --- The end
 
 // The first item is the last one to end.
-TEST_F(RollbackOfThree, HandsTheLastAnswerToTheEndOfThePatch) {
+TEST_F(KvRollbackActionOfThree, HandsTheLastAnswerToTheEndOfThePatch) {
     for (const int last : {1, 7, -1}) {
         use(PATCHAGENT_OLD).answers = {{"EndProduct", 9}, {"EndEngine", 8}, {"EndPattern", last}};
         UpdatedApp(tree).item(3, 5).item(2, 5).item(1, 5);
@@ -218,7 +220,7 @@ TEST_F(RollbackOfThree, HandsTheLastAnswerToTheEndOfThePatch) {
     }
 }
 
-TEST_F(RollbackWithAgent, LeavesTheResultOfTheAgentsLastCallAside) {
+TEST_F(KvRollbackActionItems, LeavesTheResultOfTheAgentsLastCallAside) {
     app.item(3, 5).added("x.dat");
     agent().answers["EndAction"] = 0;
     EXPECT_EQ(run(), 0U);
@@ -228,24 +230,7 @@ TEST_F(RollbackWithAgent, LeavesTheResultOfTheAgentsLastCallAside) {
     EXPECT_EQ(run(), 0U);
 }
 
-TEST_F(RollbackWithAgent, EndsNothingForAnInterfaceThatIsUnknownByThen) {
-    app.item(3, 5).added("x.dat");
-    Story story(agent());
-    const auto tell = agent().heard;
-    agent().heard = [&](const std::string& call) {
-        tell(call);
-        agent().table()->version = call.compare(0, 7, "EndItem") == 0 ? 9 : PATCHAGENT_NEW;
-    };
-
-    EXPECT_EQ(run(), 0U);
-
-    EXPECT_THAT(app.files(), IsEmpty());
-    EXPECT_EQ(story.linesAfter("(1, 0x64/0, 0x65/0)").at(0),
-              "9 error rollbackWithPatchAgent: patch agent version unknown.");
-    EXPECT_EQ(agent().calls.back(), "EndItem(1, 0x64/0, 0x65/0)");
-}
-
-TEST_F(RollbackWithAgent, TakesTheItemOutOfTheRecordWithAllItsCopies) {
+TEST_F(KvRollbackActionItems, TakesTheItemOutOfTheRecordWithAllItsCopies) {
     app.item(3, 4).written("a.dat").item(3, 6).written("b.dat");
     const std::string others = app.read(kRecord);
     UpdatedApp(tree)
@@ -267,7 +252,7 @@ TEST_F(RollbackWithAgent, TakesTheItemOutOfTheRecordWithAllItsCopies) {
 }
 
 // The update can then no longer be undone, although nothing of it was.
-TEST_F(RollbackWithAgent, TakesAnItemOutOfTheRecordEvenIfTheAgentSkippedItsFiles) {
+TEST_F(KvRollbackActionItems, TakesAnItemOutOfTheRecordEvenIfTheAgentSkippedItsFiles) {
     app.item(3, 5).added("x.dat").written("a.dat");
     agent().answers["CheckFileEx"] = 0;
 

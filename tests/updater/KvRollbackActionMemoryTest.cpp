@@ -13,9 +13,9 @@ namespace {
 using testing::ExitedWithCode;
 
 // Item 1, the first to be rolled back, is the pattern 3/5 of "app".
-class RollbackWithoutMemory : public WithoutMemory<ActionTest> {
+class KvRollbackActionWithoutMemory : public WithoutMemory<ActionTest> {
   protected:
-    RollbackWithoutMemory() : WithoutMemory(2), app(tree) {
+    KvRollbackActionWithoutMemory() : WithoutMemory(2), app(tree) {
         app.item(3, 5).added("x.dat").written("a.dat");
         place(0, 3, "100", "101");
         place(1, 3, "100", "101");
@@ -30,7 +30,7 @@ class RollbackWithoutMemory : public WithoutMemory<ActionTest> {
 
 // The first item's destination gets no memory; the second item is done by then, and undone. The
 // first never begins.
-TEST_F(RollbackWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
+TEST_F(KvRollbackActionWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
     text.setItem(0, "type", "6");
     text.setItem(0, "destination", std::string(8 * kMegabyte, 'd'));
     const auto body = [&]() {
@@ -55,7 +55,7 @@ TEST_F(RollbackWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
 }
 
 // Nothing is touched when nothing could be undone: the agent is not even asked.
-TEST_F(RollbackWithoutMemory, EndsWhenTheRunCannotHaveARecord) {
+TEST_F(KvRollbackActionWithoutMemory, EndsWhenTheRunCannotHaveARecord) {
     text = DescriptionText(4000);
     const auto body = [&]() {
         const OnMessage cut("Call PatchAgent IsRollbackEx", []() { limitMemory(kMegabyte / 8); });

@@ -17,9 +17,9 @@ using testing::Not;
 using testing::StartsWith;
 
 // The pattern 3/5 of "app" went from 100 to 101: "x.dat" was added, "a.dat" replaced.
-class RollbackAction : public ActionTest {
+class KvRollbackAction : public ActionTest {
   protected:
-    RollbackAction() : ActionTest(1), app(tree) {
+    KvRollbackAction() : ActionTest(1), app(tree) {
         app.item(3, 5).added("x.dat").written("a.dat");
         place(0, 3, "100", "101");
         text.set("action", "1");
@@ -59,7 +59,7 @@ class RollbackAction : public ActionTest {
     RebootEntries reboots;
 };
 
-TEST_F(RollbackAction, RefusesADescriptionThatCannotBeRead) {
+TEST_F(KvRollbackAction, RefusesADescriptionThatCannotBeRead) {
     text.dropItem(0, "destination");
 
     EXPECT_EQ(run(), 12U);
@@ -71,11 +71,11 @@ TEST_F(RollbackAction, RefusesADescriptionThatCannotBeRead) {
     EXPECT_TRUE(isUntouched());
 }
 
-TEST_F(RollbackAction, RefusesNoDescriptionAtAll) {
+TEST_F(KvRollbackAction, RefusesNoDescriptionAtAll) {
     EXPECT_EQ(rollback(nullptr), 12U);
 }
 
-TEST_F(RollbackAction, SaysSoWhenThereIsNothingToRollBack) {
+TEST_F(KvRollbackAction, SaysSoWhenThereIsNothingToRollBack) {
     text.set("itemcount", "0");
 
     EXPECT_EQ(run(), 5U);
@@ -86,7 +86,7 @@ TEST_F(RollbackAction, SaysSoWhenThereIsNothingToRollBack) {
     EXPECT_TRUE(isUntouched());
 }
 
-TEST_F(RollbackAction, ReportsAnUnknownInterfaceAsSuccess) {
+TEST_F(KvRollbackAction, ReportsAnUnknownInterfaceAsSuccess) {
     for (const char* version : {"2", "5", "-1"}) {
         text.set("patchagent.version", version);
         log.forget();
@@ -99,7 +99,7 @@ TEST_F(RollbackAction, ReportsAnUnknownInterfaceAsSuccess) {
     }
 }
 
-TEST_F(RollbackAction, WithANewAgentSaysThisInThisOrder) {
+TEST_F(KvRollbackAction, WithANewAgentSaysThisInThisOrder) {
     const ScriptedAgent& agent = load(ScriptedAgent::kNew);
 
     EXPECT_EQ(run(), 0U);
@@ -132,7 +132,7 @@ TEST_F(RollbackAction, WithANewAgentSaysThisInThisOrder) {
                             "CheckFileEx(" + a + ")", "EndItem(1, 0x64/0, 0x65/0)", "EndAction()"));
 }
 
-TEST_F(RollbackAction, WithAnOldAgentSaysThisInThisOrder) {
+TEST_F(KvRollbackAction, WithAnOldAgentSaysThisInThisOrder) {
     const ScriptedAgent& agent = load(ScriptedAgent::kOld);
 
     EXPECT_EQ(run(), 0U);
@@ -167,7 +167,7 @@ TEST_F(RollbackAction, WithAnOldAgentSaysThisInThisOrder) {
                             "EndPattern(1, 0x640000, 0x650000)", "EndPatch(1)"));
 }
 
-TEST_F(RollbackAction, WithoutAnAgentTheDefaultsAcceptEverything) {
+TEST_F(KvRollbackAction, WithoutAnAgentTheDefaultsAcceptEverything) {
     for (const char* version : {"0", "1"}) {
         UpdatedApp(tree).item(3, 5).added("x.dat").written("a.dat");
         text.set("patchagent.version", version);
@@ -180,7 +180,7 @@ TEST_F(RollbackAction, WithoutAnAgentTheDefaultsAcceptEverything) {
     }
 }
 
-TEST_F(RollbackAction, TouchesNothingWhenANewAgentRefuses) {
+TEST_F(KvRollbackAction, TouchesNothingWhenANewAgentRefuses) {
     const ScriptedAgent& agent = load(ScriptedAgent::kNew);
     agent.script("IsRollbackEx = 0");
     const auto before = tree.snapshot("app");
@@ -195,7 +195,7 @@ TEST_F(RollbackAction, TouchesNothingWhenANewAgentRefuses) {
     EXPECT_EQ(tree.snapshot("app"), before);
 }
 
-TEST_F(RollbackAction, TouchesNothingWhenAnOldAgentRefuses) {
+TEST_F(KvRollbackAction, TouchesNothingWhenAnOldAgentRefuses) {
     const ScriptedAgent& agent = load(ScriptedAgent::kOld);
     agent.script("IsRollback = 0");
     const auto before = tree.snapshot("app");
@@ -218,9 +218,10 @@ TEST_F(RollbackAction, TouchesNothingWhenAnOldAgentRefuses) {
 
 using Consent = std::tuple<ScriptedAgent::Interface, int>;
 
-class RollbackConsent : public RollbackAction, public testing::WithParamInterface<Consent> {};
+class KvRollbackActionConsent : public KvRollbackAction,
+                                public testing::WithParamInterface<Consent> {};
 
-TEST_P(RollbackConsent, IsEveryOtherAnswer) {
+TEST_P(KvRollbackActionConsent, IsEveryOtherAnswer) {
     const ScriptedAgent& agent = load(std::get<0>(GetParam()));
     const std::string answer = std::to_string(std::get<1>(GetParam()));
     agent.script("IsRollback = " + answer + "\nIsRollbackEx = " + answer);
@@ -230,7 +231,7 @@ TEST_P(RollbackConsent, IsEveryOtherAnswer) {
     EXPECT_TRUE(isRolledBack());
 }
 
-INSTANTIATE_TEST_SUITE_P(Answers, RollbackConsent,
+INSTANTIATE_TEST_SUITE_P(Answers, KvRollbackActionConsent,
                          testing::Combine(testing::Values(ScriptedAgent::kOld, ScriptedAgent::kNew),
                                           testing::Values(7, -1)));
 
@@ -241,9 +242,10 @@ struct StartAnswer {
     const char* error;  // "" for none
 };
 
-class RollbackStart : public RollbackAction, public testing::WithParamInterface<StartAnswer> {};
+class KvRollbackActionStart : public KvRollbackAction,
+                              public testing::WithParamInterface<StartAnswer> {};
 
-TEST_P(RollbackStart, HeedsTheAnswerOfTheAgent) {
+TEST_P(KvRollbackActionStart, HeedsTheAnswerOfTheAgent) {
     const std::string entry =
         GetParam().which == ScriptedAgent::kOld ? "StartPatch" : "StartAction";
     const ScriptedAgent& agent = load(GetParam().which);
@@ -265,7 +267,7 @@ TEST_P(RollbackStart, HeedsTheAnswerOfTheAgent) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Answers, RollbackStart,
+    Answers, KvRollbackActionStart,
     testing::Values(
         StartAnswer{ScriptedAgent::kOld, 0, 0, ""},
         StartAnswer{ScriptedAgent::kOld, 1, 60, "rollbackWithPatchAgent: start patch failed."},
@@ -290,9 +292,10 @@ void PrintTo(const Outcome& outcome, std::ostream* out) {
     *out << outcome.version << " " << outcome.rule;
 }
 
-class RollbackOutcome : public RollbackAction, public testing::WithParamInterface<Outcome> {};
+class KvRollbackActionOutcome : public KvRollbackAction,
+                                public testing::WithParamInterface<Outcome> {};
 
-TEST_P(RollbackOutcome, LeavesNoAgentLoaded) {
+TEST_P(KvRollbackActionOutcome, LeavesNoAgentLoaded) {
     const bool isOld = std::string(GetParam().version) == "0";
     const ScriptedAgent& agent = load(isOld ? ScriptedAgent::kOld : ScriptedAgent::kNew);
     agent.script(GetParam().rule);
@@ -304,7 +307,7 @@ TEST_P(RollbackOutcome, LeavesNoAgentLoaded) {
     EXPECT_FALSE(isLoaded(agent.path()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, RollbackOutcome,
+INSTANTIATE_TEST_SUITE_P(Of, KvRollbackActionOutcome,
                          testing::Values(Outcome{"0", "", 0}, Outcome{"0", "IsRollback = 0", 60},
                                          Outcome{"0", "StartPatch = 2", 3},
                                          Outcome{"0", "EndPattern = 0", 60}, Outcome{"1", "", 0},
@@ -314,7 +317,7 @@ INSTANTIATE_TEST_SUITE_P(Of, RollbackOutcome,
 
 // --- The reboot list
 
-TEST_F(RollbackAction, WritesTheRebootListLast) {
+TEST_F(KvRollbackAction, WritesTheRebootListLast) {
     load(ScriptedAgent::kNew).script("CheckFileEx = -2");
 
     EXPECT_EQ(run(), 1U);
@@ -329,7 +332,7 @@ TEST_F(RollbackAction, WritesTheRebootListLast) {
                                           app.path("a.dat") + "]")));
 }
 
-TEST_F(RollbackAction, ForgetsTheRebootListWhenItFails) {
+TEST_F(KvRollbackAction, ForgetsTheRebootListWhenItFails) {
     load(ScriptedAgent::kNew).script("CheckFileEx *x.dat = -2\nCheckFileEx *a.dat = -1");
 
     EXPECT_EQ(run(), 60U);

@@ -15,12 +15,12 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-class RollbackUndone : public RollbackWithAgentTest {
+class KvRollbackActionUndone : public RollbackWithAgentTest {
   protected:
     using RollbackWithAgentTest::RollbackWithAgentTest;
 };
 
-TEST_F(RollbackUndone, RefusedEndIsReportedTwiceAndPutsAllFilesBack) {
+TEST_F(KvRollbackActionUndone, RefusedEndIsReportedTwiceAndPutsAllFilesBack) {
     app.item(3, 5).added("x.dat").written("a.dat");
     agent().answers["EndItem"] = 0;
     Story story(agent());
@@ -49,7 +49,7 @@ TEST_F(RollbackUndone, RefusedEndIsReportedTwiceAndPutsAllFilesBack) {
                     "6 info rollbackWithPatchAgent: error quit."));
 }
 
-TEST_F(RollbackUndone, RefusedEndPutsAllFilesBackForAnOldAgentToo) {
+TEST_F(KvRollbackActionUndone, RefusedEndPutsAllFilesBackForAnOldAgentToo) {
     app.item(3, 5).added("x.dat").written("a.dat");
     use(PATCHAGENT_OLD).answers["EndPattern"] = 0;
     const std::string recordBefore = app.read("VC_Backup/VcBackup.ini");
@@ -79,9 +79,10 @@ void PrintTo(const ItemResult& result, std::ostream* out) {
     *out << result.name;
 }
 
-class RollbackResult : public RollbackUndone, public testing::WithParamInterface<ItemResult> {};
+class KvRollbackActionResult : public KvRollbackActionUndone,
+                               public testing::WithParamInterface<ItemResult> {};
 
-TEST_P(RollbackResult, HasAStatusAndAMessageAndIsUndone) {
+TEST_P(KvRollbackActionResult, HasAStatusAndAMessageAndIsUndone) {
     app.item(3, 5).added("x.dat");
     GetParam().prepare(tree, text, agent());
     Story story(agent());
@@ -105,7 +106,7 @@ TEST_P(RollbackResult, HasAStatusAndAMessageAndIsUndone) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Results, RollbackResult,
+    Results, KvRollbackActionResult,
     testing::Values(ItemResult{"NoRoomForThePath",
                                [](TempTree&, DescriptionText& text, FakeAgent&) {
                                    text.setItem(0, "destination", "/" + std::string(4090, 'd'));
@@ -134,7 +135,7 @@ INSTANTIATE_TEST_SUITE_P(
                                60, "6 error rollbackWithPatchAgent: user cancel."}),
     [](const auto& test) { return test.param.name; });
 
-TEST_F(RollbackUndone, AgentsRefusalOfTheEndOutweighsTheDisk) {
+TEST_F(KvRollbackActionUndone, AgentsRefusalOfTheEndOutweighsTheDisk) {
     agent().answers["EndItem"] = 0;
     Story story(agent());
 
@@ -152,7 +153,7 @@ TEST_F(RollbackUndone, AgentsRefusalOfTheEndOutweighsTheDisk) {
 }
 
 // Without a destination there is nothing to undo either: the second pair of calls is missing.
-TEST_F(RollbackUndone, ItemWithoutADestinationHasNoRecord) {
+TEST_F(KvRollbackActionUndone, ItemWithoutADestinationHasNoRecord) {
     ReadDescription read(text);
     free(std::exchange(read.stru()->items[0].destination, nullptr));
 
@@ -167,7 +168,7 @@ TEST_F(RollbackUndone, ItemWithoutADestinationHasNoRecord) {
 
 // --- An item that the agent refuses at its start is known by its destination alone
 
-TEST_F(RollbackUndone, RefusedStartIsUndoneAsAnItemOfNoClass) {
+TEST_F(KvRollbackActionUndone, RefusedStartIsUndoneAsAnItemOfNoClass) {
     app.item(3, 5).added("x.dat");
     agent().answers["StartItem"] = 0;
     Story story(agent());
@@ -194,7 +195,7 @@ TEST_F(RollbackUndone, RefusedStartIsUndoneAsAnItemOfNoClass) {
 }
 
 // Nobody is called for it, and no answer yet counts as a failed one.
-TEST_F(RollbackUndone, RefusedStartIsOnlyLoggedForAnOldAgent) {
+TEST_F(KvRollbackActionUndone, RefusedStartIsOnlyLoggedForAnOldAgent) {
     use(PATCHAGENT_OLD).answers["StartPattern"] = 0;
     Story story(agent());
 
@@ -214,7 +215,7 @@ TEST_F(RollbackUndone, RefusedStartIsOnlyLoggedForAnOldAgent) {
                     "6 info rollbackWithPatchAgent: error quit."));
 }
 
-TEST_F(RollbackUndone, ItemOfAnUnknownClassIsRefusedForAnOldAgent) {
+TEST_F(KvRollbackActionUndone, ItemOfAnUnknownClassIsRefusedForAnOldAgent) {
     text.setItem(0, "class", "4");
     use(PATCHAGENT_OLD);
 
@@ -228,9 +229,9 @@ TEST_F(RollbackUndone, ItemOfAnUnknownClassIsRefusedForAnOldAgent) {
 // --- Several items
 
 // Product, engine and pattern, each with an added and a replaced file.
-class RollbackOfThreeUndone : public RollbackUndone {
+class KvRollbackActionOfThreeUndone : public KvRollbackActionUndone {
   protected:
-    RollbackOfThreeUndone() : RollbackUndone(3) {
+    KvRollbackActionOfThreeUndone() : KvRollbackActionUndone(3) {
         app.item(1, 5).added("product.new").written("product.dat");
         app.item(2, 5).added("engine.new").written("engine.dat");
         app.item(3, 5).added("pattern.new").written("pattern.dat");
@@ -246,7 +247,7 @@ class RollbackOfThreeUndone : public RollbackUndone {
     std::vector<std::string> before_;
 };
 
-TEST_F(RollbackOfThreeUndone, BringsBackWhatAllItemsHaveLost) {
+TEST_F(KvRollbackActionOfThreeUndone, BringsBackWhatAllItemsHaveLost) {
     tree.setTime("app/pattern.new", 1000000000);
     tree.setTime("app/pattern.dat", 1100000000);
     agent().fileAnswers["CheckFileEx(" + app.path("product.dat") + ")"] = -1;
@@ -268,7 +269,7 @@ TEST_F(RollbackOfThreeUndone, BringsBackWhatAllItemsHaveLost) {
 }
 
 // The pattern is done, the engine is refused, the product is never reached.
-TEST_F(RollbackOfThreeUndone, PassesOverItemsThatWereNeverReached) {
+TEST_F(KvRollbackActionOfThreeUndone, PassesOverItemsThatWereNeverReached) {
     use(PATCHAGENT_OLD).answers["StartEngine"] = 0;
 
     EXPECT_EQ(run(), 60U);
@@ -283,7 +284,7 @@ TEST_F(RollbackOfThreeUndone, PassesOverItemsThatWereNeverReached) {
     EXPECT_THAT(log.texts(), Not(Contains(HasSubstr("Class[0]"))));
 }
 
-TEST_F(RollbackOfThreeUndone, BringsBackFilesThatTheAgentHadSkipped) {
+TEST_F(KvRollbackActionOfThreeUndone, BringsBackFilesThatTheAgentHadSkipped) {
     agent().answers["CheckFileEx"] = 0;
     agent().fileAnswers["CheckFileEx(" + app.path("product.dat") + ")"] = -1;
 
@@ -293,7 +294,7 @@ TEST_F(RollbackOfThreeUndone, BringsBackFilesThatTheAgentHadSkipped) {
 }
 
 // A comma in a path has no place in an entry, so this copy cannot be put back.
-TEST_F(RollbackUndone, StatusIsThatOfTheFailureEvenIfTheUndoingStops) {
+TEST_F(KvRollbackActionUndone, StatusIsThatOfTheFailureEvenIfTheUndoingStops) {
     app.item(3, 5).added("x,y.dat").added("z.dat");
     agent().fileAnswers["CheckFileEx(" + app.path("z.dat") + ")"] = -1;
     Story story(agent());

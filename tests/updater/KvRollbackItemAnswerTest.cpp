@@ -9,14 +9,13 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 const std::string kFound = "rollbackItem: item found.";
 const std::string kFailed = "6 error rollbackItem: rollback added file failed.";
 const std::string kUnknownAnswer = "6 error rollbackItem:unknown action for checkfile.";
 
-class RollbackItemAnswers : public RollbackItemTest {};
+class KvRollbackItemAnswers : public RollbackItemTest {};
 
 // --- One answer among two files that the agent approves
 
@@ -38,12 +37,12 @@ enum Kind { kAdded, kWritten };
 // Interface, kind of the three files, place of the one with the answer, answer.
 using Case = std::tuple<uint32_t, Kind, size_t, Answer>;
 
-class RollbackItemAnswer : public RollbackItemTest, public testing::WithParamInterface<Case> {
+class KvRollbackItemAnswer : public RollbackItemTest, public testing::WithParamInterface<Case> {
   protected:
     static constexpr size_t kFiles = 3;
     static constexpr const char* kNames[kFiles] = {"a", "b", "c"};
 
-    RollbackItemAnswer() {
+    KvRollbackItemAnswer() {
         use(std::get<0>(GetParam()));
         app.item(3, 5);
         for (const char* name : kNames) {
@@ -79,7 +78,7 @@ class RollbackItemAnswer : public RollbackItemTest, public testing::WithParamInt
     }
 };
 
-TEST_P(RollbackItemAnswer, DecidesAboutTheFileAndTheItem) {
+TEST_P(KvRollbackItemAnswer, DecidesAboutTheFileAndTheItem) {
     EXPECT_EQ(run(), expectedResult());
 
     EXPECT_EQ(app.files(), expectedFiles());
@@ -89,7 +88,7 @@ TEST_P(RollbackItemAnswer, DecidesAboutTheFileAndTheItem) {
 
 // The copy of a file is recorded whatever the answer is, but for the answer that stops the item:
 // then it is deleted.
-TEST_P(RollbackItemAnswer, RecordsTheCopies) {
+TEST_P(KvRollbackItemAnswer, RecordsTheCopies) {
     (void)run();
 
     const size_t firstCopy = isAdded() ? 0 : kFiles;
@@ -106,7 +105,7 @@ TEST_P(RollbackItemAnswer, RecordsTheCopies) {
     EXPECT_EQ(recorded().size(), given().goesOn ? kFiles : place());
 }
 
-TEST_P(RollbackItemAnswer, DefersOnlyWhatTheAgentDefers) {
+TEST_P(KvRollbackItemAnswer, DefersOnlyWhatTheAgentDefers) {
     (void)run();
 
     const std::string target = " -> " + app.path(kNames[place()]);
@@ -122,7 +121,7 @@ TEST_P(RollbackItemAnswer, DefersOnlyWhatTheAgentDefers) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Answers, RollbackItemAnswer,
+INSTANTIATE_TEST_SUITE_P(Answers, KvRollbackItemAnswer,
                          testing::Combine(testing::Values(PATCHAGENT_OLD, PATCHAGENT_NEW),
                                           testing::Values(kAdded, kWritten),
                                           testing::Range<size_t>(0, 3),
@@ -142,9 +141,9 @@ void PrintTo(const Course& course, std::ostream* out) {
     *out << course.name;
 }
 
-class RollbackItemCourse : public RollbackItemTest, public testing::WithParamInterface<Course> {};
+class KvRollbackItemCourse : public RollbackItemTest, public testing::WithParamInterface<Course> {};
 
-TEST_P(RollbackItemCourse, CarriesTheFateOfTheFileBefore) {
+TEST_P(KvRollbackItemCourse, CarriesTheFateOfTheFileBefore) {
     app.item(3, 5);
     std::vector<std::string> undone;
     for (size_t i = 0; i < GetParam().added.size(); ++i) {
@@ -173,7 +172,7 @@ TEST_P(RollbackItemCourse, CarriesTheFateOfTheFileBefore) {
     EXPECT_EQ(undone, GetParam().undone);
 }
 
-INSTANTIATE_TEST_SUITE_P(Courses, RollbackItemCourse,
+INSTANTIATE_TEST_SUITE_P(Courses, KvRollbackItemCourse,
                          testing::Values(Course{"FirstAddedFile", {7}, {}, 0, {"x0"}},
                                          Course{"FirstFileOfAll", {}, {7}, 0, {"a0"}},
                                          Course{"AddedAfterASkip", {0, 7, 7}, {}, 2, {}},
@@ -193,7 +192,7 @@ INSTANTIATE_TEST_SUITE_P(Courses, RollbackItemCourse,
 
 // --- What it says about an answer
 
-TEST_F(RollbackItemAnswers, SaysThatAnAnswerHasNoMeaning) {
+TEST_F(KvRollbackItemAnswers, SaysThatAnAnswerHasNoMeaning) {
     app.item(3, 5).added("x").written("a");
     answer("x", 7);
     answer("a", -3);
@@ -209,7 +208,7 @@ TEST_F(RollbackItemAnswers, SaysThatAnAnswerHasNoMeaning) {
                             "call CheckFileEx(" + app.path("a") + ")", kUnknownAnswer));
 }
 
-TEST_F(RollbackItemAnswers, SaysThatAnAddedFileStoppedIt) {
+TEST_F(KvRollbackItemAnswers, SaysThatAnAddedFileStoppedIt) {
     app.item(3, 5).added("x").written("a");
     answer("x", -1);
     Story story(agent());
@@ -222,7 +221,7 @@ TEST_F(RollbackItemAnswers, SaysThatAnAddedFileStoppedIt) {
 }
 
 // The words speak of an added file all the same.
-TEST_F(RollbackItemAnswers, SaysThatAWrittenFileStoppedIt) {
+TEST_F(KvRollbackItemAnswers, SaysThatAWrittenFileStoppedIt) {
     app.item(3, 5).written("a").written("b");
     answer("a", -1);
     Story story(agent());
@@ -235,7 +234,7 @@ TEST_F(RollbackItemAnswers, SaysThatAWrittenFileStoppedIt) {
                             "call CheckFileEx(" + app.path("a") + ")", kFailed));
 }
 
-TEST_F(RollbackItemAnswers, SaysNothingAboutTheOtherAnswers) {
+TEST_F(KvRollbackItemAnswers, SaysNothingAboutTheOtherAnswers) {
     app.item(3, 5).added("x").added("y").written("a").written("b");
     answer("x", 0);
     answer("y", -2);
@@ -251,55 +250,9 @@ TEST_F(RollbackItemAnswers, SaysNothingAboutTheOtherAnswers) {
                             inStore("backup.001") + " -> " + app.path("b") + ", 1"));
 }
 
-// --- The answer that an unknown interface keeps
-
-struct KeptAnswer {
-    const char* name;
-    int first;
-    int result;
-    std::vector<std::string> files;
-    std::vector<std::string> lastLines;  // of the second file
-};
-
-void PrintTo(const KeptAnswer& kept, std::ostream* out) {
-    *out << kept.name;
-}
-
-class RollbackItemKeptAnswer : public RollbackItemTest,
-                               public testing::WithParamInterface<KeptAnswer> {};
-
-// The first file is asked about, the second one not any more.
-TEST_P(RollbackItemKeptAnswer, HoldsForTheFilesBehind) {
-    app.item(3, 5).added("x").written("a");
-    answer("x", GetParam().first);
-    Story story(agent());
-    const auto tell = agent().heard;
-    agent().heard = [&](const std::string& call) {
-        tell(call);
-        agent().table()->version = 9;
-    };
-
-    EXPECT_EQ(run(), GetParam().result);
-
-    EXPECT_EQ(app.files(), GetParam().files);
-    EXPECT_THAT(story.linesAfter("rollback added file done."),
-                ElementsAreArray(GetParam().lastLines));
-}
-
-const std::string kUnknownInterface = "6 error rollbackItem: unknown patch agent version.";
-
-INSTANTIATE_TEST_SUITE_P(
-    Answers, RollbackItemKeptAnswer,
-    testing::Values(KeptAnswer{"Yes", 1, 0, {"a=old a"}, {kUnknownInterface}},
-                    KeptAnswer{"Skip", 0, 2, {"a=new a", "x=added x"}, {kUnknownInterface}},
-                    KeptAnswer{"Deferral", -2, 2, {"a=new a", "x=added x"}, {kUnknownInterface}},
-                    KeptAnswer{
-                        "NoMeaning", 7, 0, {"a=old a"}, {kUnknownInterface, kUnknownAnswer}}),
-    [](const auto& test) { return test.param.name; });
-
 // --- All files alike, and a stop that is undone
 
-TEST_F(RollbackItemAnswers, LeavesEverythingInPlaceWhenTheAgentSkipsEverything) {
+TEST_F(KvRollbackItemAnswers, LeavesEverythingInPlaceWhenTheAgentSkipsEverything) {
     app.item(3, 5).added("x").added("y").written("a").written("b");
     agent().answers["CheckFileEx"] = 0;
     const std::vector<std::string> before = app.files();
@@ -313,7 +266,7 @@ TEST_F(RollbackItemAnswers, LeavesEverythingInPlaceWhenTheAgentSkipsEverything) 
     EXPECT_EQ(app.read(app.store() + "backup.005"), "new b");
 }
 
-TEST_F(RollbackItemAnswers, LeavesARecordByWhichAStopCanBeUndone) {
+TEST_F(KvRollbackItemAnswers, LeavesARecordByWhichAStopCanBeUndone) {
     app.item(3, 5).added("x").added("y").added("z").written("a");
     answer("z", -1);
     const std::vector<std::string> before = app.files();

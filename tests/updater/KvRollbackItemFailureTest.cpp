@@ -24,11 +24,11 @@ const std::string kFound = "rollbackItem: item found.";
 const std::string kFailed = "6 error rollbackItem: rollback added file failed.";
 const std::string kRecord = "app/VC_Backup/VcBackup.ini";
 
-class RollbackItemFailure : public RollbackItemTest {};
+class KvRollbackItemFailure : public RollbackItemTest {};
 
 // --- Records that cannot be used
 
-TEST_F(RollbackItemFailure, NeedsARecord) {
+TEST_F(KvRollbackItemFailure, NeedsARecord) {
     Story story(agent());
 
     EXPECT_EQ(run(), -2);
@@ -38,7 +38,7 @@ TEST_F(RollbackItemFailure, NeedsARecord) {
     EXPECT_FALSE(app.has("VC_Backup"));
 }
 
-TEST_F(RollbackItemFailure, NeedsARecordThatIsAFile) {
+TEST_F(KvRollbackItemFailure, NeedsARecordThatIsAFile) {
     tree.makeDir(kRecord);
     Story story(agent());
 
@@ -51,7 +51,7 @@ TEST_F(RollbackItemFailure, NeedsARecordThatIsAFile) {
                     "6 error rollbackItem: phaseIniForBackup failed."));
 }
 
-TEST_F(RollbackItemFailure, NeedsMemoryForTheRecord) {
+TEST_F(KvRollbackItemFailure, NeedsMemoryForTheRecord) {
     app.item(3, 5).added("x.dat").written("a.dat");
     const auto before = tree.snapshot();
     Story story(agent());
@@ -64,7 +64,7 @@ TEST_F(RollbackItemFailure, NeedsMemoryForTheRecord) {
     EXPECT_EQ(tree.snapshot(), before);
 }
 
-TEST_F(RollbackItemFailure, DoesNotRepairADamagedRecord) {
+TEST_F(KvRollbackItemFailure, DoesNotRepairADamagedRecord) {
     const std::string damaged =
         "[common]\nitemcount=2\npatchagent.version=1\n[item_0]\nclass=3\ntype=5\n"
         "origin.version=100\nresult.version=101\n[item_1]\ntype=5\n";
@@ -82,7 +82,7 @@ TEST_F(RollbackItemFailure, DoesNotRepairADamagedRecord) {
                             "6 error rollbackItem: phaseIniForBackup failed."));
 }
 
-TEST_F(RollbackItemFailure, ChangesNothingWhenTheRecordDoesNotKnowTheItem) {
+TEST_F(KvRollbackItemFailure, ChangesNothingWhenTheRecordDoesNotKnowTheItem) {
     app.item(3, 6).added("x.dat").item(2, 5).written("a.dat");
     const auto before = tree.snapshot();
     Story story(agent());
@@ -94,7 +94,7 @@ TEST_F(RollbackItemFailure, ChangesNothingWhenTheRecordDoesNotKnowTheItem) {
                 ElementsAre("6 info rollbackItem: item not found."));
 }
 
-TEST_F(RollbackItemFailure, DoesNotFindItsItemInAnEmptyRecord) {
+TEST_F(KvRollbackItemFailure, DoesNotFindItsItemInAnEmptyRecord) {
     tree.write(kRecord, "[common]\nitemcount=0\npatchagent.version=1\n");
     Story story(agent());
 
@@ -109,7 +109,7 @@ TEST_F(RollbackItemFailure, DoesNotFindItsItemInAnEmptyRecord) {
 }
 
 // "VC_Backup" with its separator and its end takes eleven of 4096 bytes.
-TEST_F(RollbackItemFailure, NeedsADestinationThatLeavesRoomForTheStore) {
+TEST_F(KvRollbackItemFailure, NeedsADestinationThatLeavesRoomForTheStore) {
     Story story(agent());
 
     EXPECT_EQ(runAt(std::string(4086, 'd').c_str()), -1);
@@ -118,17 +118,20 @@ TEST_F(RollbackItemFailure, NeedsADestinationThatLeavesRoomForTheStore) {
     EXPECT_THAT(story.lines().back(), EndsWith(" doesnot exist."));
 }
 
-TEST_F(RollbackItemFailure, WithoutAnArgumentIsABadCall) {
+TEST_F(KvRollbackItemFailure, WithoutAnArgumentIsABadCall) {
     const char* const destination = app.path().c_str();
-    ItemContext withoutAgent{&own(), nullptr, destination, 0, 3, 5};
-    ItemContext withoutRecord{nullptr, agent().table(), destination, 0, 3, 5};
+    BackupNames names;
+    ItemContext withoutAgent{&own(), nullptr, destination, 0, 3, 5, &names};
+    ItemContext withoutRecord{nullptr, agent().table(), destination, 0, 3, 5, &names};
+    ItemContext withoutNames{&own(), agent().table(), destination, 0, 3, 5, nullptr};
 
     EXPECT_EQ(rollbackItem(nullptr), -1);
     EXPECT_EQ(rollbackItem(&withoutAgent), -1);
     EXPECT_EQ(rollbackItem(&withoutRecord), -1);
+    EXPECT_EQ(rollbackItem(&withoutNames), -1);
 }
 
-TEST_F(RollbackItemFailure, TakesNoDestinationAsTheWorkingDirectory) {
+TEST_F(KvRollbackItemFailure, TakesNoDestinationAsTheWorkingDirectory) {
     Story story(agent());
     EXPECT_EQ(runAt(nullptr), -2);
     EXPECT_THAT(story.lines(),
@@ -137,7 +140,7 @@ TEST_F(RollbackItemFailure, TakesNoDestinationAsTheWorkingDirectory) {
 
 // --- Files that cannot be saved
 
-TEST_F(RollbackItemFailure, StopsAtAnAddedFileWhenTheStoreCannotBeMade) {
+TEST_F(KvRollbackItemFailure, StopsAtAnAddedFileWhenTheStoreCannotBeMade) {
     app.item(3, 5).added("x.dat").added("y.dat").entry("backup.000, " + app.path("a.dat"));
     tree.write("app/VC_Backup/3", "in the way");
     Story story(agent());
@@ -150,7 +153,7 @@ TEST_F(RollbackItemFailure, StopsAtAnAddedFileWhenTheStoreCannotBeMade) {
     EXPECT_THAT(recorded(), IsEmpty());
 }
 
-TEST_F(RollbackItemFailure, StopsAtAWrittenFileWhenTheStoreCannotBeMade) {
+TEST_F(KvRollbackItemFailure, StopsAtAWrittenFileWhenTheStoreCannotBeMade) {
     app.item(3, 5).entry("backup.000, " + app.path("a.dat")).entry("backup.001, /b.dat");
     tree.write("app/a.dat", "new a.dat");
     tree.write("app/VC_Backup/3", "in the way");
@@ -166,7 +169,7 @@ TEST_F(RollbackItemFailure, StopsAtAWrittenFileWhenTheStoreCannotBeMade) {
 }
 
 // The store goes while the first file is asked about.
-TEST_F(RollbackItemFailure, LeavesWhatWasDoneBeforeDoneAndRecorded) {
+TEST_F(KvRollbackItemFailure, LeavesWhatWasDoneBeforeDoneAndRecorded) {
     app.item(3, 5).added("x.dat").added("y.dat");
     agent().heard = [&](const std::string&) {
         std::filesystem::remove_all(app.path("VC_Backup/3"));
@@ -180,7 +183,7 @@ TEST_F(RollbackItemFailure, LeavesWhatWasDoneBeforeDoneAndRecorded) {
 }
 
 // A store of more than 3100 bytes and a name of 1000 do not go into one path.
-TEST_F(RollbackItemFailure, StopsAtASavedCopyWhosePathDoesNotFit) {
+TEST_F(KvRollbackItemFailure, StopsAtASavedCopyWhosePathDoesNotFit) {
     std::string deep = "app";
     while (deep.size() < 3100) {
         deep += "/" + std::string(200, 'd');
@@ -198,7 +201,7 @@ TEST_F(RollbackItemFailure, StopsAtASavedCopyWhosePathDoesNotFit) {
 
 // --- Without memory
 
-TEST_F(RollbackItemFailure, StopsWhenTheRestartListTakesNoMore) {
+TEST_F(KvRollbackItemFailure, StopsWhenTheRestartListTakesNoMore) {
     app.item(3, 5).added("x.dat");
     answer("x.dat", CHECKFILE_REBOOT);
     Story story(agent());
@@ -229,7 +232,7 @@ TEST_F(RollbackItemFailure, StopsWhenTheRestartListTakesNoMore) {
     _exit(result == -5 && isTold && isLeft() ? 0 : 1);
 }
 
-TEST_F(RollbackItemFailure, StopsWhenTheEntryOfACopyGetsNoMemory) {
+TEST_F(KvRollbackItemFailure, StopsWhenTheEntryOfACopyGetsNoMemory) {
     if (!kCanLimitMemory) {
         GTEST_SKIP() << "this platform does not limit the memory of a process";
     }
@@ -242,7 +245,7 @@ TEST_F(RollbackItemFailure, StopsWhenTheEntryOfACopyGetsNoMemory) {
 }
 
 // The target would be taken for an empty one, and its copy deleted at the end.
-TEST_F(RollbackItemFailure, StopsWhenThePiecesOfAnEntryGetNoMemory) {
+TEST_F(KvRollbackItemFailure, StopsWhenThePiecesOfAnEntryGetNoMemory) {
     if (!kCanLimitMemory) {
         GTEST_SKIP() << "this platform does not limit the memory of a process";
     }
@@ -260,7 +263,7 @@ TEST_F(RollbackItemFailure, StopsWhenThePiecesOfAnEntryGetNoMemory) {
 }
 
 // The list is full and far too long to be doubled.
-TEST_F(RollbackItemFailure, StopsWhenTheListOfCopiesGetsNoMemory) {
+TEST_F(KvRollbackItemFailure, StopsWhenTheListOfCopiesGetsNoMemory) {
     if (!kCanLimitMemory) {
         GTEST_SKIP() << "this platform does not limit the memory of a process";
     }

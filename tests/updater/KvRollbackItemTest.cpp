@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <climits>
+
 #include "tests/updater/RollbackItemTest.h"
 #include "tests/updater/Story.h"
 
@@ -15,7 +17,7 @@ using testing::IsEmpty;
 
 const std::string kFound = "rollbackItem: item found.";
 
-class RollbackItem : public RollbackItemTest {};
+class KvRollbackItem : public RollbackItemTest {};
 
 struct Wording {
     uint32_t version;
@@ -24,9 +26,9 @@ struct Wording {
     std::string call;
 };
 
-class RollbackItemWording : public RollbackItem, public testing::WithParamInterface<Wording> {};
+class KvRollbackItemWording : public KvRollbackItem, public testing::WithParamInterface<Wording> {};
 
-TEST_P(RollbackItemWording, TellsAndAsksInThisOrder) {
+TEST_P(KvRollbackItemWording, TellsAndAsksInThisOrder) {
     app.item(3, 5).added("x.dat").written("a.dat");
     use(GetParam().version);
     Story story(agent());
@@ -53,7 +55,7 @@ TEST_P(RollbackItemWording, TellsAndAsksInThisOrder) {
 }
 
 // The misspelt word and the missing colon are what readers of the log look for.
-INSTANTIATE_TEST_SUITE_P(Interfaces, RollbackItemWording,
+INSTANTIATE_TEST_SUITE_P(Interfaces, KvRollbackItemWording,
                          testing::Values(Wording{PATCHAGENT_OLD, "Call PatchAgent CheckFile with: ",
                                                  "Call PatchAgent CheckFilie with: ", "CheckFile"},
                                          Wording{
@@ -61,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(Interfaces, RollbackItemWording,
                                              "Call PatchAgent CheckFileEx with: ", "CheckFileEx"}),
                          [](const auto& test) { return test.param.call; });
 
-TEST_F(RollbackItem, LeavesAllFilesForAnUnknownInterface) {
+TEST_F(KvRollbackItem, LeavesAllFilesForAnUnknownInterface) {
     app.item(3, 5).added("x.dat").written("a.dat");
     use(9);
     Story story(agent());
@@ -77,7 +79,7 @@ TEST_F(RollbackItem, LeavesAllFilesForAnUnknownInterface) {
                             "6 error rollbackItem: unknown patch agent version."));
 }
 
-TEST_F(RollbackItem, DeletesTheAddedAndPutsTheSavedBack) {
+TEST_F(KvRollbackItem, DeletesTheAddedAndPutsTheSavedBack) {
     app.item(3, 5).added("x.dat").written("sub/a.dat");
     tree.setTime("app/" + app.store() + "backup.000", 1000000000);
 
@@ -88,7 +90,7 @@ TEST_F(RollbackItem, DeletesTheAddedAndPutsTheSavedBack) {
     EXPECT_FALSE(app.has(app.store() + "backup.000")) << "it was moved";
 }
 
-TEST_F(RollbackItem, KeepsACopyOfWhatItTakesAway) {
+TEST_F(KvRollbackItem, KeepsACopyOfWhatItTakesAway) {
     app.item(3, 5).added("x.dat").written("a.dat");
     tree.setTime("app/x.dat", 1000000000);
     tree.setTime("app/a.dat", 1100000000);
@@ -105,7 +107,7 @@ TEST_F(RollbackItem, KeepsACopyOfWhatItTakesAway) {
 }
 
 // At every question the file is still there and its copy already is.
-TEST_F(RollbackItem, SavesAFileBeforeTheAgentIsAsked) {
+TEST_F(KvRollbackItem, SavesAFileBeforeTheAgentIsAsked) {
     app.item(3, 5).added("x.dat").written("a.dat");
     std::vector<std::string> seen;
     agent().heard = [&](const std::string&) {
@@ -120,7 +122,7 @@ TEST_F(RollbackItem, SavesAFileBeforeTheAgentIsAsked) {
     EXPECT_THAT(seen, ElementsAre("added x.dat/added x.dat/0", "new a.dat/new a.dat/1"));
 }
 
-TEST_F(RollbackItem, HasNothingToDoForAnItemWithoutFiles) {
+TEST_F(KvRollbackItem, HasNothingToDoForAnItemWithoutFiles) {
     app.item(3, 5);
     Story story(agent());
 
@@ -131,7 +133,7 @@ TEST_F(RollbackItem, HasNothingToDoForAnItemWithoutFiles) {
     EXPECT_THAT(recorded(), IsEmpty());
 }
 
-TEST_F(RollbackItem, TakesTheFirstRecordOfItsClassAndType) {
+TEST_F(KvRollbackItem, TakesTheFirstRecordOfItsClassAndType) {
     app.item(3, 6).added("type.dat").item(2, 5).added("class.dat");
     app.item(3, 5).added("x.dat").item(3, 5).added("later.dat");
 
@@ -142,7 +144,7 @@ TEST_F(RollbackItem, TakesTheFirstRecordOfItsClassAndType) {
     EXPECT_THAT(recorded(), ElementsAre("backup.000, " + app.path("x.dat")));
 }
 
-TEST_F(RollbackItem, RecordsMoreFilesThanTheListBeginsWith) {
+TEST_F(KvRollbackItem, RecordsMoreFilesThanTheListBeginsWith) {
     app.item(3, 5);
     for (int i = 0; i < 20; ++i) {
         app.added("x" + std::to_string(i)).written("a" + std::to_string(i));
@@ -162,7 +164,7 @@ TEST_F(RollbackItem, RecordsMoreFilesThanTheListBeginsWith) {
 
 // --- Files and entries that are not as they should be
 
-TEST_F(RollbackItem, GoesOnWithFilesThatAreGoneAlready) {
+TEST_F(KvRollbackItem, GoesOnWithFilesThatAreGoneAlready) {
     app.item(3, 5).added("x.dat").added("y.dat").written("a.dat");
     unlink(app.path("x.dat").c_str());
     unlink(app.path("a.dat").c_str());
@@ -176,7 +178,7 @@ TEST_F(RollbackItem, GoesOnWithFilesThatAreGoneAlready) {
     EXPECT_EQ(app.read(app.store() + "backup.001"), "");
 }
 
-TEST_F(RollbackItem, LeavesAFileWhoseSavedCopyIsGone) {
+TEST_F(KvRollbackItem, LeavesAFileWhoseSavedCopyIsGone) {
     app.item(3, 5).written("a.dat").written("b.dat");
     unlink(inStore("backup.000").c_str());
 
@@ -192,7 +194,7 @@ struct Entry {
     const char* afterwards;  // content of "a.dat"
 };
 
-class RollbackItemEntry : public RollbackItem, public testing::WithParamInterface<Entry> {
+class KvRollbackItemEntry : public KvRollbackItem, public testing::WithParamInterface<Entry> {
   protected:
     [[nodiscard]] std::string filled(std::string text) const {
         const size_t at = text.find('@');
@@ -200,7 +202,7 @@ class RollbackItemEntry : public RollbackItem, public testing::WithParamInterfac
     }
 };
 
-TEST_P(RollbackItemEntry, IsSplitAtItsCommas) {
+TEST_P(KvRollbackItemEntry, IsSplitAtItsCommas) {
     tree.write("app/a.dat", "new");
     tree.write("app/VC_Backup/3/5/backup.00a", "old");
     app.item(3, 5).entry(filled(GetParam().text));
@@ -215,7 +217,7 @@ TEST_P(RollbackItemEntry, IsSplitAtItsCommas) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Texts, RollbackItemEntry,
+    Texts, KvRollbackItemEntry,
     testing::Values(Entry{"Plain", "backup.00a, @/a.dat", "@/a.dat", "old"},
                     Entry{"WithoutBlanks", "backup.00a,@/a.dat", "@/a.dat", "old"},
                     Entry{"WithBlanks", "backup.00a  ,   @/a.dat", "@/a.dat", "old"},
@@ -224,5 +226,29 @@ INSTANTIATE_TEST_SUITE_P(
                     Entry{"WithoutATarget", "backup.00a", "", "new"},
                     Entry{"WithAnEmptyTarget", "backup.00a,", "", "new"}),
     [](const auto& test) { return test.param.name; });
+
+// --- What a result means for the run
+
+TEST(KvRollbackItemStatus, IsASuccessOutsideTheKnownFailures) {
+    const std::vector<LogRecord> none;
+    const std::vector<LogRecord> access = {errorAt(6, "rollbackWithPatchAgent: access failed.")};
+    const std::vector<LogRecord> arguments = {errorAt(6, "rollbackWithPatchAgent: bad arguments.")};
+    const std::vector<LogRecord> cancel = {errorAt(6, "rollbackWithPatchAgent: user cancel.")};
+    const struct {
+        int result;
+        unsigned status;
+        const std::vector<LogRecord>& records;
+    } cases[] = {
+        {INT_MIN, 0, none},  {-9, 0, none},      {-7, 0, none},    {-6, 58, access},
+        {-5, 58, access},    {-4, 58, access},   {-3, 58, access}, {-2, 58, access},
+        {-1, 12, arguments}, {0, 0, none},       {1, 60, cancel},  {2, 0, none},
+        {3, 0, none},        {INT_MAX, 0, none},
+    };
+    for (const auto& c : cases) {
+        LogCapture log;
+        EXPECT_EQ(statusOfItem(static_cast<RollbackItemResult>(c.result)), c.status) << c.result;
+        EXPECT_EQ(log.records(), c.records) << c.result;
+    }
+}
 
 }  // namespace

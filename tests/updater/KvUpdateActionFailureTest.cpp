@@ -16,7 +16,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-TEST_F(UpdateAction, RefusedAtItsStartHasNothingToUndo) {
+TEST_F(KvUpdateAction, RefusedAtItsStartHasNothingToUndo) {
     ScriptedAgent& agent = load(ScriptedAgent::kNew);
     agent.script("StartItem = 0");
 
@@ -38,7 +38,7 @@ TEST_F(UpdateAction, RefusedAtItsStartHasNothingToUndo) {
 }
 
 // The records of the versions are the agent's to write; what it was told is what is shown.
-TEST_F(UpdateAction, ShowsARefusingAgentTheVersionsThatItWasTold) {
+TEST_F(KvUpdateAction, ShowsARefusingAgentTheVersionsThatItWasTold) {
     load(ScriptedAgent::kNew).script("StartItem writes origin 200 0\nStartItem = 0");
 
     EXPECT_EQ(run(), 60U);
@@ -46,7 +46,7 @@ TEST_F(UpdateAction, ShowsARefusingAgentTheVersionsThatItWasTold) {
     EXPECT_THAT(log.texts(), Contains("Call PatchAgent EndItem with: FALSE, 100, 101"));
 }
 
-TEST_F(UpdateAction, ShowsTheSameVersionsAtBothEndsOfTheRollback) {
+TEST_F(KvUpdateAction, ShowsTheSameVersionsAtBothEndsOfTheRollback) {
     load(ScriptedAgent::kNew).script("EndItem #1 = 0\nStartItem #2 writes origin 200 0");
 
     EXPECT_EQ(run(), 60U);
@@ -54,7 +54,7 @@ TEST_F(UpdateAction, ShowsTheSameVersionsAtBothEndsOfTheRollback) {
     EXPECT_THAT(log.texts(), Contains("Call PatchAgent EndItem with: TRUE, 101, 100"));
 }
 
-TEST_F(UpdateAction, RefusedAtItsEndIsUndone) {
+TEST_F(KvUpdateAction, RefusedAtItsEndIsUndone) {
     load(ScriptedAgent::kNew).script("EndItem #1 = 0");
 
     EXPECT_EQ(run(), 60U);
@@ -88,9 +88,9 @@ struct CopyResult {
     CopyMessages messages;
 };
 
-class UpdateCopy : public UpdateAction, public testing::WithParamInterface<CopyResult> {};
+class KvUpdateActionCopy : public KvUpdateAction, public testing::WithParamInterface<CopyResult> {};
 
-TEST_P(UpdateCopy, FailsWithAStatusAndAMessage) {
+TEST_P(KvUpdateActionCopy, FailsWithAStatusAndAMessage) {
     ScriptedAgent& agent = load(ScriptedAgent::kNew);
     agent.script(GetParam().rule);
     tree.write("file", "not a directory");
@@ -139,7 +139,7 @@ std::vector<LogRecord> cancelled(const std::string& file) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Rows, UpdateCopy,
+    Rows, KvUpdateActionCopy,
     testing::Values(CopyResult{"DirectoryInTheWay", "full", nullptr, "", 58, diskAccess},
                     CopyResult{"NoSource", "app", "nowhere", "", 58, diskAccessOfAnAllowedFile},
                     CopyResult{"BadParameters", "file", nullptr, "", 12, badParameters},
@@ -148,13 +148,13 @@ INSTANTIATE_TEST_SUITE_P(
 
 #ifdef __linux__
 // A file that opens but cannot be read where it begins.
-INSTANTIATE_TEST_SUITE_P(RowsOfLinux, UpdateCopy,
+INSTANTIATE_TEST_SUITE_P(RowsOfLinux, KvUpdateActionCopy,
                          testing::Values(CopyResult{"ReadError", "app", "/proc/self/mem", "", 58,
                                                     diskAccessOfAnAllowedFile}),
                          [](const auto& test) { return test.param.name; });
 #endif
 
-TEST_F(UpdateAction, AgentsRefusalOfTheEndOutweighsTheDisk) {
+TEST_F(KvUpdateAction, AgentsRefusalOfTheEndOutweighsTheDisk) {
     load(ScriptedAgent::kNew).script("EndItem = 0");
     tree.makeDir("app/a.dat");
 
@@ -173,9 +173,9 @@ TEST_F(UpdateAction, AgentsRefusalOfTheEndOutweighsTheDisk) {
 }
 
 // Behind a start that is granted, an old agent is never told of the end of the whole patch.
-class UpdateWithAnOldAgent : public UpdateAction {
+class KvUpdateActionWithAnOldAgent : public KvUpdateAction {
   protected:
-    UpdateWithAnOldAgent() : agent(load(ScriptedAgent::kOld)), app(tree.path("app")) {}
+    KvUpdateActionWithAnOldAgent() : agent(load(ScriptedAgent::kOld)), app(tree.path("app")) {}
 
     [[nodiscard]] std::vector<LogRecord> upToTheStart(const std::vector<LogRecord>& behind) const {
         std::vector<LogRecord> all = {infoAt(6, "update: update with old patch agent."),
@@ -199,7 +199,7 @@ class UpdateWithAnOldAgent : public UpdateAction {
     const std::string app;
 };
 
-TEST_F(UpdateWithAnOldAgent, RefusedAtItsStartHasNothingToUndo) {
+TEST_F(KvUpdateActionWithAnOldAgent, RefusedAtItsStartHasNothingToUndo) {
     agent.script("StartPattern #1 = 0");
 
     EXPECT_EQ(run(), 60U);
@@ -215,7 +215,7 @@ TEST_F(UpdateWithAnOldAgent, RefusedAtItsStartHasNothingToUndo) {
     EXPECT_EQ(agent.calls(), callsWith({"EndPattern(0, 0x640000, 0x650000)"}));
 }
 
-TEST_F(UpdateWithAnOldAgent, RefusedAtAFileIsUndone) {
+TEST_F(KvUpdateActionWithAnOldAgent, RefusedAtAFileIsUndone) {
     agent.script("CheckFile = -1");
 
     EXPECT_EQ(run(), 60U);
@@ -235,7 +235,7 @@ TEST_F(UpdateWithAnOldAgent, RefusedAtAFileIsUndone) {
                          "StartPattern()", "EndPattern(1, 0x650000, 0x640000)"}));
 }
 
-TEST_F(UpdateWithAnOldAgent, RefusedAtItsEndIsUndone) {
+TEST_F(KvUpdateActionWithAnOldAgent, RefusedAtItsEndIsUndone) {
     agent.script("EndPattern #1 = 0");
 
     EXPECT_EQ(run(), 60U);

@@ -10,13 +10,13 @@ namespace {
 
 using testing::ExitedWithCode;
 
-class UpdateWithoutMemory : public WithoutMemory<UpdateAction> {
+class KvUpdateActionWithoutMemory : public WithoutMemory<KvUpdateAction> {
   protected:
-    UpdateWithoutMemory() : WithoutMemory(2) {}
+    KvUpdateActionWithoutMemory() : WithoutMemory(2) {}
 };
 
 // The second item's destination gets no memory; the first item is undone, the second never began.
-TEST_F(UpdateWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
+TEST_F(KvUpdateActionWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
     place(1, 3, "100", "101");
     text.setItem(1, "type", "6");
     text.setItem(1, "destination", std::string(8 * kMegabyte, 'd'));
@@ -39,7 +39,7 @@ TEST_F(UpdateWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
 }
 
 // Nothing is copied when nothing could be undone: the agent is not even asked.
-TEST_F(UpdateWithoutMemory, EndsWhenTheRunCannotHaveARecord) {
+TEST_F(KvUpdateActionWithoutMemory, EndsWhenTheRunCannotHaveARecord) {
     text = DescriptionText(4000);
     const auto body = [&]() {
         const OnMessage cut("No patchagent.", []() { limitMemory(kMegabyte / 8); });

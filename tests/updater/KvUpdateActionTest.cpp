@@ -18,7 +18,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::Not;
 
-TEST_F(UpdateAction, RefusesADescriptionThatCannotBeRead) {
+TEST_F(KvUpdateAction, RefusesADescriptionThatCannotBeRead) {
     text.dropItem(0, "destination");
 
     EXPECT_EQ(run(), 12U);
@@ -29,11 +29,11 @@ TEST_F(UpdateAction, RefusesADescriptionThatCannotBeRead) {
                             errorAt(6, "update: phaseIniForUpdate failed.")));
 }
 
-TEST_F(UpdateAction, RefusesNoDescriptionAtAll) {
+TEST_F(KvUpdateAction, RefusesNoDescriptionAtAll) {
     EXPECT_EQ(update(nullptr), 12U);
 }
 
-TEST_F(UpdateAction, SaysSoWhenThereIsNothingToUpdate) {
+TEST_F(KvUpdateAction, SaysSoWhenThereIsNothingToUpdate) {
     text.set("itemcount", "0");
 
     EXPECT_EQ(run(), 4U);
@@ -43,7 +43,7 @@ TEST_F(UpdateAction, SaysSoWhenThereIsNothingToUpdate) {
                             infoAt(6, "update: vcpatch ini contains no items.")));
 }
 
-TEST_F(UpdateAction, RefusesAnUnknownInterface) {
+TEST_F(KvUpdateAction, RefusesAnUnknownInterface) {
     text.set("patchagent.version", "2");
 
     EXPECT_EQ(run(), 12U);
@@ -52,7 +52,7 @@ TEST_F(UpdateAction, RefusesAnUnknownInterface) {
                 ElementsAre(errorAt(6, "update: unknown patch agent version number.")));
 }
 
-TEST_F(UpdateAction, WithANewAgentSaysThisInThisOrder) {
+TEST_F(KvUpdateAction, WithANewAgentSaysThisInThisOrder) {
     ScriptedAgent& agent = load(ScriptedAgent::kNew);
     tree.write("app/a.dat", "old");
 
@@ -77,7 +77,7 @@ TEST_F(UpdateAction, WithANewAgentSaysThisInThisOrder) {
                     "CheckFileEx(" + file() + ")", "EndItem(1, 0x64/0, 0x65/0)", "EndAction()"));
 }
 
-TEST_F(UpdateAction, WithAnOldAgentSaysThisInThisOrder) {
+TEST_F(KvUpdateAction, WithAnOldAgentSaysThisInThisOrder) {
     ScriptedAgent& agent = load(ScriptedAgent::kOld);
     agent.script("IsRollback = 0");
 
@@ -106,12 +106,12 @@ TEST_F(UpdateAction, WithAnOldAgentSaysThisInThisOrder) {
                             "EndPattern(1, 0x640000, 0x650000)", "EndPatch(1)"));
 }
 
-class UpdateOfTwoItems : public UpdateAction {
+class KvUpdateActionOfTwo : public KvUpdateAction {
   protected:
-    UpdateOfTwoItems() : UpdateAction(2) {}
+    KvUpdateActionOfTwo() : KvUpdateAction(2) {}
 };
 
-TEST_F(UpdateOfTwoItems, WordsTheQuestionsForThePathsEachInItsWay) {
+TEST_F(KvUpdateActionOfTwo, WordsTheQuestionsForThePathsEachInItsWay) {
     load(ScriptedAgent::kOld).script("GetEnginePath = /e\nGetProductPath = /p\nStartPatch = 1");
     place(0, 2, "5.2", "6.0");
     place(1, 1, "5.2", "6.0");
@@ -133,7 +133,7 @@ TEST_F(UpdateOfTwoItems, WordsTheQuestionsForThePathsEachInItsWay) {
                     errorAt(6, "update: updateWithPatchAgent failed.")));
 }
 
-TEST_F(UpdateAction, WithoutAnAgentTheDefaultsOfTheNewInterfaceAcceptEverything) {
+TEST_F(KvUpdateAction, WithoutAnAgentTheDefaultsOfTheNewInterfaceAcceptEverything) {
     EXPECT_EQ(run(), 0U);
 
     EXPECT_EQ(tree.read("app/a.dat"), "new");
@@ -152,7 +152,7 @@ TEST_F(UpdateAction, WithoutAnAgentTheDefaultsOfTheNewInterfaceAcceptEverything)
                     infoAt(6, "mergeBackupIni: no backup done.")));
 }
 
-TEST_F(UpdateAction, WithoutAnAgentTheDefaultsOfTheOldInterfaceAcceptEverything) {
+TEST_F(KvUpdateAction, WithoutAnAgentTheDefaultsOfTheOldInterfaceAcceptEverything) {
     text.set("patchagent.version", "0");
 
     EXPECT_EQ(run(), 0U);
@@ -176,7 +176,7 @@ TEST_F(UpdateAction, WithoutAnAgentTheDefaultsOfTheOldInterfaceAcceptEverything)
                     infoAt(6, "mergeBackupIni: no backup done.")));
 }
 
-TEST_F(UpdateAction, WithABackupSaysThisInThisOrder) {
+TEST_F(KvUpdateAction, WithABackupSaysThisInThisOrder) {
     ScriptedAgent& agent = load(ScriptedAgent::kNew);
     tree.write("app/a.dat", "old");
     text.set("backup", "1");
@@ -204,7 +204,7 @@ TEST_F(UpdateAction, WithABackupSaysThisInThisOrder) {
 }
 
 // The record is merged before the copies are handed to the system.
-TEST_F(UpdateAction, WithADeferredFileSaysThisInThisOrder) {
+TEST_F(KvUpdateAction, WithADeferredFileSaysThisInThisOrder) {
     load(ScriptedAgent::kNew).script("CheckFileEx = -2");
     tree.write("app/a.dat", "old");
 
@@ -227,7 +227,7 @@ TEST_F(UpdateAction, WithADeferredFileSaysThisInThisOrder) {
              infoAt(6, "src[" + tree.path("stage/3/5/a.dat") + "] -> dst[" + file() + "]")})));
 }
 
-TEST_F(UpdateAction, AsksForARestartForANewFileWithoutARebootList) {
+TEST_F(KvUpdateAction, AsksForARestartForANewFileWithoutARebootList) {
     g_RebootForNewFile = true;
 
     EXPECT_EQ(run(), 1U);
@@ -243,9 +243,10 @@ struct StartAnswer {
     const char* error;  // "" for none
 };
 
-class UpdateStart : public UpdateAction, public testing::WithParamInterface<StartAnswer> {};
+class KvUpdateActionStart : public KvUpdateAction,
+                            public testing::WithParamInterface<StartAnswer> {};
 
-TEST_P(UpdateStart, HeedsTheAnswerOfTheAgent) {
+TEST_P(KvUpdateActionStart, HeedsTheAnswerOfTheAgent) {
     const std::string entry =
         GetParam().which == ScriptedAgent::kOld ? "StartPatch" : "StartAction";
     ScriptedAgent& agent = load(GetParam().which);
@@ -267,7 +268,7 @@ TEST_P(UpdateStart, HeedsTheAnswerOfTheAgent) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Answers, UpdateStart,
+    Answers, KvUpdateActionStart,
     testing::Values(
         StartAnswer{ScriptedAgent::kOld, 0, 0, ""},
         StartAnswer{ScriptedAgent::kOld, 1, 60,
@@ -283,12 +284,12 @@ INSTANTIATE_TEST_SUITE_P(
         StartAnswer{ScriptedAgent::kNew, 3, 0, ""}, StartAnswer{ScriptedAgent::kNew, 5, 0, ""},
         StartAnswer{ScriptedAgent::kNew, -1, 0, ""}));
 
-class UpdateOfThreeItems : public UpdateAction {
+class KvUpdateActionOfThree : public KvUpdateAction {
   protected:
-    UpdateOfThreeItems() : UpdateAction(3) {}
+    KvUpdateActionOfThree() : KvUpdateAction(3) {}
 };
 
-TEST_F(UpdateOfThreeItems, ForcesAllItemsBehindAForcedOne) {
+TEST_F(KvUpdateActionOfThree, ForcesAllItemsBehindAForcedOne) {
     ScriptedAgent& agent = load(ScriptedAgent::kNew);
     for (size_t i = 0; i < 3; ++i) {
         place(i, 2, "5.2", "6.0");
@@ -307,8 +308,8 @@ TEST_F(UpdateOfThreeItems, ForcesAllItemsBehindAForcedOne) {
 }
 
 // Every class, types of both pattern numberings and at their ends, and both interfaces.
-class UpdateOfEveryKind
-    : public UpdateAction,
+class KvUpdateActionOfEveryKind
+    : public KvUpdateAction,
       public testing::WithParamInterface<std::tuple<int, uint32_t, ScriptedAgent::Interface>> {
   protected:
     const int itemClass = std::get<0>(GetParam());
@@ -344,7 +345,7 @@ class UpdateOfEveryKind
     }
 };
 
-TEST_P(UpdateOfEveryKind, IsDone) {
+TEST_P(KvUpdateActionOfEveryKind, IsDone) {
     const ScriptedAgent& agent = load(std::get<2>(GetParam()));
     place(0, itemClass, itemClass == 3 ? "112300" : "5.2.7", itemClass == 3 ? "112400" : "6.0");
     text.setItem(0, "type", number);
@@ -357,11 +358,11 @@ TEST_P(UpdateOfEveryKind, IsDone) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, UpdateOfEveryKind,
+    All, KvUpdateActionOfEveryKind,
     testing::Combine(testing::Values(1, 2, 3), testing::Values(0U, 4U, 5U, 0xFFFFFFFFU),
                      testing::Values(ScriptedAgent::kOld, ScriptedAgent::kNew)));
 
-TEST_F(UpdateAction, LeavesTheResultOfTheAgentsLastCallAside) {
+TEST_F(KvUpdateAction, LeavesTheResultOfTheAgentsLastCallAside) {
     load(ScriptedAgent::kNew).script("EndAction = 0");
     EXPECT_EQ(run(), 0U);
     EXPECT_EQ(tree.read("app/a.dat"), "new");

@@ -34,7 +34,7 @@ class RollbackItemTest : public testing::Test {
 
     int run() { return runAt(app.path().c_str()); }
     int runAt(const char* destination) {
-        ItemContext context{&own(), agent().table(), destination, 0, 3, 5};
+        ItemContext context{&own(), agent().table(), destination, 0, 3, 5, &names_};
         return rollbackItem(&context);
     }
 
@@ -53,6 +53,7 @@ class RollbackItemTest : public testing::Test {
     RebootEntries reboots;
 
   private:
+    BackupNames names_;
     RunBackup own_;
     std::optional<FakeAgent> agent_;
 };

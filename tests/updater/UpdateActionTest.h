@@ -11,9 +11,9 @@
 #include "updater/KvUpdateAction.h"
 
 // One pattern item of "app" with one new file, without a backup, unless a test says more.
-class UpdateAction : public ActionTest {
+class KvUpdateAction : public ActionTest {
   protected:
-    explicit UpdateAction(int items = 1) : ActionTest(items) {
+    explicit KvUpdateAction(int items = 1) : ActionTest(items) {
         Strncpy(g_VCTempPath, tree.makeDir("stage").c_str(), sizeof g_VCTempPath);
         text.set("backup", "0");
         place(0, 3, "100", "101");
