@@ -19,7 +19,8 @@
  * An agent must export every entry point of its interface under exactly these names. If a single
  * one is missing none is called, and the tool behaves as if the agent accepted everything. All
  * calls come from one thread. A start call that fails is followed at once by its end call, with
- * success 0. EndPatch and EndAction are called only when every item succeeded.
+ * success 0. EndPatch and EndAction are called only when every item succeeded. An exception that
+ * leaves an entry point counts as its failure.
  *
  * When a run fails, what it did is undone, last item first: each item that was reached is started
  * and ended once more, with an empty name. These answers are only logged; a start that fails is
@@ -35,7 +36,10 @@
 #include <stdint.h>
 
 /* Declares or defines an entry point so that the tool finds it:
- *     KV_PATCH_AGENT_ENTRY int32_t StartAction(void) { return PATCH_GOON; } */
+ *     KV_PATCH_AGENT_ENTRY int32_t StartAction(void) { return PATCH_GOON; }
+ * Define KV_PATCH_AGENT_OLD or KV_PATCH_AGENT_NEW before this header is included, and it declares
+ * the entry points of that interface: one that is then defined with other arguments or another
+ * result does not compile. */
 #ifdef __cplusplus
 #define KV_PATCH_AGENT_ENTRY extern "C" __attribute__((visibility("default")))
 #else
@@ -55,16 +59,13 @@ struct tag_Version {
 #endif
 
 /* The values of "patchagent.version". */
-enum PatchAgentVersion {
-    PATCHAGENT_OLD = 0,
-    PATCHAGENT_NEW = 1,
-};
+enum PatchAgentVersion { PATCHAGENT_OLD = 0, PATCHAGENT_NEW = 1 };
 
 /* Answers of StartPatch and StartAction. Every other value means PATCH_GOON. */
 enum PatchStartAnswer {
     PATCH_GOON = 0,
-    PATCH_ERROR = 1,        /* ends the run; nothing was touched yet */
-    PATCH_CLOSEPROGRAM = 2, /* the same: the protected program must be closed first */
+    PATCH_ERROR = 1,       /* ends the run; nothing was touched yet */
+    PATCH_CLOSEPROGRAM = 2 /* the same: the protected program must be closed first */
 };
 
 /* Answers of CheckFile and CheckFileEx, in the words of an update. In a rollback CHECKFILE_REPLACE
@@ -75,33 +76,25 @@ enum PatchFileAnswer {
     CHECKFILE_REBOOT = -2, /* an existing file is not replaced now but put on the reboot list */
     CHECKFILE_ERROR = -1,  /* ends the run; what it did so far is undone */
     CHECKFILE_SKIP = 0,    /* the file stays as it is, the run goes on */
-    CHECKFILE_REPLACE = 1, /* write the file now */
+    CHECKFILE_REPLACE = 1  /* write the file now */
 };
 
 /* Answers of the other entry points that are asked something: every non-zero value is a yes. */
 enum PatchAnswer {
-    PATCHAGENT_NO = 0,  /* failed, or refused */
-    PATCHAGENT_YES = 1, /* go on, success, agreed */
+    PATCHAGENT_NO = 0, /* failed, or refused */
+    PATCHAGENT_YES = 1 /* go on, success, agreed */
 };
 
 /* Component classes as StartItem receives them. */
-enum PatchItemClass {
-    PATCHCLASS_PRODUCT = 1,
-    PATCHCLASS_ENGINE = 2,
-    PATCHCLASS_PATTERN = 3,
-};
+enum PatchItemClass { PATCHCLASS_PRODUCT = 1, PATCHCLASS_ENGINE = 2, PATCHCLASS_PATTERN = 3 };
 
 /* Bits of StartPatch's class mask: which classes the patch has an item of. */
-enum PatchClassMask {
-    PATCHMASK_PATTERN = 0x1,
-    PATCHMASK_ENGINE = 0x2,
-    PATCHMASK_PRODUCT = 0x4,
-};
+enum PatchClassMask { PATCHMASK_PATTERN = 0x1, PATCHMASK_ENGINE = 0x2, PATCHMASK_PRODUCT = 0x4 };
 
 /* Bits of StartItem's flags. A bit once set stays set for all later items of the run. */
 enum PatchItemFlag {
     PATCHITEM_FORCEUPDATE = 0x1, /* update even where the versions would not require it */
-    PATCHITEM_ROLLBACK = 0x2,    /* the item is rolled back, not updated */
+    PATCHITEM_ROLLBACK = 0x2     /* the item is rolled back, not updated */
 };
 
 /* Capacity in bytes of the path buffers below, counting the NUL. */
@@ -145,4 +138,29 @@ typedef int32_t PatchIsRollbackExFn(void);
 
 #ifdef __cplusplus
 }
+#endif
+
+#ifdef KV_PATCH_AGENT_OLD
+KV_PATCH_AGENT_ENTRY PatchGetPathFn GetPatternPath;
+KV_PATCH_AGENT_ENTRY PatchGetPathFn GetEnginePath;
+KV_PATCH_AGENT_ENTRY PatchGetPathFn GetProductPath;
+KV_PATCH_AGENT_ENTRY PatchIsRollbackFn IsRollback;
+KV_PATCH_AGENT_ENTRY PatchStartPatchFn StartPatch;
+KV_PATCH_AGENT_ENTRY PatchStartComponentFn StartPattern;
+KV_PATCH_AGENT_ENTRY PatchStartComponentFn StartEngine;
+KV_PATCH_AGENT_ENTRY PatchStartComponentFn StartProduct;
+KV_PATCH_AGENT_ENTRY PatchCheckFileFn CheckFile;
+KV_PATCH_AGENT_ENTRY PatchEndComponentFn EndPattern;
+KV_PATCH_AGENT_ENTRY PatchEndComponentFn EndEngine;
+KV_PATCH_AGENT_ENTRY PatchEndComponentFn EndProduct;
+KV_PATCH_AGENT_ENTRY PatchEndPatchFn EndPatch;
+#endif
+
+#ifdef KV_PATCH_AGENT_NEW
+KV_PATCH_AGENT_ENTRY PatchIsRollbackExFn IsRollbackEx;
+KV_PATCH_AGENT_ENTRY PatchStartActionFn StartAction;
+KV_PATCH_AGENT_ENTRY PatchStartItemFn StartItem;
+KV_PATCH_AGENT_ENTRY PatchCheckFileExFn CheckFileEx;
+KV_PATCH_AGENT_ENTRY PatchEndItemFn EndItem;
+KV_PATCH_AGENT_ENTRY PatchEndActionFn EndAction;
 #endif

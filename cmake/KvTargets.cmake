@@ -1,18 +1,36 @@
 # The build rules that every target of the project shares.
 include_guard(GLOBAL)
 
+include(CheckCXXSourceCompiles)
+check_cxx_source_compiles("static_assert(sizeof(void*) == 8, \"\"); int main() {}" KV_IS_64_BIT)
+if(NOT KV_IS_64_BIT)
+    message(FATAL_ERROR "VcPatch is for 64-bit systems: its records and limits are made for them.")
+endif()
+
 find_package(Threads REQUIRED)
 
-# Warnings are errors, sanitizers come from KV_SANITIZE, includes are written from the root.
+# Warnings, sanitizers from KV_SANITIZE; includes are written from the root.
 add_library(kv_options INTERFACE)
 target_include_directories(kv_options INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_options(kv_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    $<$<BOOL:${KV_WARNINGS_AS_ERRORS}>:-Werror>)
 if(KV_SANITIZE)
     target_compile_options(kv_options INTERFACE
         -fsanitize=${KV_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(kv_options INTERFACE -fsanitize=${KV_SANITIZE})
 endif()
+
+# kv_strict(TARGET ...): the same compile and link options for targets that see nothing else of the
+# project.
+function(kv_strict)
+    foreach(target ${ARGN})
+        target_compile_options(${target} PRIVATE
+            $<TARGET_PROPERTY:kv_options,INTERFACE_COMPILE_OPTIONS>)
+        target_link_options(${target} PRIVATE
+            $<TARGET_PROPERTY:kv_options,INTERFACE_LINK_OPTIONS>)
+    endforeach()
+endfunction()
 
 # kv_floor(NAME SOURCES ... [LINKS ...]): one floor of the house as the static library kv_NAME,
 # which may link only the floors below it.

@@ -150,6 +150,13 @@ status_is() { grep -q -x "result=$1" "$staging/VcResult.ini"; }
 same() { cmp -s "$work/$1" "$work/$2"; }
 same_tree() { diff -rq -x VC_Backup "$1" "$2"; }
 
+# The log with one line for each record: it breaks long ones, paths included.
+records() {
+    [ ! -f "$log" ] || awk '/^(Inf|Err) / { if (record) print record; record = $0; next }
+        { sub(/^ +/, ""); record = record $0 }
+        END { print record }' "$log"
+}
+
 build_tool() {
     cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
         -DKV_BUILD_TESTS=OFF -DKV_BUILD_BENCH=OFF -DKV_BUILD_EXAMPLES=ON
@@ -277,8 +284,8 @@ mv "$log" "$work/update.log" 2>/dev/null || true # the next one tells of this ru
 expect "VcPatch tries, and its exit code is 0" "$tool" "$staging"
 progress "noting every file" snapshot failed
 put_back=$({ grep -a 'autoRollback moving files' "$log" 2>/dev/null || true; } | wc -l | tr -d ' ')
-tell "The log says why:"
-{ grep -a -E 'check file failed|auto rollback' "$log" 2>/dev/null || true; } | tail -n 3 | show
+tell "The log says why, and which file it was:"
+{ records | grep -a -E 'unsigned\.bin|check file failed|auto rollback' || true; } | tail -n 4 | show
 what_changed updated failed
 expect "the status is 60: the agent failed" status_is 60
 expect "$put_back files had been replaced by then, more than $least" test "$put_back" -gt "$least"

@@ -17,6 +17,16 @@ has_header() {
     return 1
 }
 
+# Homebrew keeps its LLVM out of the way of the system's: clang-tidy is found there alone.
+# It stands last in the search path, so that the system's compilers stay the first choice.
+has_clang_tidy() {
+    local llvm
+    command -v clang-tidy >/dev/null && return 0
+    [ "$(uname)" = Darwin ] && command -v brew >/dev/null || return 1
+    llvm=$(brew --prefix llvm 2>/dev/null) && [ -x "$llvm/bin/clang-tidy" ] || return 1
+    PATH=$PATH:$llvm/bin
+}
+
 # Whether the second compiler can link its sanitizers.
 has_sanitizers() {
     local dir result=0
@@ -37,7 +47,7 @@ is_present() {
         benchmark) has_header benchmark/benchmark.h ;;
         clang) command -v clang++ >/dev/null && has_sanitizers ;;
         clang-format) command -v clang-format >/dev/null ;;
-        clang-tidy) command -v clang-tidy >/dev/null ;;
+        clang-tidy) has_clang_tidy ;;
         *) fail "packages.sh: unknown name $1" ;;
     esac
 }
@@ -61,6 +71,28 @@ homebrew_package() {
     esac
 }
 
+# Runs the command and says, on a terminal every second, that it is still at it. What it said itself
+# is shown when it fails, and then the script ends with status 2.
+patiently() {
+    local output seconds=0 id
+    output=$(mktemp)
+    "$@" >"$output" 2>&1 </dev/null &
+    id=$!
+    while kill -0 "$id" 2>/dev/null; do
+        [ ! -t 1 ] || printf '\r    %s ... %d s ' "$1 $2" "$seconds"
+        sleep 1
+        seconds=$((seconds + 1))
+    done
+    [ ! -t 1 ] || printf '\r\033[K'
+    if ! wait "$id"; then
+        tail -n 20 "$output"
+        rm -f "$output"
+        fail "failed: $*"
+    fi
+    rm -f "$output"
+    printf '    %s ... done after %d s\n' "$1 $2" "$seconds"
+}
+
 install_on_macos() {
     if ! xcode-select -p >/dev/null 2>&1; then
         fail "The command line tools are missing. Run: xcode-select --install"
@@ -74,8 +106,9 @@ install_on_debian() {
     if [ "$(id -u)" -ne 0 ]; then
         fail "Missing packages. Run: sudo apt-get update && sudo apt-get install -y $*"
     fi
-    DEBIAN_FRONTEND=noninteractive apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive DEBCONF_NOWARNINGS=yes apt-get install -y -qq --no-install-recommends "$@" >/dev/null
+    export DEBIAN_FRONTEND=noninteractive DEBCONF_NOWARNINGS=yes
+    patiently apt-get update -q
+    patiently apt-get install -y -q --no-install-recommends "$@"
 }
 
 require_packages() {

@@ -7,7 +7,9 @@
 #   scripts/test.sh --quick   the optimised build and its tests alone
 #   scripts/test.sh --long [PIECE...]
 #                             what takes too long for every day, all of it or the pieces named:
-#                               faults   every call of the system fails in every kind of run
+#                               faults     every call of the system fails in every kind of run
+#                               platforms  scripts/check-platforms.sh
+#                               documents  what the documents say, with all that they build
 #                             Each piece ends with a line of figures.
 #
 # Installs what is missing. Builds lie in build/; every run after the first is incremental.
@@ -23,7 +25,7 @@ case "${1:-}" in
     --long)
         shift
         pieces=("$@")
-        [ $# -gt 0 ] || pieces=(faults)
+        [ $# -gt 0 ] || pieces=(faults platforms documents)
         ;;
     *) fail "usage: scripts/test.sh [--quick | --long [PIECE...]]" ;;
 esac
@@ -120,6 +122,11 @@ long_faults() {
     return "$result"
 }
 
+long_platforms() { scripts/check-platforms.sh; }
+
+# With the commands that build everything.
+long_documents() { nice bash tests/docs/follow.sh . build/documents --long; }
+
 run_pieces() {
     local piece result=0
     for piece in "${pieces[@]}"; do
@@ -131,9 +138,14 @@ run_pieces() {
 }
 
 mkdir -p build
-require_packages compiler cmake ninja googletest benchmark
+packages=(compiler cmake ninja googletest benchmark)
+checked=no
 if [ "$quick" = no ] && [ ${#pieces[@]} -eq 0 ]; then
-    require_packages clang clang-format clang-tidy
+    checked=yes
+    packages+=(clang clang-format clang-tidy)
+fi
+require_packages "${packages[@]}"
+if [ "$checked" = yes ]; then
     check format check_format
 fi
 if [ ${#pieces[@]} -gt 0 ]; then
