@@ -2,6 +2,7 @@
 
 #include "base/KvText.h"
 #include "log/KvReport.h"
+#include "updater/KvSignals.h"
 
 namespace {
 
@@ -41,6 +42,7 @@ VcRunStatus ActionRun::run() {
 }
 
 VcRunStatus ActionRun::startAgent() {
+    listenForCancel();
     switch (talk_->start(description_, plan_.start, paths_)) {
         case PATCH_ERROR:
             return kStatusAgentFailed;

@@ -16,6 +16,7 @@
 #include "updater/KvRollbackAction.h"
 #include "updater/KvRunPaths.h"
 #include "updater/KvRunStatus.h"
+#include "updater/KvSignals.h"
 #include "updater/KvUpdateAction.h"
 
 namespace {
@@ -139,6 +140,7 @@ ExitCode runStaging(const char* staging, KvVcLock& lock) {
 }  // namespace
 
 int runVcPatch(int argc, char** argv) {
+    const SignalScope signals;
     KvVcLock lock;  // held until everything else is done
     const ExitCode exitCode = argc == 2 ? runStaging(argv[1], lock) : finishBadInvocation();
     KV_INFO(kLevelProgress, "VcPatch end.");
