@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "fileop/KvVcLock.h"
+#include "tests/run/DefaultSignals.h"
 #include "tests/run/PatchScenario.h"
 
 namespace {
@@ -31,6 +32,7 @@ ChildResult runFromShell(const PatchScenario& patch, const std::string& line) {
 }
 
 TEST(Signals, EndTheProcessBeforeTheAgentHearsAWord) {
+    const DefaultSignals usual;
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
         PatchScenario patch;
         planUpdate(patch);
@@ -62,6 +64,7 @@ TEST(Signals, LeaveTheRunAloneWhenTheCallerIgnoresThem) {
 }
 
 TEST(Signals, APipeThatNobodyReadsDoesNotEndTheRun) {
+    const DefaultSignals usual;
     PatchScenario patch;
     planUpdate(patch);
     patch.configure("[Debug]\nlog_mode=1\nLevel=0\n");
@@ -77,6 +80,7 @@ TEST(Signals, APipeThatNobodyReadsDoesNotEndTheRun) {
 }
 
 TEST(Signals, AFileThatGrowsTooLargeFailsTheRunAndIsUndone) {
+    const DefaultSignals usual;
     PatchScenario patch;
     planUpdate(patch);
     patch.item(3, 6).stage("b.dat", std::string(8 << 20, 'x'));
