@@ -1,5 +1,8 @@
 #include "updater/KvActionRun.h"
 
+#include <cerrno>
+
+#include "base/KvFailure.h"
 #include "base/KvText.h"
 #include "log/KvReport.h"
 #include "updater/KvSignals.h"
@@ -95,6 +98,9 @@ VcRunStatus ActionRun::keepDestination(const tag_ItemInfo& item, backupItem& bac
         backup.destination = Str_Dup(item.destination);
     }
     if (backup.destination == nullptr && item.destination != nullptr) {
+        const KvFailureScope failure;
+        noteFailure(item.destination, ENOMEM);  // cut: a destination may be longer than a message
+        (void)reportNotedCause();
         KV_ERROR(kLevelProgress, "%s", plan_.destinationLost);
         return kStatusOutOfMemory;
     }
