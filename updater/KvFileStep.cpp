@@ -7,6 +7,7 @@
 #include "store/KvBackupName.h"
 #include "updater/KvItemStep.h"
 #include "updater/KvRebootList.h"
+#include "updater/KvSignals.h"
 
 namespace {
 
@@ -103,6 +104,9 @@ FileDecision decide(const Entry& entry, _PatchAgent& agent) {
     if (entry.phase != KvFileOpUtil::kBefore || entry.destination == nullptr ||
         KvFileOpUtil::isDir(entry.destination)) {
         return FileDecision::kWrite;
+    }
+    if (isCancelled()) {
+        return FileDecision::kStop;
     }
     return Conversation(agent)->decideFile(entry.destination, kFileWords, FileDecision::kWrite);
 }

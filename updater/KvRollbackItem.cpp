@@ -12,6 +12,7 @@
 #include "store/KvBackupName.h"
 #include "store/KvBackupRecord.h"
 #include "updater/KvRebootList.h"
+#include "updater/KvSignals.h"
 
 namespace {
 
@@ -149,6 +150,9 @@ RollbackItemResult ItemRollback::undoWritten(const char* entry, RollbackItemResu
 }
 
 RollbackItemResult ItemRollback::undoFile(const RollbackFile& file, RollbackItemResult last) {
+    if (isCancelled()) {
+        return kItemCancelled;
+    }
     char copy[kLongPathCapacity];
     if (!saveFile(file.path, backupDir_, *context_.names, copy)) {
         return kItemNotSaved;

@@ -20,6 +20,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::IsNull;
 using ::testing::NotNull;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -192,10 +193,14 @@ TEST(KvPatchAgent, UsesNoneOfAnOldAgentThatLacksOneEntryPoint) {
         SCOPED_TRACE(entry);
         TempTree tree;
         const ScriptedAgent library(tree, ScriptedAgent::kOld, "agent", entry);
+        LogCapture log;
         _PatchAgent agent = usedTable();
 
         loadOldPatchAgent(library.path().c_str(), &agent);
 
+        EXPECT_THAT(log.records(),
+                    ElementsAre(errorAt(
+                        6, "Cause: " + library.path() + ": entry point " + entry + " is missing")));
         EXPECT_EQ(oldSlots(agent), oldSlots(kDefaults));
         EXPECT_THAT(newSlots(agent), Each(IsNull()));
         EXPECT_NE(agent.handle, nullptr);
@@ -210,10 +215,14 @@ TEST(KvPatchAgent, UsesNoneOfANewAgentThatLacksOneEntryPoint) {
         SCOPED_TRACE(entry);
         TempTree tree;
         const ScriptedAgent library(tree, ScriptedAgent::kNew, "agent", entry);
+        LogCapture log;
         _PatchAgent agent = usedTable();
 
         loadNewPatchAgent(library.path().c_str(), &agent);
 
+        EXPECT_THAT(log.records(),
+                    ElementsAre(errorAt(
+                        6, "Cause: " + library.path() + ": entry point " + entry + " is missing")));
         EXPECT_EQ(newSlots(agent), newSlots(kDefaults));
         EXPECT_THAT(oldSlots(agent), Each(IsNull()));
         EXPECT_NE(agent.handle, nullptr);
@@ -226,8 +235,12 @@ TEST(KvPatchAgent, UsesNoneOfANewAgentThatLacksOneEntryPoint) {
 TEST(KvPatchAgent, TakesAnAgentOfTheOtherInterfaceForAnIncompleteOne) {
     TempTree tree;
     const ScriptedAgent library(tree, ScriptedAgent::kNew);
+    LogCapture log;
     _PatchAgent agent = usedTable();
     loadOldPatchAgent(library.path().c_str(), &agent);
+    // The first of the thirteen that are missing.
+    EXPECT_THAT(log.texts(),
+                ElementsAre("Cause: " + library.path() + ": entry point StartPatch is missing"));
     EXPECT_EQ(oldSlots(agent), oldSlots(kDefaults));
     EXPECT_THAT(newSlots(agent), Each(IsNull()));
     unloadPatchAgent(&agent);
@@ -238,7 +251,7 @@ TEST(KvPatchAgent, TellsOfALibraryThatCannotBeOpened) {
     const std::string missing = tree.path("missing.so");
     const std::string text = tree.write("text.so", "this is no library");
     const std::string directory = tree.makeDir("directory.so");
-    for (const std::string& file : {missing, text, directory, std::string()}) {
+    for (const std::string& file : {missing, text, directory}) {
         LogCapture log;
         _PatchAgent agent = usedTable();
         loadOldPatchAgent(file.c_str(), &agent);
@@ -251,7 +264,39 @@ TEST(KvPatchAgent, TellsOfALibraryThatCannotBeOpened) {
         EXPECT_EQ(agent.handle, nullptr);
 
         const auto message = errorAt(6, "load patchagent: " + file + " failed.");
-        EXPECT_THAT(log.records(), ElementsAre(message, message));
+        ASSERT_EQ(log.records().size(), 4U);
+        EXPECT_EQ(log.records()[1], message);
+        EXPECT_EQ(log.records()[3], message);
+        EXPECT_EQ(log.records()[0], log.records()[2]);
+        // The loader's words follow.
+        const std::string cause = "Cause: " + file + ": ";
+        EXPECT_THAT(log.texts()[0], StartsWith(cause));
+        EXPECT_GT(log.texts()[0].size(), cause.size());
+        EXPECT_EQ(log.records()[0], errorAt(6, log.texts()[0]));
+    }
+}
+
+#ifdef __GLIBC__
+TEST(KvPatchAgent, TellsWhatTheLoaderSaysOfALibraryThatIsNotThere) {
+    LogCapture log;
+    _PatchAgent agent{};
+    EXPECT_EQ(loadSharedObj("/nowhere/agent.so", &agent), 0);
+    EXPECT_THAT(log.texts(),
+                ElementsAre("Cause: /nowhere/agent.so: /nowhere/agent.so: cannot open shared "
+                            "object file: No such file or directory",
+                            "load patchagent: /nowhere/agent.so failed."));
+}
+#endif
+
+TEST(KvPatchAgent, TellsOfAnEmptyName) {
+    for (const auto load : {loadOldPatchAgent, loadNewPatchAgent}) {
+        LogCapture log;
+        _PatchAgent agent = usedTable();
+        load("", &agent);
+        EXPECT_EQ(agent.handle, nullptr);
+        EXPECT_THAT(log.records(),
+                    ElementsAre(errorAt(6, "Cause: patchagent: the file name is empty"),
+                                errorAt(6, "load patchagent:  failed.")));
     }
 }
 
