@@ -12,6 +12,8 @@
 #include <cstring>
 #include <memory>
 
+#include "base/KvSimpleString.h"
+
 struct FileCloser {
     // A result that matters is asked for by closing explicitly (`fclose(file.release())`).
     void operator()(FILE* file) const { (void)fclose(file); }
@@ -98,6 +100,9 @@ enum class HeapCopy {
     out = nullptr;
     if (text == nullptr) {
         return HeapCopy::kCopyFailed;
+    }
+    if (KvSimpleString::isFailed(text)) {
+        return HeapCopy::kNoMemory;
     }
     const size_t size = strlen(text) + 1;
     ScopedHeap<char> block(static_cast<char*>(malloc(size)));

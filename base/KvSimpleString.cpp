@@ -18,6 +18,8 @@ char s_nul = '\0';
 
 }  // namespace
 
+KvSimpleString::FailedBlock KvSimpleString::s_failed{{0, 0}, ""};
+
 KvSimpleString::KvSimpleString(const char* text, int count) {
     if (text == nullptr) {
         _assignCopy(0, nullptr);
@@ -42,6 +44,15 @@ KvSimpleString::KvSimpleString(KvSimpleString&& other) noexcept : chars_(other.c
 
 KvSimpleString::~KvSimpleString() {
     _release();
+}
+
+bool KvSimpleString::isFailed(const char* text) {
+    return text == s_failed.text;
+}
+
+void KvSimpleString::fail() {
+    _release();
+    chars_ = s_failed.text;
 }
 
 // A missing block is answered with a literal of its own rather than with the writable NUL, which a
@@ -130,7 +141,9 @@ KvSimpleString& KvSimpleString::replace(size_type pos, size_type count, const ch
     const size_type suffix = strlen(c_str() + after);
     // Filled as a string of its own, because `text` may lie in this one.
     KvSimpleString result;
-    if (!result._allocBuffer(static_cast<int64_t>(start + middle + length() - after))) {
+    if (failed() || isFailed(text) ||
+        !result._allocBuffer(static_cast<int64_t>(start + middle + length() - after))) {
+        fail();
         return *this;
     }
     memcpy(result.chars_, c_str(), prefix);
@@ -188,7 +201,7 @@ KvSimpleString& KvSimpleString::append(int count, char ch) {
     const size_type before = length();
     // Room first, characters after: one growth for all copies of `ch`.
     _concatCopy(static_cast<size_type>(count), nullptr);
-    if (length() > before) {
+    if (!failed()) {
         memset(chars_ + before, ch, static_cast<size_type>(count));
     }
     return *this;
@@ -209,7 +222,7 @@ KvSimpleString& KvSimpleString::operator=(const KvSimpleString& other) {
 KvSimpleString& KvSimpleString::operator=(KvSimpleString&& other) noexcept {
     // A smaller block is copied from and not taken over, because blocks never shrink.
     const uint64_t mine = chars_ != nullptr ? _getData()->capacity : 0;
-    if (other.chars_ == nullptr || other._getData()->capacity < mine) {
+    if (!other._hasBlock() || other._getData()->capacity < mine) {
         return *this = std::as_const(other);
     }
     // The block of this string dies with `other`.
@@ -258,17 +271,17 @@ void KvSimpleString::_release() {
 }
 
 void KvSimpleString::_freeBuffer(char* chars) {
-    if (chars != nullptr) {
+    if (chars != nullptr && !isFailed(chars)) {
         free(reinterpret_cast<Header*>(chars) - 1);
     }
 }
 
 // Blocks never shrink: a string that is assigned again and again comes to rest in one block.
 void KvSimpleString::_assignCopy(size_type count, const char* source) {
-    if (chars_ == nullptr || count > _getData()->capacity) {
-        if (!_allocBuffer(static_cast<int64_t>(count))) {
-            return;
-        }
+    const bool fits = _hasBlock() && count <= _getData()->capacity;
+    if (isFailed(source) || (!fits && !_allocBuffer(static_cast<int64_t>(count)))) {
+        fail();
+        return;
     }
     if (source != nullptr && count > 0) {
         // The source may be a part of this very string.
@@ -279,7 +292,8 @@ void KvSimpleString::_assignCopy(size_type count, const char* source) {
 }
 
 void KvSimpleString::_concatCopy(size_type count, const char* source) {
-    if (count >= kHopelessCount) {
+    if (failed() || isFailed(source) || count >= kHopelessCount) {
+        fail();
         return;
     }
     if (chars_ == nullptr) {
@@ -296,7 +310,8 @@ void KvSimpleString::_concatCopy(size_type count, const char* source) {
         old = chars_;
         chars_ = nullptr;
         if (!_allocBuffer(static_cast<int64_t>(count + 2 * capacity))) {
-            chars_ = old;
+            _freeBuffer(old);
+            fail();
             return;
         }
         memcpy(chars_, old, before);

@@ -5,8 +5,12 @@
 // (length, capacity) stands just before the characters in the same heap block. Every string owns
 // its block; copies never share one.
 //
-// A block holds at least 255 characters and never shrinks except by replace. When an allocation
-// fails the operation leaves the string as it was.
+// A block holds at least 255 characters and never shrinks except by replace.
+//
+// A string that finds no memory has failed: it is empty, and stays so whatever is appended. The
+// failure travels with the text: what is copied or joined from a failed string, or from the pointer
+// that its c_str() answers, has failed too. So nothing is ever made from half of a text. Assigning
+// a good text, for which there is memory again, ends it.
 #pragma once
 
 #include <cstddef>
@@ -39,6 +43,15 @@ class KvSimpleString {
     [[nodiscard]] const char* c_str() const;
     [[nodiscard]] size_type length() const;
     [[nodiscard]] bool empty() const { return length() == 0; }
+
+    // Whether there was no memory for this string, or for one that it was made from.
+    [[nodiscard]] bool failed() const { return isFailed(chars_); }
+
+    // Whether `text` is what c_str() of a failed string answers.
+    [[nodiscard]] static bool isFailed(const char* text);
+
+    // Gives the text up as if there had been no memory for it.
+    void fail();
 
     // The character at `index`; at or past the end, one static NUL that all strings share.
     // Writing through that reference changes no string.
@@ -97,10 +110,18 @@ class KvSimpleString {
         uint64_t capacity;  // without the terminating NUL
     };
 
+    // What all failed strings point at: a block in form, so that they read as empty ones.
+    struct FailedBlock {
+        Header header;
+        char text[1];
+    };
+    static FailedBlock s_failed;
+
     [[nodiscard]] Header* _getData() const;
     [[nodiscard]] static size_type _safeStrLen(const char* text);
     bool _allocBuffer(int64_t count);
     void _release();
+    [[nodiscard]] bool _hasBlock() const { return chars_ != nullptr && !failed(); }
     static void _freeBuffer(char* chars);
     void _assignCopy(size_type count, const char* source);
     void _concatCopy(size_type count, const char* source);

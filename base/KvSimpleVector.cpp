@@ -36,7 +36,9 @@ void KvSimpleStringVector::push_back(const KvSimpleString& text) {
     const uint64_t size = size_;
     // The copy is made before the array moves: `text` may be an element of this list.
     auto* copy = new (std::nothrow) KvSimpleString(text);
-    if (copy == nullptr) {
+    if (copy == nullptr || copy->failed()) {
+        delete copy;
+        failed_ = true;
         return;
     }
     if (size >= capacity_ || items_ == nullptr) {
@@ -48,6 +50,7 @@ void KvSimpleStringVector::push_back(const KvSimpleString& text) {
         _alloc(std::max(capacity_ + static_cast<uint64_t>(growStep_), size + 1));
         if (capacity_ <= size || items_ == nullptr) {
             delete copy;
+            failed_ = true;
             return;
         }
     }
@@ -65,6 +68,7 @@ const KvSimpleString& KvSimpleStringVector::operator[](size_t index) const {
 
 void KvSimpleStringVector::_clear(bool deleteElements) {
     if (deleteElements) {
+        failed_ = false;
         for (uint64_t i = 0; i < size_; ++i) {
             delete static_cast<KvSimpleString*>(items_[i]);
         }

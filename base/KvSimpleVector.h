@@ -47,8 +47,12 @@ class KvSimpleStringVector : public KvSimpleVector {
     ~KvSimpleStringVector() override;
 
     // Appends a copy. When the array is full the grow step is first raised, for good, to a quarter
-    // of the capacity, so that n pushes cost n.
+    // of the capacity, so that n pushes cost n. Without memory, and for a failed text, the list has
+    // failed from then on.
     void push_back(const KvSimpleString& text);
+
+    // Whether a text that was pushed is missing, until clear().
+    [[nodiscard]] bool failed() const { return failed_; }
 
     // The element at `index`; at or past size(), one static empty string that all lists share. An
     // element stays where it is until clear() or destruction.
@@ -58,4 +62,7 @@ class KvSimpleStringVector : public KvSimpleVector {
   protected:
     void _clear(bool deleteElements) override;
     void _alloc(unsigned long newCapacity) override;
+
+  private:
+    bool failed_ = false;
 };

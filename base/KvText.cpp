@@ -174,7 +174,7 @@ bool Str_EndWith(const char* text, const char* suffix, bool caseSensitive) {
 
 // Not `strdup`: a sanitizer's writes into the null that a failed allocation gives it.
 char* Str_Dup(const char* text) {
-    if (text == nullptr) {
+    if (text == nullptr || KvSimpleString::isFailed(text)) {
         return nullptr;
     }
     const size_t size = strlen(text) + 1;
@@ -238,6 +238,10 @@ char* Strncpy(char* dst, const char* src, size_t size) {
     if (dst == nullptr || size == 0) {
         return nullptr;
     }
+    if (KvSimpleString::isFailed(src)) {
+        dst[0] = '\0';
+        return nullptr;
+    }
     const size_t length = src != nullptr ? strnlen(src, size - 1) : 0;
     memmove(dst, src != nullptr ? src : "", length);
     // The whole rest of the buffer, as strncpy does.
@@ -247,6 +251,10 @@ char* Strncpy(char* dst, const char* src, size_t size) {
 
 char* Strncat(char* dst, const char* src, size_t size) {
     if (dst == nullptr || size == 0) {
+        return nullptr;
+    }
+    if (KvSimpleString::isFailed(src)) {
+        dst[0] = '\0';
         return nullptr;
     }
     // A buffer without a terminator counts as full.

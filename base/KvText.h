@@ -51,7 +51,8 @@ int strrepchr(char* text, char from, char to);
 // gives false: "abab" does not end with "ab" by this test, and callers rely on it.
 [[nodiscard]] bool Str_EndWith(const char* text, const char* suffix, bool caseSensitive);
 
-// A copy that the caller releases with `free`; null for null or when there is no memory.
+// A copy that the caller releases with `free`; null for null, for a failed text and when there is
+// no memory.
 [[nodiscard]] char* Str_Dup(const char* text);
 
 // Removes line feeds, spaces, carriage returns, tabs and form feeds at both ends. The vertical tab
@@ -78,7 +79,8 @@ void Str_ToUpper(char* text);
 // In the four below `size` is the capacity of the buffer in bytes, counting the NUL.
 
 // Copies what fits, fills the rest of the buffer with NULs and returns `dst`, never null for a
-// valid buffer. A null buffer or a size of 0 writes nothing and gives null; a null `src` is "".
+// valid buffer. A null buffer or a size of 0 writes nothing and gives null; a null `src` is "". A
+// failed text (base/KvSimpleString.h) empties the buffer and gives null, here and in Strncat.
 char* Strncpy(char* dst, const char* src, size_t size);
 
 // Appends what fits and returns where the appended text begins. The last byte of the buffer becomes

@@ -20,6 +20,7 @@ inline constexpr char kHtmlLogName[] = "VC_Log/KvuDump.htm";
 inline constexpr char kBackupStoreName[] = "VC_Backup";
 inline constexpr char kBackupRecordName[] = "VcBackup.ini";
 inline constexpr char kBackupFilePrefix[] = "backup";
+inline constexpr char kJournalPrefix[] = "VcJournal.";  // in the store, while a run is on
 
 // Behind the path of what is locked.
 inline constexpr char kLockSuffix[] = ".lock";

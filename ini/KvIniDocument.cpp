@@ -3,10 +3,12 @@
 
 #include <fcntl.h>
 
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
 #include "base/KvDescriptor.h"
+#include "base/KvFailure.h"
 #include "base/KvText.h"
 
 char KvIniDocument::s_LeftSquareBracket = '[';
@@ -135,29 +137,34 @@ class Loader {
 
     // Takes all lines of a file's content or of a text.
     template <typename Source>
-    void takeAll(const Source& source) {
+    [[nodiscard]] bool takeAll(const Source& source) {
         Line line;
         LineEnd end = LineEnd::kNewline;
         for (size_t position = 0; end == LineEnd::kNewline;) {
             end = _getline(source, position, line);
-            takeLine(line, end);
+            if (!takeLine(line, end)) {
+                return false;
+            }
         }
         pending_.take().appendTo(document_.trailer);
+        return !document_.trailer.failed();
     }
 
   private:
-    void takeLine(Line& line, LineEnd end) {
+    // False without memory for a section or a key.
+    bool takeLine(Line& line, LineEnd end) {
         if (end == LineEnd::kNoMore) {
-            return;
+            return true;
         }
         line.trim();
         if (_isSectionDefine(line)) {
-            document_.appendSection(_getSectionName(line), pending_.take());
-        } else if (_isKeyValuePair(line)) {
-            takeKey(line);
-        } else {
-            pending_.append(line, end == LineEnd::kNewline);
+            return document_.appendSection(_getSectionName(line), pending_.take()) != nullptr;
         }
+        if (_isKeyValuePair(line)) {
+            return takeKey(line);
+        }
+        pending_.append(line, end == LineEnd::kNewline);
+        return true;
     }
 
     // Notes in the line where the separator stands.
@@ -171,11 +178,11 @@ class Loader {
         return line.separator >= 1 && line.separator < line.length;
     }
 
-    void takeKey(const Line& line) {
+    bool takeKey(const Line& line) {
         KvIniSection* section = document_.sections.last();
         KvIniEntry* entry = document_.keyPool.make();
         if (section == nullptr || entry == nullptr) {
-            return;
+            return false;
         }
         // The value first: the NUL behind the key may take the separator's place.
         entry->value = _getValue(line);
@@ -183,62 +190,68 @@ class Loader {
         entry->leadingText = pending_.take();
         entry->caseSensitive = section->caseSensitive;
         section->keys.append(entry);
+        return true;
     }
 
     KvIniDocument& document_;
     Pending pending_;
 };
 
-void loadText(KvIniDocument& document, const char* text) {
+bool loadText(KvIniDocument& document, const char* text) {
     document.storage.reset(Str_Dup(text));
-    if (document.storage != nullptr) {
-        Loader(document).takeAll(document.storage);
-    }
+    return document.storage != nullptr && Loader(document).takeAll(document.storage);
 }
 
-void loadFile(KvIniDocument& document, const char* path) {
+bool loadFile(KvIniDocument& document, const char* path) {
     document.path = path;
-    // Not passed on to programs that an agent may start.
-    const ScopedFd fd(open(path, O_RDONLY | O_CLOEXEC));
+    const ScopedFd fd(openRegularFile(path, O_RDONLY, document.lastLink));
     if (!fd.isOpen()) {
-        return;
+        // A file that is not there yet is one that the first flush makes; nothing else is.
+        document.isWhole = errno == ENOENT || errno == ENOTDIR;
+        if (!document.isWhole) {
+            noteFailure(path, errno);
+        }
+        return true;
     }
-    // Where reading breaks off (a directory, a failing disk) the content ends.
     FileContent content = readToEnd(fd.get());
-    if (content.end == FileContent::End::kNoMemory) {
-        // What could not be held must not be written back as if it were all.
-        document.discarded = true;
-        return;
+    if (content.end == FileContent::End::kBroken) {
+        // Half a file is none: it must neither be believed nor written back as if it were all.
+        noteFailure(path, errno);
+        document.isWhole = false;
+        return true;
     }
-    Loader(document).takeAll(content);
+    if (content.end == FileContent::End::kNoMemory || !Loader(document).takeAll(content)) {
+        return false;
+    }
     document.storage = std::move(content.bytes);
+    return true;
 }
 
 }  // namespace
 
 KvIniDocument::KvIniDocument(char comment, bool isCaseSensitive, bool isFromText,
-                             char separatorChar)
+                             char separatorChar, KvLastLink link)
     : caseSensitive(isCaseSensitive),
       commentChar(comment),
       separator(separatorChar),
-      fromText(isFromText) {
+      fromText(isFromText),
+      lastLink(link) {
     // Shared by all documents and never anything else, whoever may have touched them.
     s_LeftSquareBracket = '[';
     s_RightSquareBracket = ']';
     appendSection(KvIniText(), KvIniText());
 }
 
-void KvIniDocument::load(const char* file) {
+bool KvIniDocument::load(const char* file) {
+    if (sections.empty() || KvSimpleString::isFailed(file)) {
+        return false;
+    }
     const bool nothing = file == nullptr || *file == '\0';
     discarded = fromText || nothing;
     if (nothing) {
-        return;
+        return true;
     }
-    if (fromText) {
-        loadText(*this, file);
-    } else {
-        loadFile(*this, file);
-    }
+    return (fromText ? loadText(*this, file) : loadFile(*this, file)) && !path.failed();
 }
 
 KvIniSection* KvIniDocument::_findSection(const char* section) const {
@@ -262,17 +275,18 @@ KvIniSection* KvIniDocument::appendSection(KvIniText name, KvIniText leadingText
     return section;
 }
 
-void KvIniDocument::appendKey(KvIniSection& section, const char* key, const char* value) {
+bool KvIniDocument::appendKey(KvIniSection& section, const char* key, const char* value) {
     KvIniEntry* entry = keyPool.make();
     if (entry == nullptr) {
-        return;
+        return false;
     }
     if (!entry->name.copy(key) || !entry->value.copy(value)) {
         keyPool.giveBack(entry);
-        return;
+        return false;
     }
     entry->caseSensitive = section.caseSensitive;
     section.keys.append(entry);
+    return true;
 }
 
 void KvIniDocument::freeKeys(KvIniSection& section) {

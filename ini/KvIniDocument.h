@@ -4,13 +4,16 @@
 
 #include "base/KvScoped.h"
 #include "base/KvSimpleString.h"
+#include "fileop/KvOpenFile.h"
 #include "ini/KvIniNode.h"
 
 struct KvIniDocument {
-    KvIniDocument(char comment, bool isCaseSensitive, bool isFromText, char separatorChar);
+    KvIniDocument(char comment, bool isCaseSensitive, bool isFromText, char separatorChar,
+                  KvLastLink link);
 
-    // Loads the file, or with `fromText` the text itself; once, into the new document.
-    void load(const char* file);
+    // Loads the file, or with `fromText` the text itself; once, into the new document. False when
+    // there is no memory: the document then lacks something and must not be used.
+    [[nodiscard]] bool load(const char* file);
 
     // The first section of that name, trimmed; null when there is none.
     [[nodiscard]] KvIniSection* _findSection(const char* section) const;
@@ -19,13 +22,14 @@ struct KvIniDocument {
 
     // Null when there is no memory.
     KvIniSection* appendSection(KvIniText name, KvIniText leadingText);
-    // With the texts exactly as passed. Without memory nothing is appended.
-    void appendKey(KvIniSection& section, const char* key, const char* value);
+    // With the texts exactly as passed. False without memory: nothing is appended.
+    [[nodiscard]] bool appendKey(KvIniSection& section, const char* key, const char* value);
     void freeKeys(KvIniSection& section);
 
     // Appends the text of the document to `out`; false, with `out` unchanged, without memory.
     [[nodiscard]] bool dumpTo(KvSimpleString& out) const;
-    // Rewrites the file. False when it cannot be opened, or when not all of it was written.
+    // Rewrites the file. False when the document is not whole, when the file cannot be opened, or
+    // when not all of it was written; the cause is noted.
     [[nodiscard]] bool writeTo(const char* file) const;
 
     // The parser and the writer share them; every document that is made stores them again.
@@ -35,10 +39,12 @@ struct KvIniDocument {
     bool convertBackslashes = false;  // write every backslash as '/'; no operation sets it
     bool modified = false;
     bool discarded = false;
+    bool isWhole = true;  // false: the file could not be read, or an edit found no memory
     bool caseSensitive;
     char commentChar;
     char separator;
     bool fromText;
+    KvLastLink lastLink;     // of the paths that are read and written
     KvSimpleString path;     // of the file; empty without one
     KvSimpleString trailer;  // the text behind the last key or header
     // What was loaded; the nodes borrow their texts from it.

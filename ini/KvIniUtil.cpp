@@ -1,9 +1,11 @@
 // Look-ups and edits of a KvIniUtil document.
 #include "ini/KvIniUtil.h"
 
+#include <cerrno>
 #include <new>
 #include <utility>
 
+#include "base/KvFailure.h"
 #include "ini/KvIniDocument.h"
 
 namespace {
@@ -27,10 +29,14 @@ void handTextsOver(const KvIniEntry& entry, KvSimpleString& to) {
 }  // namespace
 
 KvIniUtil::KvIniUtil(const char* file, char commentChar, bool caseSensitive, bool fromText,
-                     char separator)
-    : document_(new (std::nothrow) KvIniDocument(commentChar, caseSensitive, fromText, separator)) {
-    if (document_ != nullptr) {
-        document_->load(file);
+                     char separator, KvLastLink lastLink)
+    : document_(new (std::nothrow)
+                    KvIniDocument(commentChar, caseSensitive, fromText, separator, lastLink)) {
+    if (document_ != nullptr && !document_->load(file)) {
+        document_.reset();
+    }
+    if (document_ == nullptr) {
+        noteFailure(fromText ? nullptr : file, ENOMEM);
     }
 }
 
@@ -67,9 +73,9 @@ void KvIniUtil::set(const char* section, const char* key, const char* value) {
     if (entry == nullptr) {
         // Untrimmed, while every look-up is trimmed: a key with blanks around it is never found
         // again and appended each time. Kept so; files must come out as they always did.
-        document_->appendKey(*found, key, value);
+        document_->isWhole &= document_->appendKey(*found, key, value);
     } else {
-        (void)entry->value.copy(value);  // without memory the old value stays
+        document_->isWhole &= entry->value.copy(value);
     }
 }
 
@@ -86,9 +92,7 @@ void KvIniUtil::add(const char* section, const char* key, const char* value) {
         found =
             name.copy(section) ? document_->appendSection(std::move(name), KvIniText()) : nullptr;
     }
-    if (found != nullptr) {
-        document_->appendKey(*found, key, value);
-    }
+    document_->isWhole &= found != nullptr && document_->appendKey(*found, key, value);
 }
 
 void KvIniUtil::del(const char* section) {
@@ -120,7 +124,9 @@ void KvIniUtil::del(const char* section, const char* key) {
     }
     document_->modified = true;
     KvIniEntry* previous = found->keys.before(entry);
-    handTextsOver(*entry, previous != nullptr ? previous->trailingText : found->afterHeaderText);
+    KvSimpleString& heir = previous != nullptr ? previous->trailingText : found->afterHeaderText;
+    handTextsOver(*entry, heir);
+    document_->isWhole &= !heir.failed();
     found->keys.unlink(entry);
     document_->keyPool.giveBack(entry);
 }
@@ -135,10 +141,22 @@ void KvIniUtil::discard() {
     }
 }
 
-KvIniUtil openDocument(const char* path) {
-    return KvIniUtil(path, ';', false, false, '=');
+bool KvIniUtil::isMade() const {
+    return document_ != nullptr;
 }
 
-std::unique_ptr<KvIniUtil> newDocument(const char* path) {
-    return std::unique_ptr<KvIniUtil>(new (std::nothrow) KvIniUtil(openDocument(path)));
+bool KvIniUtil::isWhole() const {
+    return document_ != nullptr && document_->isWhole;
+}
+
+KvIniUtil openDocument(const char* path, KvLastLink lastLink) {
+    return KvIniUtil(path, ';', false, false, '=', lastLink);
+}
+
+std::unique_ptr<KvIniUtil> newDocument(const char* path, KvLastLink lastLink) {
+    std::unique_ptr<KvIniUtil> document(new (std::nothrow) KvIniUtil(openDocument(path, lastLink)));
+    if (document != nullptr && !document->isMade()) {
+        document.reset();
+    }
+    return document;
 }

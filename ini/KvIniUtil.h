@@ -16,14 +16,20 @@
 //
 // In every operation a null section name, like "", means the global section. Names that are looked
 // up are trimmed first and compared with or without ASCII case, as the constructor was told.
-// A document is used by one thread at a time. No operation throws. A document for which there is no
-// memory answers like an empty one, takes no edits and is not written.
+// A document is used by one thread at a time. No operation throws.
+//
+// A document is never written back unless it is whole. It is not when its file is there but could
+// not be read to its end (no permission, a failing disk, no regular file), and reads as an empty
+// one then; nor when an edit found no memory. A document for which there was no memory at all
+// answers like an empty one and takes no edits. Whatever failed is noted as a cause
+// (base/KvFailure.h).
 #pragma once
 
 #include <memory>
 
 #include "base/KvSimpleString.h"
 #include "base/KvSimpleVector.h"
+#include "fileop/KvOpenFile.h"
 
 struct KvIniDocument;
 
@@ -31,13 +37,20 @@ class KvIniUtil {
   public:
     // `file` is the name of the file, or with `fromText` the INI text itself (copied). A file that
     // cannot be opened gives an empty document; the first flush creates the file. A null or empty
-    // name gives an empty document that only an explicit flushTo() writes.
-    KvIniUtil(const char* file, char commentChar, bool caseSensitive, bool fromText,
-              char separator);
+    // name gives an empty document that only an explicit flushTo() writes. `lastLink` says through
+    // which links files are opened, for reading and for writing.
+    KvIniUtil(const char* file, char commentChar, bool caseSensitive, bool fromText, char separator,
+              KvLastLink lastLink = KvLastLink::kFollow);
     // Writes a modified document back, unless it was discarded or came from text.
     ~KvIniUtil();
     KvIniUtil(const KvIniUtil&) = delete;
     KvIniUtil& operator=(const KvIniUtil&) = delete;
+
+    // False when there was no memory for the document.
+    [[nodiscard]] bool isMade() const;
+
+    // Whether the document holds all that its file held and all edits.
+    [[nodiscard]] bool isWhole() const;
 
     // The value of the first key of that name in the first section of that name; null when there
     // is none, or when `key` is null or empty. The document owns the characters: they stay valid
@@ -99,8 +112,10 @@ class KvIniUtil {
 };
 
 // The document of the file at `path`, as the system opens every file it reads or writes: comments
-// begin with ';', names match without regard to case.
-[[nodiscard]] KvIniUtil openDocument(const char* path);
+// begin with ';', names match without regard to case. What the tool itself writes is opened through
+// no foreign link (KvLastLink::kFollowOwn).
+[[nodiscard]] KvIniUtil openDocument(const char* path, KvLastLink lastLink = KvLastLink::kFollow);
 
 // The same on the heap; null when there is no memory.
-[[nodiscard]] std::unique_ptr<KvIniUtil> newDocument(const char* path);
+[[nodiscard]] std::unique_ptr<KvIniUtil> newDocument(const char* path,
+                                                     KvLastLink lastLink = KvLastLink::kFollow);

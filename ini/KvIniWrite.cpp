@@ -2,10 +2,12 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstring>
 
 #include "base/KvDescriptor.h"
+#include "base/KvFailure.h"
 #include "ini/KvIniDocument.h"
 #include "ini/KvIniUtil.h"
 
@@ -55,16 +57,20 @@ bool extend(KvSimpleString& text, size_t count) {
     while (text.length() < wanted) {
         const size_t before = text.length();
         text.append(static_cast<int>(std::min<size_t>(wanted - before, INT_MAX)), ' ');
-        if (text.length() == before) {
+        if (text.failed()) {
             return false;
         }
     }
     return true;
 }
 
-bool rewrite(const char* path, const KvSimpleString& text) {
-    ScopedFd file(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode));
-    return file.isOpen() && writeAll(file.get(), text.c_str(), text.length()) && closeWritten(file);
+bool rewrite(const char* path, KvLastLink link, const KvSimpleString& text) {
+    ScopedFd file(openRegularFile(path, O_WRONLY | O_CREAT | O_TRUNC, link, kNewFileMode));
+    if (file.isOpen() && writeAll(file.get(), text.c_str(), text.length()) && closeWritten(file)) {
+        return true;
+    }
+    noteFailure(path, errno);
+    return false;
 }
 
 }  // namespace
@@ -104,14 +110,16 @@ bool KvIniDocument::dumpTo(KvSimpleString& out) const {
 // The text is complete before the file is touched: without memory for it nothing gets lost.
 bool KvIniDocument::writeTo(const char* file) const {
     KvSimpleString text;
-    if (!dumpTo(text)) {
+    // A document that lacks something would take the rest out of the file. Why it does was noted.
+    if (!isWhole || KvSimpleString::isFailed(file) || !dumpTo(text)) {
+        noteFailure(file, ENOMEM);
         return false;
     }
     // Byte by byte: one that is half of a double-byte character becomes another character. Kept so.
     if (convertBackslashes && !text.empty()) {
         std::replace(&text[0], &text[0] + text.length(), '\\', '/');
     }
-    return rewrite(file, text);
+    return rewrite(file, lastLink, text);
 }
 
 void KvIniUtil::dump(KvSimpleString& out) const {

@@ -37,7 +37,7 @@ skipped=0
 problems=()
 
 sources() {
-    find base fileop ini log patch agent store updater tests bench fuzz examples \
+    find base fileop ini log journal patch agent store updater tests bench fuzz examples \
         \( -name '*.cpp' -o -name '*.h' -o -name '*.c' \) -print | sort
 }
 
@@ -90,7 +90,7 @@ check_format() { sources | xargs clang-format --dry-run -Werror; }
 
 # The tool's own sources, two at a time; a warning is an error.
 check_tidy() {
-    find base fileop ini log patch agent store updater -name '*.cpp' -print | sort |
+    find base fileop ini log journal patch agent store updater -name '*.cpp' -print | sort |
         xargs -P "$jobs" -n 4 clang-tidy -p build/asan --quiet 2>build/clang-tidy-notes.txt
 }
 

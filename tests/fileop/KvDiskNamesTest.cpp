@@ -17,6 +17,7 @@ TEST(KvDiskNames, NeverChange) {
     EXPECT_STREQ("VC_Backup", kBackupStoreName);
     EXPECT_STREQ("VcBackup.ini", kBackupRecordName);
     EXPECT_STREQ("backup", kBackupFilePrefix);
+    EXPECT_STREQ("VcJournal.", kJournalPrefix);
     EXPECT_STREQ(".lock", kLockSuffix);
 }
 
