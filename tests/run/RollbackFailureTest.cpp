@@ -268,19 +268,24 @@ TEST_F(RollbackFailure, SavesTheStagingDirectoryWhenNobodyWaits) {
 
 using RollbackNotUndone = RollbackFailure;
 
-// The saved copies are moved into place, and the undoing does not move them back.
-TEST_F(RollbackNotUndone, TheSavedCopiesThatItHadPutInPlace) {
+// A rollback that failed is as one that was not tried: the saved copies are still there.
+TEST_F(RollbackFailure, CanBeRepeated) {
     updateWith(ScriptedAgent::kNew);
-    agent->script("EndItem #2 = 0");
-    (void)expectUndone(60);
-    EXPECT_FALSE(patch.destination("lib").hasSaved("2/4/000"));
-    agent->forgetScript();
+    for (const char* stop : {"EndItem #1 = 0", "EndItem #2 = 0", "CheckFileEx #1 = -1",
+                             "CheckFileEx #2 = -1", "CheckFileEx #3 = -1"}) {
+        SCOPED_TRACE(stop);
+        agent->script(stop);
+        EXPECT_EQ(patch.rollback().status, 60);
+        EXPECT_TRUE(patch.destination("lib").hasSaved("2/4/000"));
+        EXPECT_EQ(patch.destination("lib").read("c.dat"), "new c");
+        agent->forgetScript();
+    }
 
     EXPECT_EQ(patch.rollback().status, 0);
 
-    EXPECT_EQ(patch.destination("lib").read("c.dat"), "new c");
+    EXPECT_EQ(patch.destination("lib").read("c.dat"), "old lib/c.dat");
     EXPECT_FALSE(patch.destination("lib").has("added.dat"));
-    EXPECT_EQ(patch.destination("app").read("a.dat"), "new a");
+    EXPECT_EQ(patch.destination("app").read("a.dat"), "old app/a.dat");
 }
 
 // There is nothing to save, and of nothing an empty copy is made.

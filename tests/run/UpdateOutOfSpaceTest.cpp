@@ -47,26 +47,28 @@ TEST(UpdateOutOfSpace, PutsAReplacedFileBack) {
     expectEmptyStore(patch.destination());
 }
 
-// A file counts as added once it is complete.
-TEST(UpdateNotUndone, ANewFileThatBreaksOff) {
+TEST(UpdateOutOfSpace, RemovesANewFileThatBreaksOff) {
     PatchScenario patch;
     patch.item(3, 5).stage("a.dat", std::string(300000, 'n'));
     const FileSizeLimit limit(100000);
 
     EXPECT_EQ(patch.update().status, 58);
 
-    EXPECT_EQ(patch.destination().read("a.dat"), std::string(100000, 'n'));
+    EXPECT_EQ(patch.destination().files(), FileTree());
 }
 
-TEST(UpdateNotUndone, AReplacedFileThatCouldNotBeSavedWhole) {
+TEST(UpdateOutOfSpace, LeavesAFileThatCannotBeSavedWhole) {
     PatchScenario patch;
     patch.destination().write("a.dat", std::string(300000, 'o'));
     patch.item(3, 5).stage("a.dat", std::string(300000, 'n'));
     const FileSizeLimit limit(100000);
 
-    EXPECT_EQ(patch.update().status, 58);
+    const RunOutcome run = patch.update();
 
-    EXPECT_EQ(patch.destination().read("a.dat"), std::string(100000, 'o'));
+    EXPECT_EQ(run.status, 58);
+    EXPECT_THAT(run.log, LogHas({"Err callBackForUpdate: crtUniFile failed."}));
+    EXPECT_EQ(patch.destination().files(), (FileTree{{"a.dat", std::string(300000, 'o')}}));
+    expectEmptyStore(patch.destination());
 }
 
 // The large file of an update of two items: more than one file may hold.

@@ -188,7 +188,7 @@ TEST(Update, MakesARecordThatIsNotOneAnew) {
 }
 
 // The record can neither be read nor taken away: the files stay updated, what was saved is dropped.
-TEST(Update, SucceedsWithoutARecordThatItCanMerge) {
+TEST(Update, ReplacesNothingWithoutARecordThatItCanRead) {
     PatchScenario patch;
     const ScenarioDir app = patch.destination();
     app.write("a.dat", "old");
@@ -200,32 +200,27 @@ TEST(Update, SucceedsWithoutARecordThatItCanMerge) {
 
     const RunOutcome run = patch.update();
 
-    EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.log, LogHas({"Err Delete crashed " + kRecord + " file failed!",
-                                 "Err Merge backup ini faild"}));
-    EXPECT_THAT(run.log, LogLacks({"mergeBackupIni: done."}));
-    EXPECT_EQ(app.files(), (FileTree{{"a.dat", "new"}, {"b.dat", "more"}}));
+    EXPECT_EQ(run.status, 58);
+    EXPECT_THAT(run.log, LogHas({"Err Cause: " + app.storePath(kRecord) + ": Is a directory",
+                                 "Err callBackForUpdate: crtUniFile failed."}));
+    EXPECT_EQ(app.files(), (FileTree{{"a.dat", "old"}}));
     EXPECT_EQ(app.store(), (FileTree{{"3/", ""}, {"3/5/", ""}, {kRecord + "/", ""}}));
 }
 
 // A directory that holds something counts as deleted, as everywhere, and takes no record.
-TEST(Update, SucceedsWithADirectoryInThePlaceOfTheRecord) {
+TEST(Update, AddsFilesWithADirectoryInThePlaceOfTheRecord) {
     PatchScenario patch;
     const ScenarioDir app = patch.destination();
-    app.write("a.dat", "old");
     app.write(std::string(kBackupStoreName) + "/" + kRecord + "/inner", "kept");
     patch.item(3, 5).stage("a.dat", "new");
 
     const RunOutcome run = patch.update();
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.log, LogHas({"Inf Flush " + kRecord + " failed", "Inf mergeBackupIni: done."}));
+    EXPECT_THAT(run.log, LogHas({"Err Cause: " + app.storePath(kRecord) + ": Is a directory",
+                                 "Inf Flush " + kRecord + " failed", "Inf mergeBackupIni: done."}));
     EXPECT_EQ(app.read("a.dat"), "new");
-    EXPECT_EQ(app.store(), (FileTree{{"3/", ""},
-                                     {"3/5/", ""},
-                                     {savedName("3/5/000"), "old"},
-                                     {kRecord + "/", ""},
-                                     {kRecord + "/inner", "kept"}}));
+    EXPECT_EQ(app.store(), (FileTree{{kRecord + "/", ""}, {kRecord + "/inner", "kept"}}));
 }
 
 TEST(Update, DropsADamagedItemFromTheRecord) {

@@ -67,6 +67,25 @@ TEST_F(KvBackupMerge, NothingHappensWithoutItems) {
     EXPECT_THAT(log_.texts(-1), ElementsAre());
 }
 
+// It is told once, stays as it is, and costs no copy.
+TEST_F(KvBackupMerge, KeepsARecordThatCannotBeReadAndAllCopies) {
+    tree_.write(kRecord + "/inner", "a directory in its place");
+    makeCopy("backup.000");
+    RunBackup run(0);
+    run.item(3, 5, "100", "101", app_).written("backup.000, " + app_ + "/old.dat");
+
+    mergeBackupIni(run.get(), 1);
+
+    EXPECT_THAT(
+        linesOf(log_),
+        ElementsAre("6 info mergeBackupIni: backup needed.",
+                    "6 info Start parsing the original backup ini(" + tree_.path(kRecord) + ").",
+                    "6 error Cause: " + tree_.path(kRecord) + ": Is a directory",
+                    "6 info Flush VcBackup.ini failed", "6 info mergeBackupIni: done."));
+    EXPECT_TRUE(tree_.exists(kRecord + "/inner"));
+    EXPECT_TRUE(hasCopy("backup.000"));
+}
+
 TEST_F(KvBackupMerge, FirstUpdateOfAnItemMakesTheRecord) {
     RunBackup run(1, "agent.so");
     run.item(3, 5, "100", "101", app_)

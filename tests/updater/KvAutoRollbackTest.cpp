@@ -4,6 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <string>
+
 #include "tests/agent/FakeAgent.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/LogLines.h"
@@ -120,6 +123,47 @@ TEST_F(KvAutoRollback, GoesOnBehindAFileThatCannotBeMovedBack) {
     EXPECT_EQ(tree.read("app/file"), "no directory");
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
     EXPECT_EQ(agent.calls.size(), 2U);
+}
+
+TEST_F(KvAutoRollback, DeletesAFileThatBrokeOff) {
+    item(3, 5);
+    const std::string announced = tree.write("app/half.dat", "hal");
+    ASSERT_TRUE(announceAddedFile(&run.last(), strdup(announced.c_str())));
+    FakeAgent agent(PATCHAGENT_NEW);
+
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
+
+    EXPECT_FALSE(tree.exists("app/half.dat"));
+}
+
+TEST_F(KvAutoRollback, PutsTheFirstCopyOfAnItemBack) {
+    item(3, 5);
+    written("backup.000", "a.dat");
+    tree.write("app/VC_Backup/3/5/backup.001", "later");
+    entry("backup.001, " + tree.path("app/a.dat"));
+    FakeAgent agent(PATCHAGENT_NEW);
+
+    EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
+
+    EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
+    EXPECT_FALSE(tree.exists("app/VC_Backup/3/5/backup.001"));
+}
+
+// An update makes the copies of its first item first, a rollback those of its last.
+TEST_F(KvAutoRollback, PutsTheFirstCopyOfARunBack) {
+    for (const unsigned mode : {kUndoUpdate, kUndoRollback}) {
+        RunBackup items(0);
+        for (const char* saved : {"backup.000", "backup.001"}) {
+            items.item(3, 5, "", "", tree.makeDir("app"));
+            tree.write(std::string("app/VC_Backup/3/5/") + saved, saved);
+            items.written(saved + (", " + tree.path("app/a.dat")));
+        }
+        FakeAgent agent(PATCHAGENT_NEW);
+
+        EXPECT_EQ(autoRollback(agent.table(), items.record(), mode), 1);
+
+        EXPECT_EQ(tree.read("app/a.dat"), mode == kUndoUpdate ? "backup.000" : "backup.001");
+    }
 }
 
 TEST_F(KvAutoRollback, StopsAtAnEntryThatIsNotAPair) {

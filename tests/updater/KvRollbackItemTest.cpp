@@ -90,6 +90,40 @@ TEST_F(KvRollbackItem, DeletesTheAddedAndPutsTheSavedBack) {
     EXPECT_EQ(app.read(app.store() + "backup.000"), "old sub/a.dat") << "for another try";
 }
 
+// The second entry of a copy finds it gone.
+TEST_F(KvRollbackItem, PutsACopyBackOnce) {
+    app.item(3, 5).written("a.dat").entry("backup.000, " + app.path("b.dat"));
+    tree.write("app/b.dat", "new b.dat");
+
+    EXPECT_EQ(run(), 0);
+
+    EXPECT_THAT(app.files(), ElementsAre("a.dat=old a.dat", "b.dat=new b.dat"));
+}
+
+// It would stand for all copies.
+TEST_F(KvRollbackItem, EndsAtAnEntryWithoutABackupName) {
+    app.item(3, 5).written("a.dat").entry(", " + app.path("b.dat"));
+
+    EXPECT_EQ(run(), -5);
+
+    EXPECT_EQ(app.read(app.store() + "backup.000"), "old a.dat");
+    EXPECT_FALSE(app.has("b.dat"));
+}
+
+TEST_F(KvRollbackItem, EndsAtAFileThatCannotBePutBack) {
+    tree.write("app/file", "no directory");
+    tree.write("app/VC_Backup/3/5/backup.00a", "old");
+    app.item(3, 5).entry("backup.00a, " + app.path("file/inner.dat"));
+    LogCapture log;
+
+    EXPECT_EQ(run(), -5);
+
+    const std::vector<std::string> lines = linesOf(log);
+    EXPECT_THAT(lines.back(), "6 error rollbackItem: rollback added file failed.");
+    EXPECT_THAT(lines[lines.size() - 2], testing::StartsWith("6 error Cause: "));
+    EXPECT_EQ(app.read("VC_Backup/3/5/backup.00a"), "old");
+}
+
 TEST_F(KvRollbackItem, KeepsACopyOfWhatItTakesAway) {
     app.item(3, 5).added("x.dat").written("a.dat");
     tree.setTime("app/x.dat", 1000000000);
