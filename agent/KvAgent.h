@@ -117,7 +117,8 @@ struct AgentFileWords {
 // --- The agent
 
 // Borrows its table, which must outlive it; it keeps nothing else, so that two objects on one table
-// say the same.
+// say the same. An agent that throws has failed: PATCH_ERROR, CHECKFILE_ERROR, PATCHAGENT_NO; a
+// path that it was asked for stays as it was.
 class Agent {
   public:
     explicit Agent(_PatchAgent& table) : table_(table) {}
@@ -169,6 +170,16 @@ class Agent {
                                        int& answer) = 0;
 
     [[nodiscard]] _PatchAgent& table() const { return table_; }
+
+    // Every call of an entry point that answers: an exception that leaves it counts as `failure`.
+    template <typename Entry, typename... Arguments>
+    [[nodiscard]] static int answerOf(int failure, Entry* entry, Arguments... arguments) {
+        try {
+            return entry(arguments...);
+        } catch (...) {
+            return failure;
+        }
+    }
 
     // For a text that may be null.
     static void say(const char* text);

@@ -32,14 +32,14 @@ bool NewAgent::load(const char* file, const AgentLoadWords& words) {
 
 bool NewAgent::agreesToRollback() {
     KV_INFO(kLevelProgress, "Call PatchAgent IsRollbackEx with: void");
-    return table().IsRollbackEx() != 0;
+    return answerOf(PATCHAGENT_NO, table().IsRollbackEx) != PATCHAGENT_NO;
 }
 
 PatchStartAnswer NewAgent::start(const updateStru& /*description*/, const AgentStartWords& words,
                                  AgentPaths& /*paths*/) {
     say(words.action.intent);
     say(words.action.call);
-    return heed(table().StartAction(), words.action);
+    return heed(answerOf(PATCH_ERROR, table().StartAction), words.action);
 }
 
 const char* NewAgent::destinationOf(const tag_ItemInfo& item, AgentPaths& /*paths*/) {
@@ -55,15 +55,15 @@ ItemCall NewAgent::startItem(const AgentItem& item, int& answer) {
         KV_INFO(kLevelProgress, "Call PatchAgent StartItem with: %s, %u, 0x%x, 0x%x, %s, %s",
                 item.name.shown, item.itemClass, item.type, item.flags, item.fromText, item.toText);
     }
-    answer = table().StartItem(item.name.told, item.itemClass, item.type, item.flags, item.from,
-                               item.to);
+    answer = answerOf(PATCHAGENT_NO, table().StartItem, item.name.told, item.itemClass, item.type,
+                      item.flags, item.from, item.to);
     return ItemCall::kMade;
 }
 
 ItemCall NewAgent::endItem(int success, const AgentItem& item, int& answer) {
     KV_INFO(kLevelProgress, "Call PatchAgent EndItem with: %s, %s, %s", truthText(success),
             item.fromText, item.toText);
-    answer = table().EndItem(success, item.from, item.to);
+    answer = answerOf(PATCHAGENT_NO, table().EndItem, success, item.from, item.to);
     return ItemCall::kMade;
 }
 
@@ -75,7 +75,7 @@ bool NewAgent::askFile(const char* path, const AgentFileWords& words, int& answe
     if (words.question.newAgent != nullptr) {
         KV_INFO(kLevelProgress, "%s%s", words.question.newAgent, shownPath(path));
     }
-    answer = table().CheckFileEx(path);
+    answer = answerOf(CHECKFILE_ERROR, table().CheckFileEx, path);
     if (words.tellsAnswer) {
         KV_INFO(kLevelAlways, "Call PatchAgent CheckFileEx( %s ) return %d,(%s)", shownPath(path),
                 answer, meaningOf(answer));
@@ -85,5 +85,6 @@ bool NewAgent::askFile(const char* path, const AgentFileWords& words, int& answe
 
 void NewAgent::end(int /*success*/, const char* /*unknownInterface*/) {
     KV_INFO(kLevelProgress, "Call PatchAgent EndAction with: void");
-    (void)table().EndAction();  // the run is done whatever the agent says
+    // The run is done whatever the agent says.
+    (void)answerOf(PATCHAGENT_NO, table().EndAction);
 }

@@ -51,12 +51,23 @@ const tag_ItemInfo* firstItemOf(const Component& component, const updateStru& de
     return nullptr;
 }
 
+// An agent that throws may have begun to write.
+void callGetPath(PatchGetPathFn* getPath, char (&path)[kLongPathCapacity]) {
+    char before[kLongPathCapacity];
+    Strncpy(before, path, sizeof before);
+    try {
+        getPath(path);
+    } catch (...) {
+        Strncpy(path, before, sizeof path);
+    }
+    path[sizeof path - 1] = '\0';
+}
+
 void askPath(const _PatchAgent& table, const Component& component, const tag_ItemInfo& item,
              const AgentPathWords& words, char (&path)[kLongPathCapacity]) {
     Strncpy(path, item.destination, sizeof path);
     KV_INFO(kLevelProgress, "%s: %s", words.before, path);
-    (table.*component.getPath)(path);
-    path[sizeof path - 1] = '\0';
+    callGetPath(table.*component.getPath, path);
     KV_INFO(kLevelProgress, "%s: %s", words.after, path);
 }
 
@@ -101,12 +112,12 @@ PatchStartAnswer OldAgent::start(const updateStru& description, const AgentStart
     const unsigned mask = classMaskOf(description);
     say(words.patch.intent);
     KV_INFO(kLevelProgress, "%s%x", words.patch.call, mask);
-    return heed(table().StartPatch(mask), words.patch);
+    return heed(answerOf(PATCH_ERROR, table().StartPatch, mask), words.patch);
 }
 
 bool OldAgent::mayGoOn(const AgentConsentWords& words) {
     say(words.before);
-    if (table().IsRollback() != 0) {
+    if (answerOf(PATCHAGENT_NO, table().IsRollback) != PATCHAGENT_NO) {
         return true;
     }
     words.isBinding ? sayError(words.refused) : say(words.refused);
@@ -130,7 +141,7 @@ ItemCall OldAgent::startItem(const AgentItem& item, int& answer) {
         return ItemCall::kUnknownClass;
     }
     KV_INFO(kLevelProgress, "Call PatchAgent Start%s with: %s", component->entry, item.name.shown);
-    answer = (table().*component->start)(item.name.told);
+    answer = answerOf(PATCHAGENT_NO, table().*component->start, item.name.told);
     return ItemCall::kMade;
 }
 
@@ -151,7 +162,7 @@ ItemCall OldAgent::endItem(int success, const AgentItem& item, int& answer) {
         KV_INFO(kLevelProgress, "Call PatchAgent End%s with: %s, 0x%x, 0x%x", component->entry,
                 truthText(success), from, to);
     }
-    answer = (table().*component->end)(success, from, to);
+    answer = answerOf(PATCHAGENT_NO, table().*component->end, success, from, to);
     return ItemCall::kMade;
 }
 
@@ -164,7 +175,7 @@ bool OldAgent::askFile(const char* path, const AgentFileWords& words, int& answe
     if (words.question.oldAgent != nullptr) {
         KV_INFO(kLevelProgress, "%s%s", words.question.oldAgent, shownPath(path));
     }
-    answer = table().CheckFile(path);
+    answer = answerOf(CHECKFILE_ERROR, table().CheckFile, path);
     if (words.tellsAnswer) {
         KV_INFO(kLevelAlways, "Call PatchAgent CheckFile( %s ) return %d", shownPath(path), answer);
     }
@@ -173,5 +184,6 @@ bool OldAgent::askFile(const char* path, const AgentFileWords& words, int& answe
 
 void OldAgent::end(int success, const char* /*unknownInterface*/) {
     KV_INFO(kLevelProgress, "Call PatchAgent EndPatch with: %s", truthText(success));
-    (void)table().EndPatch(success);  // the run is done whatever the agent says
+    // The run is done whatever the agent says.
+    (void)answerOf(PATCHAGENT_NO, table().EndPatch, success);
 }

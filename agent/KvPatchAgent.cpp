@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "base/KvText.h"
 #include "log/KvReport.h"
 
 static_assert(sizeof(tag_Version) == 12 && offsetof(tag_Version, build) == 4,
@@ -16,6 +17,7 @@ static_assert(static_cast<uint32_t>(PATCHCLASS_PRODUCT) == kClassProduct &&
 namespace {
 
 constexpr char kModule[] = "KvUpdaterStru";
+constexpr size_t kReasonCapacity = 64;
 
 // The one list of each interface: `visit(slot, symbol, fallback)` for every entry point.
 template <typename Visitor>
@@ -59,15 +61,17 @@ struct UseDefault {
     }
 };
 
-// Fills the slots from the library and notices whether one is missing.
+// Fills the slots from the library and notices the first that is missing.
 struct Resolve {
     void* handle;
-    bool& isComplete;
+    const char*& missing;
 
     template <typename Entry>
     void operator()(Entry*& slot, const char* symbol, Entry*) const {
         slot = reinterpret_cast<Entry*>(dlsym(handle, symbol));
-        isComplete = isComplete && slot != nullptr;
+        if (slot == nullptr && missing == nullptr) {
+            missing = symbol;
+        }
     }
 };
 
@@ -79,6 +83,37 @@ void clearEntries(_PatchAgent& agent) {
 // An empty name means the program itself to some platforms' loaders; it is never an agent.
 void* openLibrary(const char* file) {
     return *file != '\0' ? dlopen(file, RTLD_LAZY) : nullptr;
+}
+
+void reportNotOpened(const char* file) {
+    if (*file == '\0') {
+        reportCause("patchagent", "the file name is empty");
+        return;
+    }
+    const char* words = dlerror();
+    reportCause(file, words != nullptr ? words : "unknown");
+}
+
+// A patch whose agent is not used may succeed; the log is the only place to learn of it.
+void reportMissing(const char* file, const char* entry) {
+    char reason[kReasonCapacity];
+    Snprintf(reason, sizeof reason, "entry point %s is missing", entry);
+    reportCause(file, reason);
+}
+
+// Loads one interface, whose entries `visit` visits, all of them from the library or none.
+template <typename Visit>
+void loadInterface(const char* file, _PatchAgent& agent, Visit&& visit) {
+    if (loadSharedObj(file, &agent) != kSharedObjLoaded) {
+        visit(UseDefault{});
+        return;
+    }
+    const char* missing = nullptr;
+    visit(Resolve{agent.handle, missing});
+    if (missing != nullptr) {
+        reportMissing(file, missing);
+        visit(UseDefault{});
+    }
 }
 
 }  // namespace
@@ -95,6 +130,7 @@ int loadSharedObj(const char* file, _PatchAgent* agent) {
     }
     agent->handle = openLibrary(file);
     if (agent->handle == nullptr) {
+        reportNotOpened(file);
         KV_ERROR(kLevelProgress, "load patchagent: %s failed.", file);
         return kSharedObjNotLoaded;
     }
@@ -106,13 +142,7 @@ void loadOldPatchAgent(const char* file, _PatchAgent* agent) {
         return;
     }
     agent->version = PATCHAGENT_OLD;
-    bool isComplete = loadSharedObj(file, agent) == kSharedObjLoaded;
-    if (isComplete) {
-        visitOldEntries(*agent, Resolve{agent->handle, isComplete});
-    }
-    if (!isComplete) {
-        visitOldEntries(*agent, UseDefault{});
-    }
+    loadInterface(file, *agent, [agent](const auto& visitor) { visitOldEntries(*agent, visitor); });
 }
 
 void loadNewPatchAgent(const char* file, _PatchAgent* agent) {
@@ -120,13 +150,7 @@ void loadNewPatchAgent(const char* file, _PatchAgent* agent) {
         return;
     }
     agent->version = PATCHAGENT_NEW;
-    bool isComplete = loadSharedObj(file, agent) == kSharedObjLoaded;
-    if (isComplete) {
-        visitNewEntries(*agent, Resolve{agent->handle, isComplete});
-    }
-    if (!isComplete) {
-        visitNewEntries(*agent, UseDefault{});
-    }
+    loadInterface(file, *agent, [agent](const auto& visitor) { visitNewEntries(*agent, visitor); });
 }
 
 void unloadPatchAgent(_PatchAgent* agent) {

@@ -2,7 +2,8 @@
 //
 // Loading always ends with a usable table. When the patch names no agent, when the library cannot
 // be opened, or when it lacks a single entry point of its interface, the built-in defaults stand in
-// for the whole interface; they accept everything.
+// for the whole interface; they accept everything. Why a named agent is not used is reported as a
+// cause.
 #pragma once
 
 #include <cstdint>

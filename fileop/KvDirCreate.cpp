@@ -1,12 +1,13 @@
 // createDir.
-#include <sys/stat.h>
-
+#include <cerrno>
 #include <new>
 #include <string>
 #include <vector>
 
+#include "base/KvFailure.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
+#include "fileop/KvSystem.h"
 #include "fileop/KvTreeStep.h"
 
 namespace {
@@ -92,7 +93,10 @@ class DirMaker {
 
     bool make(size_t length) {
         const char kept = cutAt(length);
-        const bool isMade = mkdir(text_.c_str(), kDirMode) == 0;
+        const bool isMade = sysMkdir(text_.c_str(), kDirMode) == 0;
+        if (!isMade) {
+            noteFailure(text_.c_str(), errno);
+        }
         text_[length] = kept;
         return isMade;
     }
@@ -116,9 +120,14 @@ int KvFileOpUtil::createDir(const char* path, Callback callback, CallbackEntry* 
     if (path == nullptr) {
         return kBadParameters;
     }
+    if (KvSimpleString::isFailed(path)) {
+        noteFailure(path, ENOMEM);
+        return kDestinationNotWritable;
+    }
     try {
         return DirMaker(path, {callback, entry}).run();
     } catch (const std::bad_alloc&) {
+        noteFailure(path, ENOMEM);
         return kDestinationNotWritable;
     }
 }

@@ -1,13 +1,13 @@
 #include "fileop/KvDirList.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include "base/KvScoped.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
+#include "fileop/KvSystem.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ bool isDirectory(DIR* dir, const dirent& entry) {
         return entry.d_type == DT_DIR;
     }
     struct stat status {};
-    return fstatat(dirfd(dir), entry.d_name, &status, 0) == 0 && S_ISDIR(status.st_mode);
+    return sysStatAt(dirfd(dir), entry.d_name, status) == 0 && S_ISDIR(status.st_mode);
 }
 
 }  // namespace
@@ -41,25 +41,33 @@ KvDirList::KvDirList(const char* pathOrPattern) : names(16, 4) {
     if (filter.empty()) {
         filter = "*";
     }
+    if (dirPath.failed() || filter.failed()) {
+        error = ENOMEM;
+        return;
+    }
     read();
 }
 
 void KvDirList::read() {
-    const ScopedDir dir(opendir(dirPath.empty() ? "./" : dirPath.c_str()));
+    const ScopedDir dir(sysOpenDir(getDirectory()));
     if (dir == nullptr) {
+        // Without the directory there are no entries; otherwise nobody knows them.
+        error = errno == ENOENT || errno == ENOTDIR ? 0 : errno;
         return;
     }
-    while (complete) {
+    while (isComplete()) {
+        errno = 0;  // the end of the directory leaves it alone, a failure does not
         const dirent* const entry = readdir(dir.get());
         if (entry == nullptr) {
+            error = errno;
             return;
         }
         if (isDotName(entry->d_name)) {
             continue;
         }
         const bool isDir = isDirectory(dir.get(), *entry);
-        if (isDir || _fnmatch(filter.c_str(), entry->d_name)) {
-            complete = add(entry->d_name, isDir);
+        if ((isDir || _fnmatch(filter.c_str(), entry->d_name)) && !add(entry->d_name, isDir)) {
+            error = ENOMEM;
         }
     }
 }
@@ -67,7 +75,7 @@ void KvDirList::read() {
 bool KvDirList::add(const char* name, bool isDirectory) {
     names.push_back(name);
     kinds += isDirectory ? kDirectory : kOther;
-    return names.size() == kinds.length() && names[names.size() - 1].length() == strlen(name);
+    return !names.failed() && !kinds.failed();
 }
 
 bool KvDirList::hasNext() const {

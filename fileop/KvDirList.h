@@ -6,13 +6,15 @@
 
 // The argument is a directory ("d/" or the existing "d": everything in it) or a pattern ("d/*.ini",
 // "*.ini": the files that match). Directories are taken whatever the filter says; "." and ".." are
-// not. A directory that cannot be read gives an empty list. Names come in the system's order.
+// not. Names come in the system's order. A directory that does not exist (any more) gives an empty
+// list; one that cannot be listed to its end for another reason gives a list that is not complete.
 //
 // What is a directory is decided while reading; a link to a directory is one.
 class KvDirList {
   public:
     // Null counts as the empty text, which lists the current directory. A pattern directly under
-    // the root ("/x*"), and the root itself, list the current directory too; that is kept.
+    // the root ("/x*"), and the root itself, list the current directory too; that is kept. A text
+    // for which there was no memory lists nothing.
     explicit KvDirList(const char* pathOrPattern);
 
     [[nodiscard]] bool hasNext() const;
@@ -37,8 +39,16 @@ class KvDirList {
 
     [[nodiscard]] bool hasSubDir() const;
 
-    // False when there was no memory for all entries: the list then ends early.
-    [[nodiscard]] bool isComplete() const { return complete; }
+    // False when the list ends early: the system failed, or there was no memory.
+    [[nodiscard]] bool isComplete() const { return error == 0; }
+
+    // Why it ends early, an errno; 0 for a complete list.
+    [[nodiscard]] int getError() const { return error; }
+
+    // The directory that is listed, as the system is told it.
+    [[nodiscard]] const char* getDirectory() const {
+        return dirPath.empty() && !dirPath.failed() ? "./" : dirPath.c_str();
+    }
 
   private:
     void read();
@@ -49,5 +59,5 @@ class KvDirList {
     KvSimpleStringVector names;
     unsigned int index = 0;
     KvSimpleString kinds;  // one letter per name: a directory or something else
-    bool complete = true;
+    int error = 0;
 };

@@ -16,12 +16,13 @@ class KvFileContents {
   public:
     // Writes what `src` holds to `dst`, which is made or emptied first, and gives it the times of
     // `src` in whole seconds. kDone, kCannotOpenSource, kDestinationNotWritable,
-    // kReadError or kWriteError; a copy that fails half-way stays as it is.
+    // kReadError or kWriteError; a copy that fails half-way stays as it is. What is no
+    // regular file cannot be opened. Each failure is noted (base/KvFailure.h).
     [[nodiscard]] KvFileOpUtil::Result copy(const char* src, const char* dst, TargetState state);
 
   private:
     // kDone leaves in `status`, given zeroed, what the source was at its end; all zero when it does
-    // not tell.
+    // not tell. Any other result leaves its cause in `errno`.
     [[nodiscard]] KvFileOpUtil::Result pump(int source, int target, struct stat& status);
 
     ScopedHeap<char> buffer_;  // made by the first copy

@@ -4,7 +4,10 @@
 // Rules that hold everywhere:
 // - Paths use '/'. The operations take a backslash for one too, except `createDir` and the deletion
 //   of a single named entry, which use the path as it stands.
-// - A path is told to be a directory by `stat`: a link to a directory counts as one.
+// - A path is told to be a directory by `stat`: a link to a directory counts as one. Not so for
+//   deletions: a link is an entry like a file, and what it points at stays.
+// - What is neither a regular file nor a directory is a file that cannot be opened. No open waits.
+// - A path for which there was no memory (base/KvSimpleString.h) names nothing and is never used.
 // - A path that ends with '/' is in directory form. '*' and '?' in the last name make a pattern.
 // - Nothing is logged and no exception leaves. What a failed or stopped operation has already done
 //   stays done.
@@ -20,9 +23,9 @@ class KvFileOpUtil {
     // What the operations return. Any other value is a callback's own, passed on unchanged.
     enum Result : int {
         kDone = 0,
-        kBadParameters = -1,  // also: something that could not be deleted
+        kBadParameters = -1,  // also: something that could not be deleted, listing it included
         kCannotOpenSource = -2,
-        kReadError = -3,
+        kReadError = -3,   // or no memory
         kNoSuchName = -3,  // copyncase: no file has that name in any case
         kWriteError = -4,
         kDestinationNotWritable = -5,  // or a directory that cannot be made
@@ -87,8 +90,8 @@ class KvFileOpUtil {
     [[nodiscard]] static int copyncase(const char* src, const char* dst, bool overwrite,
                                        Callback callback = nullptr, CallbackEntry* entry = nullptr);
 
-    // `xcopy`, then, when that returned kDone, `xunlink` of the source: also of what the callback
-    // skipped.
+    // `xcopy`, then, when that returned kDone, `xunlinkContents` of the source: also of what the
+    // callback skipped.
     [[nodiscard]] static int xmove(const char* src, const char* dst, bool overwrite,
                                    Callback callback = nullptr, CallbackEntry* entry = nullptr);
 
@@ -99,9 +102,13 @@ class KvFileOpUtil {
 
     // Deletes a file, the matches of a pattern (directories whole), or a tree, contents first.
     // Something that is already gone, or a directory that still holds entries, is not an error.
-    // A link to a directory is followed: its target is emptied and the link itself stays.
     [[nodiscard]] static int xunlink(const char* path, Callback callback = nullptr,
                                      CallbackEntry* entry = nullptr);
+
+    // The same, but where the path itself is a link to a directory, that directory is emptied and
+    // the link stays.
+    [[nodiscard]] static int xunlinkContents(const char* path, Callback callback = nullptr,
+                                             CallbackEntry* entry = nullptr);
 
     // Deletes a file, an empty directory, or the files and empty directories that match a pattern.
     // A directory that is not empty stays, and that is kDone.
@@ -110,7 +117,8 @@ class KvFileOpUtil {
 
     // Visits `path` and everything below it, directories before their contents; the callback's
     // result is ignored, but where it changes `action` of a visited directory the walk stays out.
-    // False when something cannot be looked at (the walk ends there) and for a wrong `cbSize`.
+    // False when something cannot be looked at (the walk ends there) and for a wrong `cbSize`; what
+    // was listed and is gone when its turn comes is passed over.
     // Without a callback or an entry it only tells whether `path` exists.
     static bool xaccess(const char* path, Callback callback = nullptr,
                         CallbackEntry* entry = nullptr);
@@ -131,7 +139,7 @@ class KvFileOpUtil {
     // nothing without its '/', so it counts as no directory.
     [[nodiscard]] static bool isDir(const char* path);
 
-    // Whether it can be opened for reading (a directory can).
+    // Whether it can be opened for reading (a directory can); why not, stands in `errno`.
     [[nodiscard]] static bool exist(const char* path);
 
     // Whether it exists, readable or not.
@@ -139,6 +147,13 @@ class KvFileOpUtil {
 
     // A directory without entries.
     [[nodiscard]] static bool isEmptyDir(const char* path);
+
+    // Whether the path itself is a link; one '/' at the end does not matter.
+    [[nodiscard]] static bool isLink(const char* path);
+
+    // Whether everything below the directory could be looked at, and is neither a link nor a file
+    // that holds a byte. A path that is itself a link, or no directory, is none.
+    [[nodiscard]] static bool isTreeWithoutBytes(const char* path);
 
     // Sum of all files under the path, wrapping above 4 GiB; 0 when something there cannot be
     // looked at, kNoDirSize for a null or empty path.

@@ -7,11 +7,13 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/KvDescriptor.h"
 #include "base/KvScoped.h"
-#include "base/KvSimpleStream.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvMD5.h"
+#include "fileop/KvOpenFile.h"
 #include "fileop/KvPath.h"
+#include "fileop/KvSystem.h"
 
 static_assert(sizeof(void*) != 8 || sizeof(KvFileOpUtil::CallbackEntry) == 56,
               "callers set cbSize to 56");
@@ -20,8 +22,9 @@ namespace {
 
 constexpr size_t kCompareBlock = 262144;
 
+// O_NONBLOCK keeps the open of a pipe from waiting for its other end.
 int openForReading(const char* path) {
-    return isMissingPath(path) ? -1 : open(path, O_RDONLY | O_CLOEXEC);
+    return sysOpen(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
 }
 
 // The position of the end; -1 when the file cannot be opened or has none.
@@ -30,15 +33,23 @@ off_t sizeOf(const char* path) {
     return file.isOpen() ? lseek(file.get(), 0, SEEK_END) : -1;
 }
 
-// -1 when the stream has no size; it then stands anywhere, otherwise at its start.
-long streamSize(KvSimpleIStream& stream) {
-    stream.seekg(0, SEEK_END);
-    const long size = stream.tellg();
-    stream.seekg(0, SEEK_SET);
-    return stream.bad() ? -1 : size;
+// As many bytes as there are, up to `room`; -1 for a failure.
+ssize_t readBlock(int fd, char* block, size_t room) {
+    size_t got = 0;
+    while (got < room) {
+        const ssize_t count = readSome(fd, block + got, room - got);
+        if (count < 0) {
+            return -1;
+        }
+        if (count == 0) {
+            break;
+        }
+        got += static_cast<size_t>(count);
+    }
+    return static_cast<ssize_t>(got);
 }
 
-bool haveSameBytes(KvSimpleIStream& a, KvSimpleIStream& b, size_t size) {
+bool haveSameBytes(int a, int b, size_t size) {
     const size_t block = std::min(size, kCompareBlock);
     const ScopedHeap<char> left(static_cast<char*>(malloc(block + 1)));
     const ScopedHeap<char> right(static_cast<char*>(malloc(block + 1)));
@@ -47,13 +58,13 @@ bool haveSameBytes(KvSimpleIStream& a, KvSimpleIStream& b, size_t size) {
     }
     size_t compared = 0;
     while (compared < size) {
-        const size_t count = a.read(left.get(), block).gcount();
+        const ssize_t count = readBlock(a, left.get(), block);
         // Nothing before the size is reached: the file shrank, or cannot be read after all.
-        if (count == 0 || b.read(right.get(), block).gcount() != count ||
-            memcmp(left.get(), right.get(), count) != 0) {
+        if (count <= 0 || readBlock(b, right.get(), block) != count ||
+            memcmp(left.get(), right.get(), static_cast<size_t>(count)) != 0) {
             return false;
         }
-        compared += count;
+        compared += static_cast<size_t>(count);
     }
     return true;
 }
@@ -75,12 +86,19 @@ bool KvFileOpUtil::isDir(const char* path) {
         path = shortened.c_str();
     }
     struct stat status {};
-    int failure = stat(path, &status);
+    int failure = sysStat(path, status);
     if (failure != 0) {
         // A network file system may fail once and then answer.
-        failure = stat(path, &status);
+        failure = sysStat(path, status);
     }
     return failure == 0 && S_ISDIR(status.st_mode);
+}
+
+bool KvFileOpUtil::isLink(const char* path) {
+    KvSimpleString bare(path);
+    RemoveTrailingSeparator(bare);
+    struct stat status {};
+    return sysLstat(bare, status) == 0 && S_ISLNK(status.st_mode);
 }
 
 bool KvFileOpUtil::exist(const char* path) {
@@ -88,7 +106,7 @@ bool KvFileOpUtil::exist(const char* path) {
 }
 
 bool KvFileOpUtil::isExist(const char* path) {
-    return !isMissingPath(path) && access(path, F_OK) == 0;
+    return sysAccess(path, F_OK) == 0;
 }
 
 unsigned int KvFileOpUtil::getFileSize(const char* path) {
@@ -104,17 +122,13 @@ bool KvFileOpUtil::comp(const char* a, const char* b) {
     if (isMissingPath(a) || isMissingPath(b)) {
         return false;
     }
-    KvSimpleIStream left;
-    KvSimpleIStream right;
-    const int mode = KvSimpleStream::in | KvSimpleStream::binary;
-    left.open(normalizedPath(a).c_str(), mode);
-    right.open(normalizedPath(b).c_str(), mode);
-    if (!left.is_open() || !right.is_open()) {
-        return false;
-    }
-    const long size = streamSize(left);
-    return size >= 0 && size == streamSize(right) &&
-           haveSameBytes(left, right, static_cast<size_t>(size));
+    const ScopedFd left(openRegularFile(normalizedPath(a).c_str(), O_RDONLY, KvLastLink::kFollow));
+    const ScopedFd right(openRegularFile(normalizedPath(b).c_str(), O_RDONLY, KvLastLink::kFollow));
+    struct stat leftStatus {};
+    struct stat rightStatus {};
+    return left.isOpen() && right.isOpen() && fstat(left.get(), &leftStatus) == 0 &&
+           fstat(right.get(), &rightStatus) == 0 && leftStatus.st_size == rightStatus.st_size &&
+           haveSameBytes(left.get(), right.get(), static_cast<size_t>(leftStatus.st_size));
 }
 
 KvSimpleString KvFileOpUtil::getFileMD5(const char* path) {
@@ -137,7 +151,7 @@ bool KvFileOpUtil::rename(const char* from, const char* to) {
     KvSimpleString target = normalizedPath(to);
     RemoveTrailingSeparator(source);
     RemoveTrailingSeparator(target);
-    return ::rename(source.c_str(), target.c_str()) == 0;
+    return sysRename(source, target) == 0;
 }
 
 KvSimpleString KvFileOpUtil::getDirName(const char* path) {

@@ -22,6 +22,11 @@ int MakeItemPath(char* out, unsigned int size, const char* base, const tag_ItemI
         (void)Strncpy(out, "", size);  // null only for a missing buffer, which stays missing
         return kPathMissingArgument;
     }
+    if (KvSimpleString::isFailed(base)) {
+        (void)Strncpy(out, "", size);
+        return create ? static_cast<int>(KvFileOpUtil::kDestinationNotWritable)
+                      : static_cast<int>(kPathMissingArgument);
+    }
     if (size == 0) {
         out = nullptr;  // the second join must not read what the first could not write
     }
@@ -39,6 +44,10 @@ int MakePathNameByThreadId(char* out, unsigned int size, const char* dir) {
     }
     if (out == nullptr || size == 0) {
         return 0;
+    }
+    if (KvSimpleString::isFailed(dir)) {
+        out[0] = '\0';
+        return kPathMissingArgument;
     }
     char directory[kPathCapacity];
     (void)Strncpy(directory, dir, sizeof directory);

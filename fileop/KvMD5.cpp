@@ -1,12 +1,17 @@
 // The letters and numbers of the digest are those of RFC 1321.
 #include "fileop/KvMD5.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <utility>
 
+#include "base/KvDescriptor.h"
 #include "base/KvScoped.h"
+#include "fileop/KvOpenFile.h"
 
 namespace {
 
@@ -156,26 +161,24 @@ void KvMD5::MD5Final(unsigned char digest[kDigestSize], MD5_CTX* context) {
 }
 
 const unsigned char* KvMD5::MD5File(const char* path) {
-    static constexpr size_t kReadSize = 1024;
-    // The stream fetches in larger pieces than the digest takes: fewer calls into the system.
-    static constexpr size_t kStreamBuffer = 64 * size_t{1024};
+    static constexpr size_t kReadSize = 16 * size_t{1024};
     static unsigned char digest[kDigestSize];
 
-    const ScopedHeap<char> streamBuffer(static_cast<char*>(malloc(kStreamBuffer)));
-    const ScopedFile file(path != nullptr ? fopen(path, "rb") : nullptr);
-    if (!file) {
+    const ScopedFd file(openRegularFile(path, O_RDONLY, KvLastLink::kFollow));
+    // Kept: a directory can be opened, and reads yield nothing.
+    if (!file.isOpen() && errno != EISDIR) {
         return nullptr;
-    }
-    if (streamBuffer) {
-        (void)setvbuf(file.get(), streamBuffer.get(), _IOFBF,
-                      kStreamBuffer);  // else it has a smaller one
     }
     MD5_CTX context;
     MD5Init(&context);
     unsigned char block[kReadSize];
-    size_t got = 0;
-    while ((got = fread(block, 1, sizeof block, file.get())) > 0) {
+    ssize_t got = 0;
+    while (file.isOpen() &&
+           (got = readSome(file.get(), reinterpret_cast<char*>(block), sizeof block)) > 0) {
         MD5Update(&context, block, static_cast<unsigned int>(got));
+    }
+    if (got < 0) {
+        return nullptr;
     }
     MD5Final(digest, &context);
     return digest;

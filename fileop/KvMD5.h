@@ -23,7 +23,8 @@ class KvMD5 {
     static void MD5Final(unsigned char digest[kDigestSize], MD5_CTX* context);
 
     // The digest of a file's content, in one static buffer that every call overwrites; null when
-    // the file cannot be opened for reading. Reading ends where a read yields nothing.
+    // the file cannot be opened for reading (only a regular file can), or a read fails. A directory
+    // counts as a file without content.
     [[nodiscard]] static const unsigned char* MD5File(const char* path);
 
     // Prints the digest as 32 lower-case hexadecimal digits, without a line end, to standard

@@ -8,6 +8,7 @@
 
 #include "base/KvFailure.h"
 #include "base/KvScoped.h"
+#include "fileop/KvSystem.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ bool isOddFileError(int error) {
 // Why the link must not be followed; 0 when it may be.
 int refusalOf(const char* path) {
     struct stat status {};
-    if (lstat(path, &status) != 0) {
+    if (sysLstat(path, status) != 0) {
         return errno;
     }
     if (!S_ISLNK(status.st_mode)) {
@@ -36,7 +37,7 @@ int refusalOf(const char* path) {
 int openUnlessForeign(const char* path, int flags, mode_t mode) {
     // The open itself refuses links. A look-up before it would not see one that is put there
     // between the two.
-    const int fd = open(path, flags | O_NOFOLLOW, mode);
+    const int fd = sysOpen(path, flags | O_NOFOLLOW, mode);
     if (fd >= 0 || errno != ELOOP) {
         return fd;
     }
@@ -45,7 +46,7 @@ int openUnlessForeign(const char* path, int flags, mode_t mode) {
         errno = refusal;
         return -1;
     }
-    return open(path, flags, mode);
+    return sysOpen(path, flags, mode);
 }
 
 // 0 for a regular file.
@@ -64,7 +65,7 @@ int errorOf(int fd) {
 
 int openRegularFile(const char* path, int flags, KvLastLink link, mode_t mode) {
     const int all = flags | kAlways;
-    ScopedFd file(link == KvLastLink::kFollow ? open(path, all, mode)
+    ScopedFd file(link == KvLastLink::kFollow ? sysOpen(path, all, mode)
                                               : openUnlessForeign(path, all, mode));
     if (!file.isOpen()) {
         errno = isOddFileError(errno) ? kErrorNotRegularFile : errno;

@@ -29,6 +29,10 @@ std::optional<int> subtractTrivially(char* out, int size, const char* full, cons
     if (out == nullptr || size <= 0) {
         return kPathMissingArgument;
     }
+    if (KvSimpleString::isFailed(full) || KvSimpleString::isFailed(prefix)) {
+        out[0] = '\0';
+        return kPathMissingArgument;
+    }
     if (isMissingPath(full) || isMissingPath(prefix)) {
         (void)Strncpy(out, full, static_cast<size_t>(size));  // never null: `out` is given
         return kPathDone;
@@ -39,6 +43,9 @@ std::optional<int> subtractTrivially(char* out, int size, const char* full, cons
 }  // namespace
 
 KvSimpleString DirNameOf(const char* path) {
+    if (KvSimpleString::isFailed(path)) {
+        return {path};
+    }
     const char* const last = path != nullptr ? strrchr(path, '/') : nullptr;
     // Kept: what stands directly under the root has no directory part.
     if (last == nullptr || last == path) {
@@ -50,6 +57,9 @@ KvSimpleString DirNameOf(const char* path) {
 }
 
 KvSimpleString FileNameOf(const char* path) {
+    if (KvSimpleString::isFailed(path)) {
+        return {path};
+    }
     if (isMissingPath(path)) {
         return {};
     }
@@ -64,6 +74,10 @@ const char* GetFileExtName(const char* name) {
 
 int ReplaceExtName(char* out, int size, const char* name, const char* newExt) {
     if (out == nullptr || size <= 0) {
+        return kPathMissingArgument;
+    }
+    if (KvSimpleString::isFailed(name) || KvSimpleString::isFailed(newExt)) {
+        out[0] = '\0';
         return kPathMissingArgument;
     }
     if (isMissingPath(name)) {

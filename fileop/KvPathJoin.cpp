@@ -42,6 +42,19 @@ void writeCutBase(char* out, int size, const Join& join) {
     out[kept] = '\0';
 }
 
+// A side for which there was no memory: nothing of the other one is left in `out`, where it would
+// look like a path.
+int refuse(char* out, int size) {
+    if (isWritable(out, size)) {
+        out[0] = '\0';
+    }
+    return kPathMissingArgument;
+}
+
+bool isAnyFailed(const char* base, const char* rel) {
+    return KvSimpleString::isFailed(base) || KvSimpleString::isFailed(rel);
+}
+
 // The result of a join: kPathDone, or the capacity needed.
 int writeJoin(char* out, int size, const Join& join) {
     const size_t inserted = join.separator != kNoSeparator ? 1 : 0;
@@ -75,6 +88,9 @@ bool endsWithAnySeparator(const char* base, size_t length) {
 }  // namespace
 
 int CatPathWithPath(char* out, int size, const char* base, const char* rel) {
+    if (isAnyFailed(base, rel)) {
+        return refuse(out, size);
+    }
     base = orEmpty(base);
     rel = skipOneSeparator(orEmpty(rel));
     if (isWritable(out, size)) {
@@ -94,6 +110,9 @@ int CatPathWithPath(char* out, int size, const char* base, const char* rel) {
 }
 
 int CatURIWithPath(char* out, int size, const char* base, const char* rel) {
+    if (isAnyFailed(base, rel)) {
+        return refuse(out, size);
+    }
     base = orEmpty(base);
     if (isWritable(out, size)) {
         out[size - 1] = '\0';

@@ -9,6 +9,7 @@
 
 #include "base/KvText.h"
 #include "fileop/KvPath.h"
+#include "fileop/KvSystem.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ bool isThisModule(const Dl_info& module) {
 // Where the program was started by a bare name, the loader knows no more than that name. Systems
 // that show a process its own file fill the gap; on others the bare name stays.
 bool readOwnProgramFile(char* out) {
-    const ssize_t length = readlink("/proc/self/exe", out, kPathCapacity - 1);
+    const ssize_t length = sysReadLink("/proc/self/exe", out, kPathCapacity - 1);
     out[length > 0 ? length : 0] = '\0';
     return length > 0;
 }
@@ -34,7 +35,7 @@ bool GetFullPath(const char* path, char* resolved, unsigned int /*size*/) {
         return false;
     }
     // The second try serves a path whose links were being replaced during the first.
-    return realpath(path, resolved) != nullptr || realpath(path, resolved) != nullptr;
+    return sysRealPath(path, resolved) || sysRealPath(path, resolved);
 }
 
 bool GetDllFilename(const void* address, char* out) {

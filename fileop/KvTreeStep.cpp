@@ -1,30 +1,24 @@
 #include "fileop/KvTreeStep.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 
+#include "base/KvFailure.h"
 #include "fileop/KvPath.h"
+#include "fileop/KvSystem.h"
 
-namespace {
-
-// On a file system that ignores case a name is found though its entry is spelled otherwise; only a
-// listing tells the spelling.
-bool ignoresCase(const char* directory) {
-#ifdef _PC_CASE_SENSITIVE
-    return pathconf(directory, _PC_CASE_SENSITIVE) == 0;
-#else
-    (void)directory;
-    return false;
-#endif
+bool isDirByRule(const KvSimpleString& path, KvLinks links) {
+    if (links == KvLinks::kFollowed) {
+        return KvFileOpUtil::isDir(path.c_str());
+    }
+    struct stat status {};
+    return sysLstat(path, status) == 0 && S_ISDIR(status.st_mode);
 }
 
-}  // namespace
-
-KvMatchList::KvMatchList(const KvSimpleString& path) {
-    name_ = FileNameOf(path.c_str());
-    if (name_.empty() || isWildcardName(name_.c_str()) || KvFileOpUtil::isDir(path.c_str())) {
+KvMatchList::KvMatchList(const KvSimpleString& path, KvLinks links)
+    : links_(links), whole_(path), name_(FileNameOf(path.c_str())) {
+    if (path.failed() || whole_.failed() || name_.failed()) {
+        error_ = ENOMEM;
+    } else if (name_.empty() || isWildcardName(name_.c_str()) || isDirByRule(path, links)) {
         list_.emplace(path.c_str());
     } else {
         lookUp(path);
@@ -32,22 +26,21 @@ KvMatchList::KvMatchList(const KvSimpleString& path) {
 }
 
 // Finds what the listing would find: by the listing's own directory part (empty for a name directly
-// under the root), dangling links included, and nothing in a directory that cannot be read.
+// under the root), dangling links included.
 void KvMatchList::lookUp(const KvSimpleString& path) {
-    const KvSimpleString directory = DirNameOf(path.c_str());
-    path_ = directory + name_;
+    path_ = DirNameOf(path.c_str()) + name_;
     struct stat status {};
-    const char* const listed = directory.empty() ? "./" : directory.c_str();
-    const bool isThere = lstat(path_.c_str(), &status) == 0;
-    // A directory that may be read but not searched still lists the name.
-    const bool isUnknown = !isThere && errno != ENOENT && errno != ENOTDIR;
-    if (isUnknown || (isThere && ignoresCase(listed))) {
-        list_.emplace(path.c_str());
+    if (path_.failed()) {
+        error_ = ENOMEM;
         return;
     }
-    isFound_ = isThere && access(listed, R_OK) == 0;
-    isDir_ = isFound_ && (S_ISDIR(status.st_mode) ||
-                          (S_ISLNK(status.st_mode) && KvFileOpUtil::isDir(path_.c_str())));
+    // Nothing bears a name that is too long. What else cannot be looked at is handled like a file,
+    // which reports the failure.
+    isFound_ = sysLstat(path_, status) == 0 ||
+               (errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG);
+    // The path itself has just been found to be no directory. Asking again, and getting another
+    // answer from a system that fails, must not make a level of this one.
+    isDir_ = isFound_ && path_ != path && isDirByRule(path_, links_);
 }
 
 bool KvMatchList::next() {
@@ -56,17 +49,41 @@ bool KvMatchList::next() {
         isFound_ = false;
         return found;
     }
-    while (list_->hasNext()) {
+    while (error_ == 0 && list_->hasNext()) {
         const bool isListedDir = list_->isNextDir();
         name_ = list_->getFileName();
         path_ = list_->getNext();
+        if (name_.failed() || path_.failed()) {
+            error_ = ENOMEM;
+            return false;
+        }
         if (isListedDir && !_fnmatch(list_->getFilter().c_str(), name_.c_str())) {
             continue;
         }
         // A directory whose path cannot be followed (too long, or no search permission above it)
         // is handled like a file, which reports the failure.
-        isDir_ = isListedDir && KvFileOpUtil::isDir(path_.c_str());
+        isDir_ = isListedDir && isDirByRule(path_, links_);
+        if (isListedDir && !isDir_ && isGone()) {
+            continue;
+        }
         return true;
     }
     return false;
+}
+
+bool KvMatchList::isGone() const {
+    struct stat status {};
+    return sysLstat(path_, status) != 0 && errno == ENOENT;
+}
+
+int KvMatchList::finish() const {
+    if (error_ != 0) {
+        noteFailure(whole_.c_str(), error_);
+        return error_;
+    }
+    const int error = list_.has_value() ? list_->getError() : 0;
+    if (error != 0) {
+        noteFailure(list_->getDirectory(), error);
+    }
+    return error;
 }

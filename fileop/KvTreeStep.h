@@ -8,13 +8,24 @@
 #include "fileop/KvDirList.h"
 #include "fileop/KvFileOpUtil.h"
 
+// Whether a link to a directory is that directory.
+enum class KvLinks {
+    kFollowed,
+    kAreEntries,  // no: it is an entry like a file
+};
+
+// Whether the path names a directory by that rule. One '/' at its end must have been removed where
+// links are entries.
+[[nodiscard]] bool isDirByRule(const KvSimpleString& path, KvLinks links);
+
 // The entries of a `KvDirList` of the path, less the directories whose names do not match its
 // filter. For a plainly named path that is no directory the only possible match is looked up
-// instead: handling n named files of one directory costs n, not n times the listing.
+// instead: handling n named files of one directory costs n, not n times the listing. A listed
+// directory that is gone when its turn comes is passed over.
 class KvMatchList {
   public:
     // `path` has '/' as its only separator.
-    explicit KvMatchList(const KvSimpleString& path);
+    KvMatchList(const KvSimpleString& path, KvLinks links);
 
     // Moves on to the next match (to the first at the first call); false when there is none.
     bool next();
@@ -25,12 +36,17 @@ class KvMatchList {
     [[nodiscard]] const KvSimpleString& name() const { return name_; }
     [[nodiscard]] bool isDir() const { return isDir_; }
 
-    // False when the list ended early for want of memory.
-    [[nodiscard]] bool isComplete() const { return !list_.has_value() || list_->isComplete(); }
+    // 0 when all matches were handed out, otherwise the errno that ended the list early; it is
+    // noted then (base/KvFailure.h).
+    [[nodiscard]] int finish() const;
 
   private:
     void lookUp(const KvSimpleString& path);
+    [[nodiscard]] bool isGone() const;
 
+    KvLinks links_;
+    int error_ = 0;
+    KvSimpleString whole_;           // what the caller named
     std::optional<KvDirList> list_;  // absent where looking the name up told enough
     bool isFound_ = false;           // the named file was found and not yet handed out
     KvSimpleString path_;

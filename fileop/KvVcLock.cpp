@@ -12,6 +12,8 @@
 
 #include "base/KvScoped.h"
 #include "base/KvText.h"
+#include "fileop/KvOpenFile.h"
+#include "fileop/KvSystem.h"
 
 namespace {
 
@@ -150,7 +152,8 @@ bool isDeleted(int fd) {
 // The descriptor of the locked file, or kNoFile.
 int32_t takeFileLock(const char* lockPath, bool wait) {
     for (;;) {
-        ScopedFd file(open(lockPath, O_WRONLY | O_CREAT | O_CLOEXEC, kLockFileMode));
+        ScopedFd file(
+            openRegularFile(lockPath, O_WRONLY | O_CREAT, KvLastLink::kFollowOwn, kLockFileMode));
         if (!file.isOpen() || !lockOpenFile(file.get(), wait)) {
             return kNoFile;
         }
@@ -167,7 +170,7 @@ int32_t takeFileLock(const char* lockPath, bool wait) {
 void deleteFreeLockFile(const char* lockPath) {
     const ScopedFd file(takeFileLock(lockPath, false));
     if (file.isOpen()) {
-        (void)unlink(lockPath);
+        (void)sysUnlink(lockPath);
     }
 }
 

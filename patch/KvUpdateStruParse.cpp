@@ -1,9 +1,11 @@
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
 #include "base/KvScoped.h"
 #include "base/KvText.h"
+#include "fileop/KvDiskNames.h"
 #include "ini/KvIniUtil.h"
 #include "log/KvReport.h"
 #include "patch/KvUpdateStru.h"
@@ -39,11 +41,16 @@ bool fail(const char* reason) {
     return false;
 }
 
+bool failWithoutMemory() {
+    reportCauseErrno(kDescriptionName, ENOMEM);
+    return fail("phaseIniForUpdate: malloc failed.");
+}
+
 // An exact-size heap copy into `copy`, which the structure owns; false is logged.
 bool copyText(const char* text, char*& copy) {
     switch (copyToHeap(text, copy)) {
         case HeapCopy::kNoMemory:
-            return fail("phaseIniForUpdate: malloc failed.");
+            return failWithoutMemory();
         case HeapCopy::kCopyFailed:
             return fail("phaseIniForUpdate: Strncpy failed.");
         case HeapCopy::kDone:
@@ -106,7 +113,7 @@ tag_ItemInfo* appendItem(Parse& parse) {
         const uint64_t capacity = std::min(wanted, parse.announced);
         void* grown = realloc(out.items, capacity * sizeof(tag_ItemInfo));
         if (grown == nullptr) {
-            (void)fail("phaseIniForUpdate: malloc failed.");
+            (void)failWithoutMemory();
             return nullptr;
         }
         out.items = static_cast<tag_ItemInfo*>(grown);

@@ -63,7 +63,8 @@ HeapCopy makeBackupEntry(const char* backupName, const char* target, char*& entr
 
 bool backupFileOfEntry(const BackupEntryParts& parts, const char* backupDir, char* out,
                        size_t size) {
-    if (out == nullptr || size == 0) {
+    // Without a name the path would be that of all copies.
+    if (out == nullptr || size == 0 || parts.backupName.empty()) {
         return false;
     }
     return CatURIWithPath(out, static_cast<int>(size), backupDir, parts.backupName.c_str()) == 0;

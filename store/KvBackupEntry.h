@@ -29,6 +29,7 @@ struct BackupEntryParts {
 [[nodiscard]] HeapCopy makeBackupEntry(const char* backupName, const char* target, char*& entry);
 
 // Stores the path of the entry's backup file: `backupDir` joined with the backup name. An empty
-// `backupDir` gives the bare name. False when it does not fit; `out` then holds no usable path.
+// `backupDir` gives the bare name. False when it does not fit, and for an entry without a
+// backup name; `out` then holds no usable path.
 [[nodiscard]] bool backupFileOfEntry(const BackupEntryParts& parts, const char* backupDir,
                                      char* out, size_t size);

@@ -1,8 +1,12 @@
 #include "store/KvBackupMerge.h"
 
+#include <cerrno>
+
+#include "base/KvFailure.h"
 #include "base/KvScoped.h"
 #include "base/KvSimpleVector.h"
 #include "base/KvText.h"
+#include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
 #include "log/KvReport.h"
@@ -13,18 +17,16 @@
 
 // What the disk holds while one item is merged:
 //   1. The record is read, and rewritten where it was damaged. It names the former generation.
-//   2. The files of the former generation are deleted. The record still names them, so that none of
-//      their names is given out again.
-//   3. The record is written. It names the files of this run, which exist since before the merge.
-// A crash before 3 leaves a record that names deleted files; one during 3 leaves a torn record,
-// which the next merge repairs. The files of this run then have no owner but stay unharmed: a name
-// that exists is not given out.
+//   2. The record is written. It names the files of this run, which exist since before the merge.
+//   3. The files of the former generation, which no record names any more, are deleted.
+// A record that cannot be read to its end or not be written keeps the files of both generations.
 
 namespace {
 
 constexpr char kModule[] = "KvUpdaterStru";
 
 void createStore(const backupStru& run, const char* recordPath) {
+    KvFailureScope causes;
     // A store that cannot be made shows when its record is written.
     (void)KvFileOpUtil::createDir(DirNameOf(recordPath).c_str());
     if (KvFileOpUtil::isExist(recordPath)) {
@@ -75,14 +77,14 @@ const backupItem* findFormer(KvIniUtil& record, const backupStru& old, const bac
     return nullptr;
 }
 
-// Makes room for the item in the record and returns the number of its section.
-uint64_t prepareSection(KvIniUtil& record, const backupStru& old, const backupItem& item) {
-    uint64_t number = 0;
-    const backupItem* const former = findFormer(record, old, item, number);
+// Makes room for the item in the record, where `former` may stand, and returns the number of its
+// section.
+uint64_t prepareSection(KvIniUtil& record, const backupItem* former, uint64_t number,
+                        const backupItem& item) {
     BackupKey section;
     if (former != nullptr) {
         // Only the overwritten files have copies; the added ones are for a rollback to delete.
-        deleteWrittenBackups(*former, item, DeletionReport::kLogged);
+        deleteWrittenBackups(*former, item, DeletionReport::kAnnounced);
         makeItemSection(section, number);
         clearSection(record, section);
         KV_INFO(kLevelCallbackOnly, "Delete section:%s", section);
@@ -99,27 +101,56 @@ void logWrittenKey(const char* key, const char* value) {
     KV_INFO(kLevelCallbackOnly, "Set %s=%s", key, value);
 }
 
-// Folds one item into the record of its destination and stores the number of its section. False
-// when the record can neither be read nor repaired.
-bool mergeItem(const backupStru& run, const backupItem& item, uint32_t& touched) {
+enum class Merged {
+    kDone,
+    kNotWritten,  // told: the record could not be read to its end, or not be written
+    kFailed,      // the record can neither be read nor repaired
+};
+
+Merged notWritten(const char* path) {
+    if (!reportNotedCause()) {
+        reportCauseErrno(path, ENOMEM);
+    }
+    KV_INFO(kLevelProgress, "Flush VcBackup.ini failed");
+    return Merged::kNotWritten;
+}
+
+// The numbers of the sections that the merge has touched.
+struct Touched {
+    ScopedHeap<uint32_t> numbers;
+    uint64_t count = 0;
+};
+
+// Folds one item into the record of its destination.
+Merged mergeItem(const backupStru& run, const backupItem& item, Touched& touched) {
     char path[kPathCapacity];
     if (!constructRecordPath(item.destination, path, sizeof path)) {
-        return false;
+        return Merged::kFailed;
     }
+    KvFailureScope causes;
     RecordDocument record = openRecord(path);
     KV_INFO(kLevelProgress, "Start parsing the original backup ini(%s).", path);
+    if (!record || !record->isWhole()) {
+        return notWritten(path);
+    }
     OwnedBackupStru old;
     if (!repairRecord(record, path, run, old)) {
-        return false;
+        return Merged::kFailed;
     }
-    const uint64_t number = prepareSection(*record, old, item);
-    touched = static_cast<uint32_t>(number);
+    clearFailure();  // a repair that could not be written is written below
+    uint64_t number = 0;
+    const backupItem* const former = findFormer(*record, old, item, number);
+    number = prepareSection(*record, former, number, item);
+    touched.numbers.get()[touched.count++] = static_cast<uint32_t>(number);
     writeItemSection(*record, number, item, logWrittenKey);
-    // Kept: the document is written once more when it is released, unless a repair took its path.
     if (!record->flushTo(path)) {
-        KV_INFO(kLevelProgress, "Flush VcBackup.ini failed");
+        return notWritten(path);
     }
-    return true;
+    record->discard();  // it is written
+    if (former != nullptr) {
+        deleteWrittenBackups(*former, item, DeletionReport::kSilent);
+    }
+    return Merged::kDone;
 }
 
 void abandonItem(const backupItem& item) {
@@ -130,44 +161,59 @@ void abandonItem(const backupItem& item) {
 }
 
 // Writes down which sections were touched, the latest first.
-void writeTransaction(const backupItem& first, const uint32_t* touched, uint64_t count) {
+void writeTransaction(const backupItem& first, const Touched& touched) {
     char path[kPathCapacity];
     if (first.destination == nullptr ||
         !constructRecordPath(first.destination, path, sizeof path)) {
         return;
     }
     KvSimpleString text;
-    for (uint64_t i = count; i-- > 0;) {
+    for (uint64_t i = touched.count; i-- > 0;) {
         BackupKey number;
-        Snprintf(number, sizeof number, "%u, ", touched[i]);
+        Snprintf(number, sizeof number, "%u, ", touched.numbers.get()[i]);
         text.append(number);
     }
+    KvFailureScope causes;
     const RecordDocument record = openRecord(path);
     if (record) {
         record->set(kCommonSection, kTransactionKey, text.c_str());
+        if (record->flush(true)) {
+            record->discard();  // it is written
+            return;
+        }
+    }
+    if (!reportNotedCause()) {
+        reportCauseErrno(path, ENOMEM);
     }
 }
 
 void mergeRunBackup(const backupStru& run) {
     createStores(run);
-    const ScopedHeap<uint32_t> touched(allocZeroed<uint32_t>(run.itemCount));
-    if (!touched) {
+    Touched touched{ScopedHeap<uint32_t>(allocZeroed<uint32_t>(run.itemCount))};
+    if (!touched.numbers) {
+        reportCauseErrno(kBackupRecordName, ENOMEM);
         return;
     }
-    uint64_t touchedCount = 0;
+    bool isFirstWritten = true;
     for (uint64_t i = 0; i < run.itemCount; ++i) {
         const backupItem& item = run.items[i];
         if (item.destination == nullptr) {
             continue;  // never reached by the run
         }
-        if (!mergeItem(run, item, touched.get()[touchedCount])) {
-            abandonItem(item);
-            return;
+        switch (mergeItem(run, item, touched)) {
+            case Merged::kFailed:
+                abandonItem(item);
+                return;
+            case Merged::kNotWritten:
+                isFirstWritten = isFirstWritten && i != 0;
+                break;
+            case Merged::kDone:
+                break;
         }
-        ++touchedCount;
     }
-    if (run.patchAgentVersion == 0) {
-        writeTransaction(run.items[0], touched.get(), touchedCount);
+    // A record that could not be written has been told already.
+    if (run.patchAgentVersion == 0 && isFirstWritten) {
+        writeTransaction(run.items[0], touched);
     }
     KV_INFO(kLevelProgress, "mergeBackupIni: done.");
 }

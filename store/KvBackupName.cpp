@@ -1,5 +1,8 @@
 #include "store/KvBackupName.h"
 
+#include <cstring>
+
+#include "base/KvSimpleString.h"
 #include "base/KvText.h"
 #include "fileop/KvDiskNames.h"
 #include "fileop/KvPath.h"
@@ -46,6 +49,16 @@ int constructBackupPath(const char* dest, uint32_t itemClass, uint32_t type, cha
     (void)Strncat(store, kBackupStoreName, sizeof store);
     (void)Strncat(store, kSeparator, sizeof store);
     return constructVcPath(store, itemClass, type, out, size);
+}
+
+bool makeBackupPath(const char* dest, uint32_t itemClass, uint32_t type, char* out, size_t size) {
+    const char* const base = orEmpty(dest);
+    const bool isBare = *base == '\0' || EndsWithSeparator(base);
+    char below[kPathCapacity];
+    const int length = constructBackupPath("", itemClass, type, below, sizeof below);
+    const size_t whole = strlen(base) + (isBare ? 0 : 1) + static_cast<size_t>(length);
+    return !KvSimpleString::isFailed(dest) && whole < size && whole < kLongPathCapacity &&
+           constructBackupPath(base, itemClass, type, out, size) > 0;
 }
 
 bool constructRecordPath(const char* dest, char* out, size_t size) {

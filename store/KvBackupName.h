@@ -10,10 +10,13 @@
 // Sizes are capacities in bytes, counting the NUL; the path builders cut silently there.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "base/KvScoped.h"
@@ -30,6 +33,11 @@ int constructUpdatePath(const char* base, uint32_t itemClass, uint32_t type, cha
 // Returns the length of what is stored.
 int constructBackupPath(const char* dest, uint32_t itemClass, uint32_t type, char* out,
                         size_t size);
+
+// The same for who makes something there: false where the path is cut, or `dest` a text for which
+// there was no memory (base/KvSimpleString.h). `out` then holds no usable path.
+[[nodiscard]] bool makeBackupPath(const char* dest, uint32_t itemClass, uint32_t type, char* out,
+                                  size_t size);
 
 // `dest/VC_Backup/VcBackup.ini`, relative for an empty or null `dest`. False, with "" in `out`,
 // when it does not fit.
@@ -54,11 +62,9 @@ void extInc(char* ext, size_t size, int64_t inc);
 //
 // The search of a directory goes on behind the name that it gave last, so that n names cost n. That
 // is where a search from the start would end as well, because within a run no name becomes free
-// again: a file that a run removes is either mentioned by the record, which is not written before
-// the last name is given (a saved copy that a rollback has put back), or its removal ends the run
-// (a copy of a file that is not changed after all). Where no record can be read, because the path
-// of the directory mentions another "VC_Backup" first or is too long, a name put back is not given
-// again in that run either.
+// again: a run removes nothing before its last name is given but the copy of a file that is not
+// changed after all, and that ends the run. A record that is there and cannot be read to its end
+// gives no names: they might be those that it mentions.
 //
 // One thread at a time, as the whole run.
 class BackupNames {
@@ -75,6 +81,20 @@ class BackupNames {
     // the path. False for null arguments and an empty buffer, too.
     [[nodiscard]] bool make(const char* dir, char* out, size_t size);
 
+    // The same with `mode` (less the umask) in place of 0644, and with the new file open for
+    // writing. What the system refuses, and a lack of memory, is noted as a cause
+    // (base/KvFailure.h).
+    [[nodiscard]] bool makeOpen(const char* dir, char* out, size_t size, mode_t mode,
+                                ScopedFd& file);
+
+    // A block of `kBufferSize` bytes that lasts as long as the run; null without memory.
+    [[nodiscard]] char* buffer();
+    static constexpr size_t kBufferSize = 262144;
+
+    // A saved copy that this run has put back counts as gone from then on. False without memory.
+    [[nodiscard]] bool markPutBack(const char* copy);
+    [[nodiscard]] bool isPutBack(const char* copy) const;
+
   private:
     // Names by their place in the order in which they are tried.
     using Numbers = std::vector<uint64_t>;
@@ -85,12 +105,14 @@ class BackupNames {
         bool isMade = false;       // whether this run has seen to it that the directory exists
     };
 
-    [[nodiscard]] bool open(const char* dir, char* out, size_t size, ScopedFd& file);
+    [[nodiscard]] bool open(const char* dir, char* out, size_t size, mode_t mode, ScopedFd& file);
     [[nodiscard]] Directory* find(const char* dir);
     [[nodiscard]] const Numbers* readRecord(const char* dir);
 
     std::map<std::string, Numbers> records_;        // by their paths
     std::map<std::string, Directory> directories_;  // as callers spell them
+    std::unordered_set<std::string> putBack_;       // the paths of the copies
+    ScopedHeap<char> buffer_;                       // made when it is first asked for
 };
 
 // The same for a single file: looks from the first name on, in a record that is read anew.

@@ -9,6 +9,7 @@
 #include <new>
 #include <utility>
 
+#include "base/KvFailure.h"
 #include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
@@ -18,7 +19,7 @@
 
 namespace {
 
-constexpr mode_t kFileMode = 0644;
+constexpr mode_t kEmptyMode = 0644;
 
 constexpr char kDigits[] = "0123456789abcdefghijklmnopqrstuvwxyz";
 constexpr uint64_t kBase = sizeof kDigits - 1;
@@ -34,11 +35,12 @@ enum class Creation {
     kMade,
     kTaken,
     kNoDirectory,
+    kNoRoom,  // for the path
     kFailed,
 };
 
-Creation createExclusively(const char* path, ScopedFd& file) {
-    file.reset(open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode));
+Creation createExclusively(const char* path, mode_t mode, ScopedFd& file) {
+    file.reset(open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
     if (file.isOpen()) {
         return Creation::kMade;
     }
@@ -81,10 +83,11 @@ struct Candidate {
     const char* path;
     char* extension;  // its end
     size_t room;      // for the extension
+    mode_t mode;      // of the file
 };
 
 // Makes the first file from `next` on whose name is neither mentioned nor taken; `next` becomes the
-// number behind it. After a failure `next` is the number that was tried.
+// number behind it. After a failure `next` is the number that was tried, and `errno` says why.
 Creation createFirstFree(const std::vector<uint64_t>& mentioned, uint64_t& next,
                          const Candidate& candidate, ScopedFd& file) {
     auto mention = std::lower_bound(mentioned.begin(), mentioned.end(), next);
@@ -93,9 +96,9 @@ Creation createFirstFree(const std::vector<uint64_t>& mentioned, uint64_t& next,
             ++next;
         }
         if (!storeExtension(next, candidate.extension, candidate.room)) {
-            return Creation::kFailed;
+            return Creation::kNoRoom;
         }
-        const Creation result = createExclusively(candidate.path, file);
+        const Creation result = createExclusively(candidate.path, candidate.mode, file);
         if (result == Creation::kMade) {
             ++next;
         }
@@ -182,7 +185,7 @@ void extInc(char* ext, size_t size, int64_t inc) {
     r36tostr(number + static_cast<uint64_t>(inc), ext + 1, size - 1);
 }
 
-// Null when there is no memory for the record or for what it mentions.
+// Null when the record cannot be read to its end, or when there is no memory for what it mentions.
 const BackupNames::Numbers* BackupNames::readRecord(const char* dir) {
     char path[kPathCapacity];
     recordPathFor(dir, path);
@@ -191,12 +194,14 @@ const BackupNames::Numbers* BackupNames::readRecord(const char* dir) {
         return &known->second;
     }
     const RecordDocument record = openRecord(path);
-    if (!record) {
+    if (!record || !record->isWhole()) {
+        noteFailure(path, ENOMEM);  // unless the document has noted better
         return nullptr;
     }
     Mentions mentions;
     record->visitValues(collectMentions, &mentions);
     if (!mentions.isComplete) {
+        noteFailure(path, ENOMEM);
         return nullptr;
     }
     Numbers& numbers = mentions.numbers;
@@ -205,7 +210,7 @@ const BackupNames::Numbers* BackupNames::readRecord(const char* dir) {
     return &records_.emplace(path, std::move(numbers)).first->second;
 }
 
-// Null when there is no memory.
+// Null when there is no memory, or no record to trust.
 BackupNames::Directory* BackupNames::find(const char* dir) {
     const auto known = directories_.find(dir);
     if (known != directories_.end()) {
@@ -216,8 +221,8 @@ BackupNames::Directory* BackupNames::find(const char* dir) {
                                 : nullptr;
 }
 
-// Opens the file that `make` makes.
-bool BackupNames::open(const char* dir, char* out, size_t size, ScopedFd& file) {
+// Opens the file that `make` makes. What the system refuses is noted.
+bool BackupNames::open(const char* dir, char* out, size_t size, mode_t mode, ScopedFd& file) {
     if (CatURIWithPath(out, static_cast<int>(size), dir, kBackupFilePrefix) != 0 ||
         size - strlen(out) < kShortestExtension) {
         return false;
@@ -227,7 +232,7 @@ bool BackupNames::open(const char* dir, char* out, size_t size, ScopedFd& file) 
         return false;
     }
     const size_t length = strlen(out);
-    const Candidate candidate{out, out + length, size - length};
+    const Candidate candidate{out, out + length, size - length, mode};
     // A directory that cannot be made shows when the file cannot be made. Its path is used as the
     // caller spells it, which with backslashes is another one than that of the file.
     const bool wasMade = std::exchange(directory->isMade, true);
@@ -240,19 +245,47 @@ bool BackupNames::open(const char* dir, char* out, size_t size, ScopedFd& file) 
         (void)KvFileOpUtil::createDir(dir);
         result = createFirstFree(*directory->mentioned, directory->next, candidate, file);
     }
+    if (result != Creation::kMade && result != Creation::kNoRoom) {
+        noteFailure(out, errno);
+    }
     return result == Creation::kMade;
 }
 
-bool BackupNames::make(const char* dir, char* out, size_t size) {
+bool BackupNames::makeOpen(const char* dir, char* out, size_t size, mode_t mode, ScopedFd& file) {
     if (dir == nullptr || out == nullptr || size == 0) {
         return false;
     }
     try {
-        ScopedFd file;
-        return open(dir, out, size, file);
+        return open(dir, out, size, mode, file);
+    } catch (const std::bad_alloc&) {
+        noteFailure(dir, ENOMEM);
+        return false;
+    }
+}
+
+bool BackupNames::make(const char* dir, char* out, size_t size) {
+    ScopedFd file;
+    return makeOpen(dir, out, size, kEmptyMode, file);
+}
+
+char* BackupNames::buffer() {
+    if (buffer_ == nullptr) {
+        buffer_.reset(static_cast<char*>(malloc(kBufferSize)));
+    }
+    return buffer_.get();
+}
+
+bool BackupNames::markPutBack(const char* copy) {
+    try {
+        putBack_.insert(copy);
+        return true;
     } catch (const std::bad_alloc&) {
         return false;
     }
+}
+
+bool BackupNames::isPutBack(const char* copy) const {
+    return putBack_.find(copy) != putBack_.end();
 }
 
 bool crtUniFile(const char* dir, char* out, size_t size) {

@@ -1,9 +1,11 @@
 #include "store/KvBackupRecord.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <utility>
 
+#include "base/KvFailure.h"
 #include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "fileop/KvDiskNames.h"
@@ -40,6 +42,7 @@ BackupRecordResult quit(backupStru& out) {
 bool readAgentFile(const char* file, char*& out) {
     switch (copyToHeap(file, out)) {
         case HeapCopy::kNoMemory:
+            reportCauseErrno(file, ENOMEM);
             KV_ERROR(kLevelProgress, "phaseIniForBackup: malloc failed.");
             return false;
         case HeapCopy::kCopyFailed:
@@ -52,6 +55,12 @@ bool readAgentFile(const char* file, char*& out) {
 }
 
 CommonSection readCommon(const KvIniUtil& record, backupStru& out) {
+    if (!record.isWhole()) {
+        // It reads like an empty one, but nothing must be put in its place.
+        reportNotedCause();
+        KV_ERROR(kLevelProgress, "phaseIniForBackup: there is no item count available,ignore it.");
+        return CommonSection::kFailed;
+    }
     const char* const count = record.get(kCommonSection, kItemCountKey);
     if (count == nullptr) {
         KV_ERROR(kLevelProgress, "phaseIniForBackup: there is no item count available,ignore it.");
@@ -80,13 +89,19 @@ BackupRecordResult recoverFromCrash(KvIniUtil** doc, backupStru& out, const char
     // Released first, so that nothing it may still write brings the file back.
     delete *doc;
     *doc = nullptr;
+    KvFailureScope causes;
+    errno = 0;
     if (KvFileOpUtil::unlink(path, nullptr, nullptr) != 0) {
+        if (!reportNotedCause() && errno != 0) {
+            reportCauseErrno(path, errno);
+        }
         KV_ERROR(kLevelProgress, "Delete crashed %s file failed!", kBackupRecordName);
         return quit(out);
     }
     KV_INFO(kLevelProgress, "Crashed %s file deleted!", kBackupRecordName);
     RecordDocument record = openRecord(path);
     if (!record) {
+        reportCauseErrno(path, ENOMEM);
         return quit(out);
     }
     writeRecordCommon(*record, 0, fallback != nullptr ? fallback->patchAgentVersion : 0,
@@ -149,13 +164,17 @@ ItemSections readItems(KvIniUtil& record, bool repair, uint64_t count, backupStr
 
 // Puts the record without its dropped items in place of the document and of the file.
 BackupRecordResult rewriteRecord(KvIniUtil** doc, backupStru& out, const char* path) {
+    KvFailureScope causes;
     RecordDocument record = openRecord(nullptr);
-    if (!record) {
+    if (record) {
+        writeRecord(*record, out, out.patchAgentFile,
+                    [](const backupItem& item) { return item.itemClass != 0; });
+    }
+    if (!record || !record->isWhole() || !(*doc)->isWhole()) {
+        reportCauseErrno(path, ENOMEM);
         KV_ERROR(kLevelProgress, "phaseIniForBackup: malloc failed.");
         return quit(out);
     }
-    writeRecord(*record, out, out.patchAgentFile,
-                [](const backupItem& item) { return item.itemClass != 0; });
     // The old document may write itself when it goes, so the new one is written after it.
     delete *doc;
     // A record that cannot be written shows when the caller writes it.
@@ -168,6 +187,7 @@ BackupRecordResult parseItems(KvIniUtil** doc, backupStru& out, bool repair, con
     const uint64_t count = std::min(std::exchange(out.itemCount, 0), kItemLimit);
     switch (readItems(**doc, repair, count, out)) {
         case ItemSections::kNoMemory:
+            reportCauseErrno(path != nullptr ? path : kBackupRecordName, ENOMEM);
             KV_ERROR(kLevelProgress, "phaseIniForBackup: malloc failed.");
             return quit(out);
         case ItemSections::kFailed:
@@ -183,7 +203,7 @@ BackupRecordResult parseItems(KvIniUtil** doc, backupStru& out, bool repair, con
 }  // namespace
 
 RecordDocument openRecord(const char* path) {
-    return newDocument(path);
+    return newDocument(path, KvLastLink::kFollowOwn);
 }
 
 BackupRecordResult phaseIniForBackup(KvIniUtil** doc, backupStru* out, uint32_t repair,
@@ -221,5 +241,8 @@ bool repairRecord(RecordDocument& record, const char* path, const backupStru& fa
     KvIniUtil* document = record.release();
     const BackupRecordResult result = phaseIniForBackup(&document, &out, 1, path, &fallback);
     record.reset(document);
+    if (result != kBackupRecordParsed && record) {
+        record->discard();  // half a repair is none
+    }
     return result == kBackupRecordParsed;
 }

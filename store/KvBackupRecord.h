@@ -53,6 +53,7 @@ enum BackupRecordResult : int {
 // kBackupRecordFailed: `out` is empty (count 0, null items). `*doc` is left as it was, or null
 // after a failed deletion; the caller releases what is left either way.
 //
+// A document that is not whole (ini/KvIniUtil.h) fails, and its file stays, with repair as well.
 // `doc`, `*doc` or `out` null: failure. A file count that no list can be allocated for (a negative
 // one among them) fails for lack of memory.
 [[nodiscard]] BackupRecordResult phaseIniForBackup(KvIniUtil** doc, backupStru* out,

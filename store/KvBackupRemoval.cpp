@@ -1,7 +1,9 @@
 #include "store/KvBackupRemoval.h"
 
+#include <cerrno>
 #include <functional>
 
+#include "base/KvFailure.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
 #include "log/KvReport.h"
@@ -17,24 +19,36 @@ constexpr char kModule[] = "KvUpdaterStru";
 class BackupDirectory {
   public:
     explicit BackupDirectory(const backupItem& place) {
-        constructBackupPath(place.destination, place.itemClass, place.type, path_, sizeof path_);
+        isPlaced_ =
+            makeBackupPath(place.destination, place.itemClass, place.type, path_, sizeof path_);
     }
 
     void deleteFile(const BackupEntryParts& parts, DeletionReport report) const {
         const char* const name = parts.backupName.c_str();
         // A damaged entry must not empty the directory as a pattern, nor stand for all of it.
         char file[kLongPathCapacity];
-        if (*name == '\0' || isWildcardName(name) ||
+        if (!isPlaced_ || isWildcardName(name) ||
             !backupFileOfEntry(parts, path_, file, sizeof file)) {
             return;
         }
-        const int result = KvFileOpUtil::unlink(file);
-        if (report == DeletionReport::kLogged) {
+        const int result = report == DeletionReport::kAnnounced ? 0 : deleteOne(file);
+        if (report != DeletionReport::kSilent) {
             KV_INFO(kLevelCallbackOnly, "Unlink %s returned with %d.", file, result);
         }
     }
 
   private:
+    static int deleteOne(const char* file) {
+        KvFailureScope causes;
+        errno = 0;
+        const int result = KvFileOpUtil::unlink(file);
+        if (result != KvFileOpUtil::kDone && !reportNotedCause()) {
+            reportCauseErrno(file, errno != 0 ? errno : EIO);
+        }
+        return result;
+    }
+
+    bool isPlaced_;
     char path_[kLongPathCapacity];
 };
 
@@ -53,16 +67,36 @@ bool isSameItem(const backupItem& a, const backupItem& b) {
     return a.itemClass == b.itemClass && a.type == b.type;
 }
 
-// Writes `old` anew to `path` with the items that `isKept` accepts.
-void writeRemaining(const backupStru& old, const char* agentFile, const char* path,
+// Tells why a record could not be read or written: there is no other message about it.
+void reportRecord(const char* path) {
+    if (!reportNotedCause()) {
+        reportCauseErrno(path, ENOMEM);
+    }
+}
+
+// Writes `old` anew to `path` with the items that `isKept` accepts. False, told, when it keeps its
+// former contents.
+bool writeRemaining(const backupStru& old, const char* agentFile, const char* path,
                     const std::function<bool(const backupItem&)>& isKept) {
     const RecordDocument record = openRecord(nullptr);
-    if (!record) {
-        return;
+    if (record) {
+        writeRecord(*record, old, agentFile, isKept);
+        if (record->flushTo(path)) {
+            return true;
+        }
     }
-    writeRecord(*record, old, agentFile, isKept);
-    // Nothing is said about a record that cannot be written; it keeps its former contents.
-    (void)record->flushTo(path);
+    reportRecord(path);
+    return false;
+}
+
+// Reads the record at `path`; what it is missing was told.
+bool readRecord(const char* path, backupStru& old) {
+    const RecordDocument record = openRecord(path);
+    if (!record) {
+        reportRecord(path);
+        return false;
+    }
+    return parseRecord(record, old);
 }
 
 // Takes every item of the class and type of `item` out of the record of its destination.
@@ -72,25 +106,24 @@ void forgetItem(const backupItem& item) {
         return;
     }
     OwnedBackupStru old;
-    {
-        // Released before the record is written anew.
-        RecordDocument record = openRecord(path);
-        KV_INFO(kLevelProgress, "Start Parsing the original backup ini(%s).", path);
-        if (!parseRecord(record, old)) {
-            return;
-        }
+    KvFailureScope causes;
+    KV_INFO(kLevelProgress, "Start Parsing the original backup ini(%s).", path);
+    if (!readRecord(path, old)) {
+        return;
     }
     const backupItem* const former = findBackupItem(&old, item.itemClass, item.type);
     if (former == nullptr) {
         return;
     }
+    // Kept: without an agent file the key is there all the same, with an empty value.
+    const char* const agentFile = old.patchAgentFile;
+    if (!writeRemaining(old, agentFile != nullptr ? agentFile : "", path,
+                        [&](const backupItem& other) { return !isSameItem(other, item); })) {
+        return;
+    }
     // Kept: added files have no copies, but a copy that bears the name of one goes with it.
     deleteAddedBackups(*former, item);
     deleteWrittenBackups(*former, item, DeletionReport::kSilent);
-    // Kept: without an agent file the key is there all the same, with an empty value.
-    const char* const agentFile = old.patchAgentFile;
-    writeRemaining(old, agentFile != nullptr ? agentFile : "", path,
-                   [&](const backupItem& other) { return !isSameItem(other, item); });
 }
 
 // Deletes the copies that the rollback made and those that it has put back, and takes the item out
@@ -100,18 +133,20 @@ void forgetRolledBackItem(const backupItem& item) {
     if (item.destination == nullptr || !constructRecordPath(item.destination, path, sizeof path)) {
         return;
     }
-    RecordDocument record = openRecord(path);
+    KvFailureScope causes;
     OwnedBackupStru old;
     // A record that cannot be parsed has no items, so there is nothing to take out.
-    (void)parseRecord(record, old);
+    (void)readRecord(path, old);
     const backupItem* const former = findBackupItem(&old, item.itemClass, item.type);
     if (former == nullptr) {
         return;
     }
+    if (!writeRemaining(old, old.patchAgentFile, path,
+                        [=](const backupItem& other) { return &other != former; })) {
+        return;
+    }
     deleteWrittenBackups(item, item, DeletionReport::kSilent);
     deleteWrittenBackups(*former, item, DeletionReport::kSilent);
-    writeRemaining(old, old.patchAgentFile, path,
-                   [=](const backupItem& other) { return &other != former; });
 }
 
 }  // namespace

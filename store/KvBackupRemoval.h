@@ -2,14 +2,17 @@
 //
 // In all three functions the backup file of a written entry is found in the item's backup directory
 // (store/KvBackupEntry.h); an entry that names no single file deletes nothing. Items without a
-// destination were never reached by the run and are passed over.
+// destination were never reached by the run and are passed over. Where saved copies are superseded
+// they go once the record is rewritten, and stay when it is not: a record that could not be read to
+// its end, or not be written, keeps all that it names. What fails is told by its cause.
 #pragma once
 
 #include "store/KvBackupStru.h"
 
 enum class DeletionReport {
     kSilent,
-    kLogged,  // each deletion with its result
+    kLogged,     // each deletion with its result
+    kAnnounced,  // nothing is deleted yet, but logged as done
 };
 
 // Deletes the backup files that the written entries of `named` stand for, in the backup directory

@@ -1,4 +1,5 @@
 // readRecordItem, and the dumps of what is read.
+#include <cerrno>
 #include <utility>
 
 #include "base/KvScoped.h"
@@ -157,6 +158,7 @@ class ItemReader {
         }
         list = allocZeroed<char*>(wanted);
         if (list == nullptr) {
+            reportCauseErrno(section_, ENOMEM);
             KV_ERROR(kLevelProgress, "%s", text.listNoMemory);
             return false;
         }
@@ -184,6 +186,7 @@ class ItemReader {
         }
         switch (copyToHeap(value, entry)) {
             case HeapCopy::kNoMemory:
+                reportCauseErrno(section_, ENOMEM);
                 KV_ERROR(kLevelProgress, "phaseIniForBackup: malloc failed.");
                 return false;
             case HeapCopy::kCopyFailed:

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 #include "base/KvScoped.h"
@@ -130,7 +131,7 @@ void expandBackupItem(backupItem* item) {
     (void)growList(item->writtenList, item->writtenCount, item->writtenCapacity);
 }
 
-bool appendAddedFile(backupItem* item, char* entry) {
+bool announceAddedFile(backupItem* item, char* entry) {
     if (item == nullptr || entry == nullptr) {
         return false;
     }
@@ -140,7 +141,29 @@ bool appendAddedFile(backupItem* item, char* entry) {
     if (isFull(item->addedCount, item->addedCapacity)) {
         return false;
     }
-    item->addedList[item->addedCount++] = entry;
+    free(std::exchange(item->addedList[item->addedCount], entry));
+    return true;
+}
+
+bool confirmAddedFile(backupItem* item, const char* path) {
+    const char* const announced = item != nullptr ? announcedFile(*item) : nullptr;
+    if (announced == nullptr || path == nullptr || strcmp(announced, path) != 0) {
+        return false;
+    }
+    ++item->addedCount;
+    return true;
+}
+
+const char* announcedFile(const backupItem& item) {
+    const bool hasSlot = item.addedList != nullptr && !isFull(item.addedCount, item.addedCapacity);
+    return hasSlot ? item.addedList[item.addedCount] : nullptr;
+}
+
+bool appendAddedFile(backupItem* item, char* entry) {
+    if (!announceAddedFile(item, entry)) {
+        return false;
+    }
+    ++item->addedCount;
     return true;
 }
 
@@ -177,7 +200,7 @@ void freeBackupStru(backupStru* backup) {
     for (uint64_t i = 0; backup->items != nullptr && i < backup->itemCount; ++i) {
         backupItem& item = backup->items[i];
         free(item.destination);
-        freeList(item.addedList, item.addedCount);
+        freeList(item.addedList, item.addedCount + (announcedFile(item) != nullptr ? 1 : 0));
         freeList(item.writtenList, item.writtenCount);
     }
     free(std::exchange(backup->items, nullptr));

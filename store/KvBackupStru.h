@@ -16,7 +16,8 @@ struct updateStru;
 
 // One item. All strings and arrays are owned, come from `malloc` and go with `freeBackupStru`.
 // `addedList` and `writtenList` have room for the capacity beside them; slots from the count on are
-// null. A list is null while its capacity is 0.
+// null, but that the first of them holds the file announced, if there is one. A list is null while
+// its capacity is 0.
 struct backupItem {
     uint32_t itemClass;  // 0 marks a record whose section was dropped as damaged
     uint32_t type;
@@ -53,6 +54,16 @@ void expandBackupItem(backupItem* item);
 // caller's. False as well for null arguments.
 [[nodiscard]] bool appendAddedFile(backupItem* item, char* entry);
 [[nodiscard]] bool appendWrittenFile(backupItem* item, char* entry);
+
+// A file that the run is about to create. It is remembered beside the list, for the undoing of a
+// run that breaks off while it writes the file, and becomes an added file when it is confirmed.
+// `announceAddedFile` is as `appendAddedFile`; a file announced before is forgotten.
+// `confirmAddedFile` is false, and changes nothing, unless `path` was announced last.
+[[nodiscard]] bool announceAddedFile(backupItem* item, char* entry);
+[[nodiscard]] bool confirmAddedFile(backupItem* item, const char* path);
+
+// The file announced and not confirmed; null when there is none.
+[[nodiscard]] const char* announcedFile(const backupItem& item);
 
 // The first item of this class and type, or null. A null `backup` has no items.
 [[nodiscard]] backupItem* findBackupItem(const backupStru* backup, uint32_t itemClass,

@@ -1,7 +1,11 @@
 #include "updater/KvActionRun.h"
 
+#include <cerrno>
+
+#include "base/KvFailure.h"
 #include "base/KvText.h"
 #include "log/KvReport.h"
+#include "updater/KvSignals.h"
 
 namespace {
 
@@ -41,6 +45,7 @@ VcRunStatus ActionRun::run() {
 }
 
 VcRunStatus ActionRun::startAgent() {
+    listenForCancel();
     switch (talk_->start(description_, plan_.start, paths_)) {
         case PATCH_ERROR:
             return kStatusAgentFailed;
@@ -93,6 +98,9 @@ VcRunStatus ActionRun::keepDestination(const tag_ItemInfo& item, backupItem& bac
         backup.destination = Str_Dup(item.destination);
     }
     if (backup.destination == nullptr && item.destination != nullptr) {
+        const KvFailureScope failure;
+        noteFailure(item.destination, ENOMEM);  // cut: a destination may be longer than a message
+        (void)reportNotedCause();
         KV_ERROR(kLevelProgress, "%s", plan_.destinationLost);
         return kStatusOutOfMemory;
     }

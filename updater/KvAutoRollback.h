@@ -3,9 +3,11 @@
 //
 // What is on the disk after each step of one file that the run has recorded:
 //   added    1. deleted
-//   written  1. the saved copy moved over the file
-//            2. the copy gone from the store, also when it could not be moved
-// A step that fails leaves things as they are, and the next one is taken. Whatever stands behind a
+//   written  1. the saved copy put over the file; of several copies that the run made of it, the
+//               first one made is what ends up there
+//            2. the copy gone from the store
+// A file that cannot be deleted or put back is told with its cause and keeps its copy; the rollback
+// goes on with the next one. Whatever stands behind a
 // written entry that cannot be used stays as the run left it: the rest of its item, and the items
 // of lower index.
 #pragma once

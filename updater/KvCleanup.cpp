@@ -1,8 +1,13 @@
 #include "updater/KvCleanup.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <climits>
 #include <cstring>
 
+#include "base/KvFailure.h"
 #include "base/KvScoped.h"
 #include "base/KvText.h"
 #include "fileop/KvDirList.h"
@@ -27,8 +32,41 @@ constexpr int kEmptyDirLine = 154;
 struct CacheEntry {
     KvSimpleString file;
     KvSimpleString tagFile;
-    bool isMarked;
+    KvSimpleString mark;
+
+    [[nodiscard]] bool failed() const { return file.failed() || tagFile.failed() || mark.failed(); }
 };
+
+void reportNoMemory() {
+    reportCauseErrno(kCachedFiles, ENOMEM);
+}
+
+bool isLink(const char* path) {
+    struct stat status {};
+    return lstat(path, &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+// Whether a walk that follows no link goes well to its end and meets neither a byte nor a link.
+bool isTreeWithoutBytes(const char* path) {
+    struct stat status {};
+    if (lstat(path, &status) != 0) {
+        return false;
+    }
+    if (!S_ISDIR(status.st_mode)) {
+        return !S_ISLNK(status.st_mode) && status.st_size == 0;
+    }
+    const KvSimpleString directory = KvSimpleString(path) + "/";
+    if (directory.failed()) {
+        return false;
+    }
+    KvDirList entries(directory.c_str());
+    while (entries.hasNext()) {
+        if (!isTreeWithoutBytes(entries.getNext().c_str())) {
+            return false;
+        }
+    }
+    return entries.isComplete();
+}
 
 bool isExactly(const char* value, const char* wanted) {
     return value != nullptr && Str_Equal(value, wanted, true);
@@ -37,10 +75,15 @@ bool isExactly(const char* value, const char* wanted) {
 // Whether the configuration lets cached files be removed; says so when the cache is managed.
 bool mayRemoveCachedFiles() {
     char path[kPathCapacity];
-    // A path that does not fit names no configuration: the defaults hold.
-    (void)CatPathWithPath(path, sizeof path, g_VelocorePath,
-                          KvFileOpUtil::getFileName(kConfigName).c_str());
+    if (CatPathWithPath(path, sizeof path, g_VelocorePath, kConfigName) != 0) {
+        path[0] = '\0';  // names no configuration: the defaults hold
+    }
     const KvIniUtil config = openDocument(path);
+    if (!config.isWhole()) {
+        // What cannot be read may ask to keep them.
+        (void)reportNotedCause();
+        return false;
+    }
     if (isExactly(config.get(kDownloader, "UseCacheManagement"), "0")) {
         return false;
     }
@@ -64,13 +107,15 @@ CacheEntry parseEntry(const char* value, const KvSimpleString& cacheDir) {
         return text;
     };
     // The prefix brings its own separator.
-    return {cacheDir + field(0) + field(1), cacheDir + field(0) + field(2), field(3) == "1"};
+    return {cacheDir + field(0) + field(1), cacheDir + field(0) + field(2), field(3)};
 }
 
 void removeEntry(const CacheEntry& entry) {
     KvFileOpUtil::CallbackEntry step{};
     step.cbSize = sizeof step;
+    const KvFailureScope failure;
     if (KvFileOpUtil::unlink(entry.file.c_str(), CB_DeleteFile, &step) != KvFileOpUtil::kDone) {
+        (void)reportNotedCause();
         KV_INFO(kLevelCallbackOnly, "Can not delete file [%s].", entry.file.c_str());
         return;
     }
@@ -90,7 +135,9 @@ bool removeListedFiles(const KvIniUtil& description, const KvSimpleString& cache
             return false;
         }
         const CacheEntry entry = parseEntry(value, cacheDir);
-        if (entry.isMarked) {
+        if (entry.failed()) {
+            reportNoMemory();
+        } else if (entry.mark == "1") {
             removeEntry(entry);
         }
     }
@@ -136,11 +183,41 @@ int CB_KeepRunLock(KvFileOpUtil::CallbackEntry* entry) {
     return file ? int{KvFileOpUtil::kSkip} : int{KvFileOpUtil::kDestinationNotWritable};
 }
 
-void saveStaging(const char* tempDir, const char* saveDir) {
-    // Where this fails, so does the move, and the files stay where they are.
+// Of a link to a directory, what lies in the directory goes; both stay.
+int removeStaging(const char* tempDir) {
+    if (!isLink(tempDir)) {
+        return KvFileOpUtil::xunlink(tempDir);
+    }
+    const KvSimpleString directory = KvSimpleString(tempDir) + "/";
+    int result = directory.failed() ? KvFileOpUtil::kBadParameters : KvFileOpUtil::kDone;
+    if (result == KvFileOpUtil::kDone) {
+        KvDirList entries(directory.c_str());
+        while (result == KvFileOpUtil::kDone && entries.hasNext()) {
+            result = KvFileOpUtil::xunlink(entries.getNext().c_str());
+        }
+    }
+    return result;
+}
+
+int removeSaved(const char* saveDir) {
+    if (!isLink(saveDir)) {
+        return KvFileOpUtil::xunlink(saveDir);
+    }
+    return unlink(saveDir) == 0 ? KvFileOpUtil::kDone : KvFileOpUtil::kBadParameters;
+}
+
+// A file that stays where it should not has nobody but the log to tell of it.
+void reportUnlessDone(int result) {
+    if (result != KvFileOpUtil::kDone) {
+        (void)reportNotedCause();
+    }
+}
+
+int saveStaging(const char* tempDir, const char* saveDir) {
+    // Where this fails, so does the copy, and the files stay where they are.
     (void)KvFileOpUtil::createDir(saveDir);
     if (liesWithin(saveDir, tempDir)) {
-        return;  // moved into itself the directory would fill the disk with copies of copies
+        return KvFileOpUtil::kDone;  // copied into itself it would fill the disk
     }
     char lockFile[kLongPathCapacity];
     // A name that does not fit is not the lock's either.
@@ -149,20 +226,26 @@ void saveStaging(const char* tempDir, const char* saveDir) {
     KvFileOpUtil::CallbackEntry step{};
     step.cbSize = sizeof step;
     step.userData = lockFile;
-    (void)KvFileOpUtil::xmove(tempDir, saveDir, true, CB_KeepRunLock, &step);
+    const int copied = KvFileOpUtil::xcopy(tempDir, saveDir, true, CB_KeepRunLock, &step);
+    return copied == KvFileOpUtil::kDone ? removeStaging(tempDir) : copied;
 }
 
 }  // namespace
 
 void removeCachedFiles(KvIniUtil* patchDescription) {
+    const KvFailureScope failure;
     if (patchDescription == nullptr || !mayRemoveCachedFiles()) {
         return;
     }
     const char* cachePath = patchDescription->get(kCachedFiles, "cachepath");
-    if (cachePath == nullptr) {
-        return;
+    if (cachePath == nullptr || *cachePath == '\0') {
+        return;  // an empty one would be the working directory
     }
     const KvSimpleString cacheDir = KvSimpleString(cachePath) + "/";
+    if (cacheDir.failed()) {
+        reportNoMemory();
+        return;
+    }
     const char* count = patchDescription->get(kCachedFiles, "cachedfilescount");
     if (count == nullptr || !removeListedFiles(*patchDescription, cacheDir, leadingNumber(count))) {
         return;
@@ -172,18 +255,19 @@ void removeCachedFiles(KvIniUtil* patchDescription) {
 }
 
 void CleanupTempFiles(bool success, const char* tempDir, const char* baseDir) {
+    const KvFailureScope failure;
     char saveDir[kPathCapacity];
-    if (CatURIWithPath(saveDir, sizeof saveDir, baseDir, kLogDirName) != 0 ||
-        CatURIWithPath(saveDir, sizeof saveDir, saveDir, kTempSaveName) != 0) {
-        // Without room for the whole name the buffer names a directory that is not ours to delete.
-        saveDir[0] = '\0';
+    // Without room for the whole name the buffer names a directory that is not ours to delete.
+    const bool isSaveDirKnown =
+        CatURIWithPath(saveDir, sizeof saveDir, baseDir, kLogDirName) == 0 &&
+        CatURIWithPath(saveDir, sizeof saveDir, saveDir, kTempSaveName) == 0;
+    if (isSaveDirKnown) {
+        reportUnlessDone(removeSaved(saveDir));
     }
-    // Nobody is left to be told of a file that stays.
-    (void)KvFileOpUtil::xunlink(saveDir);
     if (success) {
-        (void)KvFileOpUtil::xunlink(tempDir);
-    } else {
-        saveStaging(tempDir, saveDir);
+        reportUnlessDone(removeStaging(tempDir));
+    } else if (isSaveDirKnown) {
+        reportUnlessDone(saveStaging(tempDir, saveDir));
     }
 }
 
@@ -191,22 +275,31 @@ int CB_DeleteFile(KvFileOpUtil::CallbackEntry* entry) {
     if (entry == nullptr || entry->action != KvFileOpUtil::kDeleteFile) {
         return KvFileOpUtil::kGoOn;
     }
+    const KvFailureScope unreported;  // a file whose lock cannot be had is kept
     KvVcLock lock;
     return lock.create(kFileAndThreadLock, entry->path, false) ? KvFileOpUtil::kGoOn
                                                                : KvFileOpUtil::kSkip;
 }
 
 int CB_CheckEmptyDir(KvFileOpUtil::CallbackEntry* entry) {
-    if (entry == nullptr || entry->action != KvFileOpUtil::kVisitDir ||
-        KvFileOpUtil::getDirSize(entry->path) != 0) {
+    if (entry == nullptr || entry->action != KvFileOpUtil::kVisitDir) {
+        return KvFileOpUtil::kGoOn;
+    }
+    if (isLink(entry->path)) {
+        entry->action = KvFileOpUtil::kVisitFile;  // keeps the walk out of it
+        return KvFileOpUtil::kGoOn;
+    }
+    const KvFailureScope failure;
+    if (!isTreeWithoutBytes(entry->path)) {
         return KvFileOpUtil::kGoOn;
     }
     KvVcLock lock;
     if (!lock.create(kFileAndThreadLock, entry->path, false)) {
         return KvFileOpUtil::kSkip;
     }
-    // A directory that cannot be deleted stays as it is.
-    (void)KvFileOpUtil::xunlink(entry->path);
+    clearFailure();
+    // A directory that cannot be deleted stays as it is; the message is the same.
+    reportUnlessDone(KvFileOpUtil::xunlink(entry->path));
     Log_Set(kModule, kEmptyDirLine, kLogInfo);
     Throw_Event(kLevelCallbackOnly, "Directory [%s] is empty, deleted.", entry->path);
     return KvFileOpUtil::kGoOn;

@@ -1,12 +1,18 @@
 #include "updater/KvFileStep.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
+
 #include "agent/KvAgent.h"
+#include "base/KvFailure.h"
 #include "base/KvScoped.h"
 #include "log/KvReport.h"
 #include "store/KvBackupEntry.h"
-#include "store/KvBackupName.h"
+#include "store/KvSavedCopy.h"
 #include "updater/KvItemStep.h"
 #include "updater/KvRebootList.h"
+#include "updater/KvSignals.h"
 
 namespace {
 
@@ -28,17 +34,43 @@ KvFileOpUtil::Result fail(const char* message) {
     return KvFileOpUtil::kDestinationNotWritable;
 }
 
-int recordNewFile(const Entry& entry, const ItemContext& context) {
+KvFileOpUtil::Result failWithoutMemory(const char* path) {
+    reportCauseErrno(path, ENOMEM);
+    return fail("callBackForUpdate: malloc failed.");
+}
+
+using Recorder = bool (*)(backupItem* item, char* path);
+
+int addNewFile(const Entry& entry, const ItemContext& context, Recorder record) {
     char* copy = nullptr;
     const HeapCopy copied = copyToHeap(entry.destination, copy);
     ScopedHeap<char> added(copy);
     if (copied == HeapCopy::kCopyFailed) {
         return fail("callBackForUpdate: Strncpy failed.");
     }
-    if (copied != HeapCopy::kDone || !appendAddedFile(context.backup, added.get())) {
-        return fail("callBackForUpdate: malloc failed.");
+    if (copied != HeapCopy::kDone || !record(context.backup, added.get())) {
+        return failWithoutMemory(entry.destination);
     }
     (void)added.release();  // the record's from here on
+    return KvFileOpUtil::kGoOn;
+}
+
+// A file that breaks off while it is written must be known to the undoing. What is there already,
+// though nobody may read it, is not for the undoing to delete before this run has written to it.
+int announceNewFile(const Entry& entry, const ItemContext& context) {
+    struct stat status {};
+    const bool isMissing =
+        entry.destination != nullptr && lstat(entry.destination, &status) != 0 && errno == ENOENT;
+    return isMissing ? addNewFile(entry, context, announceAddedFile) : int{KvFileOpUtil::kGoOn};
+}
+
+int recordNewFile(const Entry& entry, const ItemContext& context) {
+    if (!confirmAddedFile(context.backup, entry.destination)) {
+        const int added = addNewFile(entry, context, appendAddedFile);
+        if (added != KvFileOpUtil::kGoOn) {
+            return added;
+        }
+    }
     KV_INFO(kLevelProgress, "callBackForUpdate: Create file (%s) done.", entry.destination);
     return KvFileOpUtil::kGoOn;
 }
@@ -46,6 +78,7 @@ int recordNewFile(const Entry& entry, const ItemContext& context) {
 // An old file that could not be recorded must not leave its backup file behind.
 void dropBackupFile(const char* backupFile) {
     if (KvFileOpUtil::unlink(backupFile) != KvFileOpUtil::kDone) {
+        reportNotedCause();
         KV_ERROR(kLevelProgress, "callBackForUpdate: unlink %s failed.", backupFile);
     }
 }
@@ -69,30 +102,44 @@ const char* recordOldFile(const Entry& entry, const ItemContext& context, const 
         return nullptr;
     }
     if (made != HeapCopy::kDone || !appendWrittenFile(context.backup, written.get())) {
-        (void)fail("callBackForUpdate: malloc failed.");
+        (void)failWithoutMemory(entry.destination);
         dropBackupFile(backupFile);
         return nullptr;
     }
     return written.release();  // the record's from here on
 }
 
-int saveOldFile(const Entry& entry, const ItemContext& context, FileDecision decision) {
+// What is no regular file is nothing to save, and nothing that the copy could write to.
+SavedCopy saveOldContent(const Entry& entry, const ItemContext& context,
+                         char (&backupFile)[kLongPathCapacity]) {
     char directory[kLongPathCapacity];
-    char backupFile[kLongPathCapacity];
-    constructBackupPath(context.backup->destination, context.itemClass, context.type, directory,
-                        sizeof directory);
-    if (!context.names->make(directory, backupFile, sizeof backupFile)) {
-        return fail("callBackForUpdate: crtUniFile failed.");
+    KvFailureScope causes;
+    const bool isPlaced = makeBackupPath(context.backup->destination, context.itemClass,
+                                         context.type, directory, sizeof directory);
+    const SavedCopy saved = isPlaced ? saveCopy(*context.names, directory, entry.destination,
+                                                backupFile, sizeof backupFile)
+                                     : SavedCopy::kFailed;
+    if (saved != SavedCopy::kDone) {
+        reportNotedCause();
     }
-    // A copy that fails leaves the backup file short; the update goes on all the same.
-    (void)KvFileOpUtil::copy(entry.destination, backupFile, true);
+    if (saved == SavedCopy::kFailed) {
+        (void)fail("callBackForUpdate: crtUniFile failed.");
+    }
+    return saved;
+}
+
+int saveOldFile(const Entry& entry, const ItemContext& context, FileDecision decision) {
+    char backupFile[kLongPathCapacity];
+    if (saveOldContent(entry, context, backupFile) != SavedCopy::kDone) {
+        return KvFileOpUtil::kDestinationNotWritable;
+    }
     const char* recorded = recordOldFile(entry, context, backupFile);
     if (recorded == nullptr) {
         return KvFileOpUtil::kDestinationNotWritable;
     }
     const bool isDeferred = decision == FileDecision::kReboot;
     if (isDeferred && !addRebootEntry(entry.path, entry.destination, kRebootReplace)) {
-        return fail("callBackForUpdate: malloc failed.");
+        return failWithoutMemory(entry.destination);
     }
     KV_INFO(kLevelProgress, "callBackForUpdate: Overwrite file(%s) done.", recorded);
     return isDeferred ? KvFileOpUtil::kSkip : KvFileOpUtil::kGoOn;
@@ -103,6 +150,9 @@ FileDecision decide(const Entry& entry, _PatchAgent& agent) {
     if (entry.phase != KvFileOpUtil::kBefore || entry.destination == nullptr ||
         KvFileOpUtil::isDir(entry.destination)) {
         return FileDecision::kWrite;
+    }
+    if (isCancelled()) {
+        return FileDecision::kStop;
     }
     return Conversation(agent)->decideFile(entry.destination, kFileWords, FileDecision::kWrite);
 }
@@ -125,8 +175,9 @@ int callBackForUpdate(Entry* entry) {
         return KvFileOpUtil::kSkip;
     }
     // New files are always written at once: there is nothing that a deferred copy would spare.
-    if (entry->action == KvFileOpUtil::kNewFile && entry->phase == KvFileOpUtil::kAfter) {
-        return recordNewFile(*entry, context);
+    if (entry->action == KvFileOpUtil::kNewFile) {
+        return entry->phase == KvFileOpUtil::kAfter ? recordNewFile(*entry, context)
+                                                    : announceNewFile(*entry, context);
     }
     if (entry->action == KvFileOpUtil::kOverwrite && entry->phase == KvFileOpUtil::kBefore) {
         return saveOldFile(*entry, context, decision);

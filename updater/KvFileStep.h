@@ -2,10 +2,11 @@
 // written, and recorded so that a rollback can undo it.
 //
 // What is on the disk after each step of one file:
-//   1. a new file:       asked; written by the copy; recorded as added
-//   2. an existing file: asked; an empty file of a fresh name made in the backup store; the old
-//                        content copied into it; recorded as overwritten; overwritten by the copy
-// A failure before the record leaves the destination untouched.
+//   1. a new file:       asked; announced; written by the copy; recorded as added
+//   2. an existing file: asked; its content saved whole in the backup store; recorded as
+//                        overwritten; overwritten by the copy
+// A failure before the record leaves the destination untouched. A file that nobody may read counts
+// as a new one that is not announced.
 #pragma once
 
 #include "fileop/KvFileOpUtil.h"

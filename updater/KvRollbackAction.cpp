@@ -5,6 +5,7 @@
 #include "updater/KvActionRun.h"
 #include "updater/KvRebootList.h"
 #include "updater/KvRollbackItem.h"
+#include "updater/KvSignals.h"
 
 namespace {
 
@@ -95,6 +96,7 @@ VcRunStatus rollback(KvIniUtil* document) {
         // Reported as success on purpose: the caller is told in the log only.
         return kStatusSuccess;
     }
+    listenForCancel();  // here the new interface hears its first word
     if (!talk->agreesToRollback()) {
         KV_ERROR(kLevelAlways, "rollback: patch agent refused to rollback.");
         return kStatusAgentFailed;

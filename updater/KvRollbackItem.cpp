@@ -2,16 +2,20 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+
 #include "agent/KvAgent.h"
+#include "base/KvFailure.h"
 #include "base/KvScoped.h"
 #include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
 #include "log/KvReport.h"
 #include "store/KvBackupEntry.h"
-#include "store/KvBackupName.h"
 #include "store/KvBackupRecord.h"
+#include "store/KvSavedCopy.h"
 #include "updater/KvRebootList.h"
+#include "updater/KvSignals.h"
 
 namespace {
 
@@ -52,21 +56,15 @@ RollbackItemResult notSaved(const char* message) {
     return kItemNotSaved;
 }
 
+RollbackItemResult notSavedWithoutMemory(const char* path) {
+    reportCauseErrno(path, ENOMEM);
+    return notSaved("rollbackItem: malloc failed.");
+}
+
 // What an answer without a meaning decides: the same as for the file before, whose result is
 // `last`. One that was deferred makes this one stay, too, but outside of the reboot list.
 FileDecision decisionAfter(RollbackItemResult last) {
     return last == kItemLeftFiles ? FileDecision::kSkip : FileDecision::kWrite;
-}
-
-bool saveFile(const char* path, const char* backupDir, BackupNames& names,
-              char (&copy)[kLongPathCapacity]) {
-    if (!names.make(backupDir, copy, sizeof copy)) {
-        KV_ERROR(kLevelProgress, "rollbackItem: crtUniFile failed.");
-        return false;
-    }
-    // A file that is gone already leaves an empty copy.
-    (void)KvFileOpUtil::copy(path, copy, true);
-    return true;
 }
 
 bool recordCopy(const char* copy, const char* path, backupItem* record) {
@@ -79,19 +77,21 @@ bool recordCopy(const char* copy, const char* path, backupItem* record) {
     }
     // The name and the path are never null and always fit: the first text stands for the day when
     // an entry can fail otherwise than for lack of memory.
+    reportCauseErrno(path, ENOMEM);
     KV_ERROR(kLevelProgress, "%s",
              made == HeapCopy::kCopyFailed ? "rollbackItem: Snprintf failed."
                                            : "rollbackItem: malloc failed.");
     return false;
 }
 
-// A file that cannot be deleted or put back stays as it is; the rollback goes on.
-void putBack(const RollbackFile& file) {
-    if (*file.source == '\0') {
-        (void)KvFileOpUtil::unlink(file.path);
-    } else {
-        (void)KvFileOpUtil::move(file.source, file.path, true);
+bool deleteFile(const char* path) {
+    errno = 0;
+    // A null or empty path names no file.
+    if (path == nullptr || *path == '\0' || KvFileOpUtil::unlink(path) == KvFileOpUtil::kDone) {
+        return true;
     }
+    noteFailure(path, errno != 0 ? errno : EIO);
+    return false;
 }
 
 // The files of one item. Each gets the result of the one before and gives its own; the last one's
@@ -100,8 +100,8 @@ class ItemRollback {
   public:
     ItemRollback(ItemContext& context, const backupItem& recorded)
         : context_(context), talk_(*context.agent), recorded_(recorded) {
-        constructBackupPath(context.destination, context.itemClass, context.type, backupDir_,
-                            sizeof backupDir_);
+        isPlaced_ = makeBackupPath(context.destination, context.itemClass, context.type, backupDir_,
+                                   sizeof backupDir_);
     }
 
     RollbackItemResult run();
@@ -109,10 +109,14 @@ class ItemRollback {
   private:
     RollbackItemResult undoWritten(const char* entry, RollbackItemResult last);
     RollbackItemResult undoFile(const RollbackFile& file, RollbackItemResult last);
+    RollbackItemResult undoOddFile(const RollbackFile& file, RollbackItemResult last);
+    SavedCopy save(const char* path, char (&copy)[kLongPathCapacity]);
+    RollbackItemResult putBack(const RollbackFile& file);
 
     ItemContext& context_;
     Conversation talk_;
     const backupItem& recorded_;
+    bool isPlaced_;
     char backupDir_[kLongPathCapacity];
 };
 
@@ -139,19 +143,29 @@ RollbackItemResult ItemRollback::undoWritten(const char* entry, RollbackItemResu
     if (parts.pieceCount == 0 && entry != nullptr && *entry != '\0') {
         // There was no memory for its pieces. Gone on with, the item would count as rolled back and
         // lose the copy.
-        return notSaved("rollbackItem: malloc failed.");
+        return notSavedWithoutMemory(backupDir_);
     }
     char source[kLongPathCapacity];
-    if (!backupFileOfEntry(parts, backupDir_, source, sizeof source)) {
+    if (!isPlaced_ || !backupFileOfEntry(parts, backupDir_, source, sizeof source)) {
         return notSaved("rollbackItem: CatURIWithFile failed.");
     }
     return undoFile({parts.target.c_str(), source, kRebootPutBack, kWrittenWords}, last);
 }
 
 RollbackItemResult ItemRollback::undoFile(const RollbackFile& file, RollbackItemResult last) {
+    if (isCancelled()) {
+        return kItemCancelled;
+    }
     char copy[kLongPathCapacity];
-    if (!saveFile(file.path, backupDir_, *context_.names, copy)) {
-        return kItemNotSaved;
+    KvFailureScope causes;
+    switch (save(file.path, copy)) {
+        case SavedCopy::kFailed:
+            reportNotedCause();
+            return notSaved("rollbackItem: crtUniFile failed.");
+        case SavedCopy::kOdd:
+            return undoOddFile(file, last);
+        case SavedCopy::kDone:
+            break;
     }
     const FileDecision decision = talk_->decideFile(file.path, file.words, decisionAfter(last));
     if (decision == FileDecision::kStop) {
@@ -160,21 +174,62 @@ RollbackItemResult ItemRollback::undoFile(const RollbackFile& file, RollbackItem
         return kItemCancelled;
     }
     if (decision == FileDecision::kReboot && !addRebootEntry(file.source, file.path, file.marker)) {
-        return notSaved("rollbackItem: malloc failed.");
+        return notSavedWithoutMemory(file.path);
     }
     if (!recordCopy(copy, file.path, context_.backup)) {
         return kItemNotSaved;
     }
-    if (decision != FileDecision::kWrite) {
+    return decision == FileDecision::kWrite ? putBack(file) : kItemLeftFiles;
+}
+
+// What is no regular file was not saved. The agent is asked all the same, and may leave it.
+RollbackItemResult ItemRollback::undoOddFile(const RollbackFile& file, RollbackItemResult last) {
+    FileDecision decision = FileDecision::kStop;
+    {
+        KvFailureScope causesOfAgent;
+        decision = talk_->decideFile(file.path, file.words, decisionAfter(last));
+    }
+    if (decision == FileDecision::kStop) {
+        return kItemCancelled;
+    }
+    if (decision == FileDecision::kSkip) {
         return kItemLeftFiles;
     }
-    putBack(file);
-    return kItemRolledBack;
+    reportNotedCause();
+    return kItemNotSaved;
+}
+
+SavedCopy ItemRollback::save(const char* path, char (&copy)[kLongPathCapacity]) {
+    return isPlaced_ ? saveCopy(*context_.names, backupDir_, path, copy, sizeof copy)
+                     : SavedCopy::kFailed;
+}
+
+RollbackItemResult ItemRollback::putBack(const RollbackFile& file) {
+    if (*file.source == '\0') {
+        if (deleteFile(file.path)) {
+            return kItemRolledBack;
+        }
+    } else if (*file.path == '\0' || context_.names->isPutBack(file.source)) {
+        return kItemRolledBack;  // nowhere to put it, or it is where it belongs
+    } else {
+        // Marked first: what could not be marked afterwards would be put back twice.
+        if (!context_.names->markPutBack(file.source)) {
+            noteFailure(file.path, ENOMEM);
+        } else if (putCopyBack(file.source, file.path) != PutBack::kFailed) {
+            return kItemRolledBack;
+        }
+    }
+    reportNotedCause();
+    return kItemNotPutBack;
 }
 
 RollbackItemResult readRecord(const char* path, backupStru& contents) {
+    KvFailureScope causes;
     const RecordDocument document = openRecord(path);
     if (!document) {
+        if (!reportNotedCause()) {
+            reportCauseErrno(path, ENOMEM);
+        }
         KV_ERROR(kLevelProgress, "rollbackItem: create KvIniUtil object failed.");
         return kItemNoRecord;
     }
@@ -191,8 +246,11 @@ RollbackItemResult findRecord(const char* destination, char (&path)[kLongPathCap
         return kItemBadPath;
     }
     struct stat status {};
-    if (CatURIWithPath(path, sizeof path, path, kBackupRecordName) != 0 ||
-        stat(path, &status) != 0) {
+    const bool isPath = CatURIWithPath(path, sizeof path, path, kBackupRecordName) == 0;
+    if (!isPath || stat(path, &status) != 0) {
+        if (isPath && errno != ENOENT && errno != ENOTDIR) {
+            reportCauseErrno(path, errno);
+        }
         // Kept: "doesnot", which searches of the log rely on.
         KV_ERROR(kLevelProgress, "rollbackItem: %s doesnot exist.", path);
         return kItemNoRecord;

@@ -6,11 +6,12 @@
 //      gone already); then the agent is asked
 //   2. recorded: the copy of step 1 stands in the context's backup item, so that a rollback that
 //      fails can be undone itself
-//   3. undone: an added file is deleted, the saved one of the update is moved over an overwritten
+//   3. undone: an added file is deleted, the saved one of the update is copied over an overwritten
 //      one; a file that the agent skips or defers stays as it is
 // A file that the agent stops at is not recorded, and its copy of step 1 is deleted again. A file
-// that cannot be saved or recorded is not undone. Either ends the item: the files before it stay
-// undone and recorded, those behind it untouched.
+// that cannot be saved, recorded, deleted or put back ends the item as well: the files before it
+// stay undone and recorded, those behind it untouched. No saved copy of the update goes, so that a
+// rollback that is undone can be repeated; in the same run a copy is put back once.
 #pragma once
 
 #include "updater/KvItemStep.h"
@@ -26,9 +27,10 @@ enum RollbackItemResult : int {
     // No backup name, no memory for the entry, a saved copy whose path does not fit, or a restart
     // list that takes no more.
     kItemNotSaved = -5,
+    kItemNotPutBack = -5,  // or not deleted
 };
 
-// Deletes the files that the last update of the item added and moves the saved copies of those it
+// Deletes the files that the last update of the item added and puts the saved copies of those it
 // overwrote back into place, asking the agent about each. `context->backup` receives one written
 // entry for each file.
 // A null `context->destination` is the working directory, as "" is.

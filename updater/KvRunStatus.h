@@ -27,5 +27,5 @@ enum VcRunStatus : unsigned {
 
 // Writes `status` as the key "result" before the first section of `VcResult.ini` in the staging
 // directory (`g_VCTempPath`), in place of a "result" that stands there; the rest of the file is
-// kept. A file that cannot be written is not reported.
+// kept. Of a file that cannot be written the log tells the cause.
 void writeResult(int status);

@@ -1,5 +1,6 @@
 #include "updater/KvUpdateAction.h"
 
+#include "base/KvFailure.h"
 #include "base/KvText.h"
 #include "fileop/KvFileOpUtil.h"
 #include "log/KvReport.h"
@@ -57,11 +58,13 @@ class UpdateRun final : public ActionRun {
 
 VcRunStatus statusOfCopy(int result) {
     if (result >= KvFileOpUtil::kDestinationExists && result <= KvFileOpUtil::kCannotOpenSource) {
+        (void)reportNotedCause();  // none where the file's own step has told it
         KV_ERROR(kLevelProgress, "updateWithPatchAgent: xcopy failed, disk access.");
         return kStatusDiskAccess;
     }
     switch (result) {
         case KvFileOpUtil::kBadParameters:
+            (void)reportNotedCause();  // none where nothing but the parameters is wrong
             KV_ERROR(kLevelProgress, "updateWithPatchAgent: xcopy failed, bad parameters.");
             return kStatusBadDescription;
         case KvFileOpUtil::kDone:
@@ -83,6 +86,7 @@ VcRunStatus UpdateRun::process(const tag_ItemInfo& item, ItemContext& context) {
     KvFileOpUtil::CallbackEntry entry{};
     entry.cbSize = sizeof entry;
     entry.userData = &context;
+    const KvFailureScope failure;
     KV_INFO(kLevelProgress, "xcopy from: %s to: %s", pattern, destination);
     return statusOfCopy(KvFileOpUtil::xcopy(pattern, destination, true, callBackForUpdate, &entry));
 }

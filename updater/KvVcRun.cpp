@@ -1,8 +1,10 @@
 #include "updater/KvVcRun.h"
 
+#include <cerrno>
 #include <memory>
 #include <new>
 
+#include "base/KvFailure.h"
 #include "base/KvText.h"
 #include "fileop/KvDiskNames.h"
 #include "fileop/KvPath.h"
@@ -16,6 +18,7 @@
 #include "updater/KvRollbackAction.h"
 #include "updater/KvRunPaths.h"
 #include "updater/KvRunStatus.h"
+#include "updater/KvSignals.h"
 #include "updater/KvUpdateAction.h"
 
 namespace {
@@ -31,10 +34,12 @@ enum ExitCode : int {
 struct Outcome {
     VcRunStatus status = kStatusBadInvocation;
     ExitCode exitCode = kExitBadInvocation;
-    bool nowaiting = false;  // nobody waits for the result file
+    bool nowaiting = false;     // nobody waits for the result file
+    bool isStagingCut = false;  // its path is too long to be kept whole
 };
 
 void publishVelocorePaths(const KvIniUtil& document) {
+    const KvFailureScope unreported;  // defaults stand for a configuration that cannot be read
     const char* velocorePath = document.get(kCommon, "velocore_path");
     Strncpy(g_VelocorePath, velocorePath, sizeof g_VelocorePath);
     if (KvVcCfg(g_VelocorePath).UseOldDirOrganization()) {
@@ -75,6 +80,7 @@ VcRunStatus runUpdate(KvIniUtil& document, bool nowaiting) {
 VcRunStatus runAction(KvIniUtil& document, bool nowaiting) {
     const char* action = document.get(kCommon, "action");
     if (action == nullptr) {
+        (void)reportNotedCause();  // none where the description could be read and lacks it
         KV_ERROR(kLevelProgress, "VcPatch fetch (common:action) failed.");
         return kStatusBadInvocation;
     }
@@ -95,7 +101,10 @@ VcRunStatus runAction(KvIniUtil& document, bool nowaiting) {
 }
 
 void finish(const Outcome& outcome) {
-    if (outcome.nowaiting) {
+    if (outcome.nowaiting && outcome.isStagingCut) {
+        // What is left of the path names a directory that is not ours to delete.
+        reportCauseErrno(g_VCTempPath, ENAMETOOLONG);
+    } else if (outcome.nowaiting) {
         CleanupTempFiles(outcome.status == kStatusSuccess, g_VCTempPath, g_VelocoreDataPath);
     } else {
         writeResult(static_cast<int>(outcome.status));
@@ -115,21 +124,35 @@ ExitCode runDescription(KvIniUtil& document, const char* staging) {
     Outcome outcome;
     outcome.exitCode = kExitDone;
     outcome.nowaiting = leadingNumber(document.get(kCommon, "nowaiting")) == 1;
+    outcome.isStagingCut = !Str_Equal(staging, g_VCTempPath, true);
     publishSettings(document);
     outcome.status = runAction(document, outcome.nowaiting);
     finish(outcome);
     return outcome.exitCode;
 }
 
+// A lock that cannot be had (a read-only directory) does not keep the update from running.
+void lockDescription(const char* path, KvVcLock& lock) {
+    const KvFailureScope unreported;
+    (void)lock.create(kFileLock, path, true);
+}
+
 ExitCode runStaging(const char* staging, KvVcLock& lock) {
+    const KvFailureScope failure;
     Strncpy(g_VCTempPath, staging, sizeof g_VCTempPath);
     char path[kLongPathCapacity];
-    // A path that does not fit names no description; the run then ends for want of an action.
-    (void)CatURIWithPath(path, sizeof path, staging, kDescriptionName);
-    // A lock that cannot be had (a read-only directory) does not keep the update from running.
-    (void)lock.create(kFileLock, path, true);
+    if (CatURIWithPath(path, sizeof path, staging, kDescriptionName) == 0) {
+        lockDescription(path, lock);
+    } else {
+        // What is left of the path names another file. The run ends for want of an action.
+        path[0] = '\0';
+        noteFailure(staging, ENAMETOOLONG);
+    }
     const std::unique_ptr<KvIniUtil> document = newDocument(path);
     if (!document) {
+        if (!reportNotedCause()) {
+            reportCauseErrno(path, ENOMEM);
+        }
         KV_ERROR(kLevelProgress, "VcPatch: KvIniUtil failed.");
         return finishBadInvocation();
     }
@@ -139,6 +162,7 @@ ExitCode runStaging(const char* staging, KvVcLock& lock) {
 }  // namespace
 
 int runVcPatch(int argc, char** argv) {
+    const SignalScope signals;
     KvVcLock lock;  // held until everything else is done
     const ExitCode exitCode = argc == 2 ? runStaging(argv[1], lock) : finishBadInvocation();
     KV_INFO(kLevelProgress, "VcPatch end.");

@@ -20,6 +20,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::IsNull;
 using ::testing::NotNull;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -89,50 +90,6 @@ class WorkingDirectory {
 
 }  // namespace
 
-TEST(KvPatchAgentDefaults, AcceptEverythingOfTheOldInterface) {
-    EXPECT_EQ(lStartPatch(7), 0);
-    EXPECT_EQ(lEndPatch(0), 1);
-    EXPECT_EQ(lStartPattern(nullptr), 1);
-    EXPECT_EQ(lEndPattern(0, 1, 2), 1);
-    EXPECT_EQ(lStartEngine(nullptr), 1);
-    EXPECT_EQ(lEndEngine(0, 1, 2), 1);
-    EXPECT_EQ(lStartProduct(nullptr), 1);
-    EXPECT_EQ(lEndProduct(0, 1, 2), 1);
-    EXPECT_EQ(lCheckFile(nullptr), 1);
-    EXPECT_EQ(lIsRollback(), 1);
-}
-
-TEST(KvPatchAgentDefaults, AcceptEverythingOfTheNewInterface) {
-    EXPECT_EQ(lStartAction(), 0);
-    EXPECT_EQ(lEndAction(), 1);
-    EXPECT_EQ(lStartItem(nullptr, 1, 2, 3, nullptr, nullptr), 1);
-    EXPECT_EQ(lEndItem(0, nullptr, nullptr), 1);
-    EXPECT_EQ(lCheckFileEx(nullptr), 1);
-    EXPECT_EQ(lIsRollbackEx(), 1);
-}
-
-TEST(KvPatchAgentDefaults, LeavePathsAsTheyAre) {
-    char path[PATCHAGENT_PATH_CAPACITY] = "/opt/app";
-    lGetPatternPath(path);
-    lGetEnginePath(path);
-    lGetProductPath(path);
-    EXPECT_STREQ(path, "/opt/app");
-    lGetPatternPath(nullptr);
-}
-
-TEST(KvPatchAgentDefaults, TakeAnyUnusedArgumentsAndDoNothingWithThem) {
-    LogCapture log;
-    char text[] = "text";
-    int number = 7;
-    tag_Version version = {0x52000, 1234, 0};
-    intended_unused_variables();
-    intended_unused_variables(text, &number, 2.5, &version, nullptr);
-    EXPECT_STREQ(text, "text");
-    EXPECT_EQ(number, 7);
-    EXPECT_EQ(version, (tag_Version{0x52000, 1234, 0}));
-    EXPECT_THAT(log.records(), IsEmpty());
-}
-
 TEST(KvPatchAgent, UsesTheDefaultsWhenThePatchNamesNoAgent) {
     LogCapture log;
     _PatchAgent agent = usedTable();
@@ -192,10 +149,14 @@ TEST(KvPatchAgent, UsesNoneOfAnOldAgentThatLacksOneEntryPoint) {
         SCOPED_TRACE(entry);
         TempTree tree;
         const ScriptedAgent library(tree, ScriptedAgent::kOld, "agent", entry);
+        LogCapture log;
         _PatchAgent agent = usedTable();
 
         loadOldPatchAgent(library.path().c_str(), &agent);
 
+        EXPECT_THAT(log.records(),
+                    ElementsAre(errorAt(
+                        6, "Cause: " + library.path() + ": entry point " + entry + " is missing")));
         EXPECT_EQ(oldSlots(agent), oldSlots(kDefaults));
         EXPECT_THAT(newSlots(agent), Each(IsNull()));
         EXPECT_NE(agent.handle, nullptr);
@@ -210,10 +171,14 @@ TEST(KvPatchAgent, UsesNoneOfANewAgentThatLacksOneEntryPoint) {
         SCOPED_TRACE(entry);
         TempTree tree;
         const ScriptedAgent library(tree, ScriptedAgent::kNew, "agent", entry);
+        LogCapture log;
         _PatchAgent agent = usedTable();
 
         loadNewPatchAgent(library.path().c_str(), &agent);
 
+        EXPECT_THAT(log.records(),
+                    ElementsAre(errorAt(
+                        6, "Cause: " + library.path() + ": entry point " + entry + " is missing")));
         EXPECT_EQ(newSlots(agent), newSlots(kDefaults));
         EXPECT_THAT(oldSlots(agent), Each(IsNull()));
         EXPECT_NE(agent.handle, nullptr);
@@ -226,8 +191,12 @@ TEST(KvPatchAgent, UsesNoneOfANewAgentThatLacksOneEntryPoint) {
 TEST(KvPatchAgent, TakesAnAgentOfTheOtherInterfaceForAnIncompleteOne) {
     TempTree tree;
     const ScriptedAgent library(tree, ScriptedAgent::kNew);
+    LogCapture log;
     _PatchAgent agent = usedTable();
     loadOldPatchAgent(library.path().c_str(), &agent);
+    // The first of the thirteen that are missing.
+    EXPECT_THAT(log.texts(),
+                ElementsAre("Cause: " + library.path() + ": entry point StartPatch is missing"));
     EXPECT_EQ(oldSlots(agent), oldSlots(kDefaults));
     EXPECT_THAT(newSlots(agent), Each(IsNull()));
     unloadPatchAgent(&agent);
@@ -238,7 +207,7 @@ TEST(KvPatchAgent, TellsOfALibraryThatCannotBeOpened) {
     const std::string missing = tree.path("missing.so");
     const std::string text = tree.write("text.so", "this is no library");
     const std::string directory = tree.makeDir("directory.so");
-    for (const std::string& file : {missing, text, directory, std::string()}) {
+    for (const std::string& file : {missing, text, directory}) {
         LogCapture log;
         _PatchAgent agent = usedTable();
         loadOldPatchAgent(file.c_str(), &agent);
@@ -251,7 +220,39 @@ TEST(KvPatchAgent, TellsOfALibraryThatCannotBeOpened) {
         EXPECT_EQ(agent.handle, nullptr);
 
         const auto message = errorAt(6, "load patchagent: " + file + " failed.");
-        EXPECT_THAT(log.records(), ElementsAre(message, message));
+        ASSERT_EQ(log.records().size(), 4U);
+        EXPECT_EQ(log.records()[1], message);
+        EXPECT_EQ(log.records()[3], message);
+        EXPECT_EQ(log.records()[0], log.records()[2]);
+        // The loader's words follow.
+        const std::string cause = "Cause: " + file + ": ";
+        EXPECT_THAT(log.texts()[0], StartsWith(cause));
+        EXPECT_GT(log.texts()[0].size(), cause.size());
+        EXPECT_EQ(log.records()[0], errorAt(6, log.texts()[0]));
+    }
+}
+
+#ifdef __GLIBC__
+TEST(KvPatchAgent, TellsWhatTheLoaderSaysOfALibraryThatIsNotThere) {
+    LogCapture log;
+    _PatchAgent agent{};
+    EXPECT_EQ(loadSharedObj("/nowhere/agent.so", &agent), 0);
+    EXPECT_THAT(log.texts(),
+                ElementsAre("Cause: /nowhere/agent.so: /nowhere/agent.so: cannot open shared "
+                            "object file: No such file or directory",
+                            "load patchagent: /nowhere/agent.so failed."));
+}
+#endif
+
+TEST(KvPatchAgent, TellsOfAnEmptyName) {
+    for (const auto load : {loadOldPatchAgent, loadNewPatchAgent}) {
+        LogCapture log;
+        _PatchAgent agent = usedTable();
+        load("", &agent);
+        EXPECT_EQ(agent.handle, nullptr);
+        EXPECT_THAT(log.records(),
+                    ElementsAre(errorAt(6, "Cause: patchagent: the file name is empty"),
+                                errorAt(6, "load patchagent:  failed.")));
     }
 }
 

@@ -10,7 +10,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "KvPatchAgentApi.h"
 
@@ -75,7 +78,7 @@ std::string trimmed(const std::string& text) {
 }
 
 bool parseRule(const std::string& line, Rule& rule) {
-    for (const char* verb : {" = ", " writes ", " waits ", " kills "}) {
+    for (const char* verb : {" = ", " writes ", " waits ", " kills ", " raises ", " throws "}) {
         const std::string padded = line + " ";
         const size_t at = padded.find(verb);
         if (at != std::string::npos) {
@@ -131,11 +134,27 @@ int32_t answer(const Rule& rule, const AgentCall& call) {
     return static_cast<int32_t>(strtol(rule.object.c_str(), nullptr, 0));
 }
 
+void raiseSignal(const Rule& rule) {
+    constexpr std::pair<const char*, int> kSignals[] = {
+        {"TERM", SIGTERM}, {"INT", SIGINT}, {"HUP", SIGHUP}};
+    for (const auto& [name, signal] : kSignals) {
+        if (rule.object == name) {
+            (void)kill(getpid(), signal);
+            return;
+        }
+    }
+    record("bad rule: " + rule.entry + " raises " + rule.object);
+}
+
 void carryOut(const Rule& rule, const AgentCall& call) {
     if (rule.verb == "writes") {
         writeVersion(rule, call);
     } else if (rule.verb == "waits") {
         waitFor(rule.object);
+    } else if (rule.verb == "raises") {
+        raiseSignal(rule);
+    } else if (rule.verb == "throws") {
+        throw std::runtime_error(rule.entry);
     } else {
         (void)kill(getpid(), SIGKILL);
     }
@@ -180,9 +199,8 @@ int32_t answerCall(const AgentCall* call, int32_t fallback, const char* format, 
     if (script == nullptr) {
         return fallback;
     }
-    const int32_t result = obeyScript(script, *call, number, fallback);
-    (void)fclose(script);
-    return result;
+    const std::unique_ptr<FILE, int (*)(FILE*)> closed(script, fclose);  // also when a rule throws
+    return obeyScript(script, *call, number, fallback);
 }
 
 const char* textOrNull(const char* text) {

@@ -9,6 +9,9 @@
  *       Entry [condition] writes result V B   the record that the call was given
  *       Entry [condition] waits FILE          go on when that file exists (at most 30 seconds)
  *       Entry [condition] kills               end the process by SIGKILL
+ *       Entry [condition] raises SIGNAL       send TERM, INT or HUP to the process itself
+ *       Entry [condition] throws              leave the entry point by an exception; behind a path
+ *                                             that another rule writes if it stands behind that
  *
  *   A condition is `#n`, the n-th call of this entry point since the library was loaded, or a file
  *   pattern for the path (or the item's name) that the call was given; '*' matches '/' too. Without

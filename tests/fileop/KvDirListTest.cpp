@@ -199,6 +199,19 @@ TEST_F(DirListing, ADirectoryThatMayNotBeReadListsNothing) {
     ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
     ASSERT_EQ(chmod(tree.path("d").c_str(), 0111), 0);
     EXPECT_EQ(resultInChild([] { return KvDirList("d/").hasNext() ? 1 : 0; }), 0);
+    EXPECT_EQ(resultInChild([] { return KvDirList("d/").getError() == EACCES ? 1 : 0; }), 1);
+    EXPECT_TRUE(KvDirList("missing/").isComplete());
+    EXPECT_TRUE(KvDirList("d/file/").isComplete());
+}
+
+TEST_F(DirListing, ATextWithoutMemoryListsNothing) {
+    tree.write("file", "");
+    KvSimpleString failed;
+    failed.fail();
+    const KvDirList list(failed.c_str());
+    EXPECT_FALSE(list.hasNext());
+    EXPECT_EQ(list.getError(), ENOMEM);
+    EXPECT_TRUE(KvDirList("").hasNext()) << "only what is really empty is the working directory";
 }
 
 TEST_F(DirListing, LeavesNoDirectoryOpen) {

@@ -7,11 +7,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <string>
 #include <thread>
 
+#include "base/KvFailure.h"
 #include "base/KvScoped.h"
 #include "fileop/KvFileOpUtil.h"
 #include "tests/support/TempTree.h"
@@ -44,7 +46,7 @@ TEST(KvFileContents, AFailureDoesNotSpoilTheNextCopy) {
               KvFileOpUtil::kDestinationNotWritable);
     EXPECT_EQ(contents.copy(dir.c_str(), target.c_str(), TargetState::kAny),
               KvFileOpUtil::kReadError);
-    EXPECT_TRUE(tree.exists("b")) << "it was made before the read failed";
+    EXPECT_FALSE(tree.exists("b"));
     EXPECT_EQ(contents.copy(file.c_str(), target.c_str(), TargetState::kAny), KvFileOpUtil::kDone);
     EXPECT_EQ(tree.read("b"), "text");
 }
@@ -61,96 +63,43 @@ TEST(KvFileContents, AnEmptyTargetIsFilled) {
     EXPECT_EQ(tree.time("b"), 1000000000);
 }
 
-// A file that does not tell its size, as a pipe does, is read until it ends.
-TEST(KvFileContents, APipeIsReadToItsEnd) {
+TEST(KvFileContents, APipeIsNoFileAndNobodyWaitsForIt) {
     const TempTree tree;
+    KvFileContents contents;
+    const std::string file = tree.write("a", "text");
     const std::string pipe = tree.path("pipe");
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    std::thread writer([&] {
-        const ScopedFd end(open(pipe.c_str(), O_WRONLY));
-        for (const char* const piece : {"one ", "two ", "three"}) {
-            EXPECT_GT(write(end.get(), piece, strlen(piece)), 0);
-            usleep(2000);
-        }
-    });
-    KvFileContents contents;
     const std::string target = tree.path("b");
-    EXPECT_EQ(contents.copy(pipe.c_str(), target.c_str(), TargetState::kAny), KvFileOpUtil::kDone);
-    writer.join();
-    EXPECT_EQ(tree.read("b"), "one two three");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(contents.copy(pipe.c_str(), target.c_str(), TargetState::kAny),
+              KvFileOpUtil::kCannotOpenSource);
+    EXPECT_FALSE(tree.exists("b"));
+    EXPECT_EQ(contents.copy(file.c_str(), pipe.c_str(), TargetState::kAny),
+              KvFileOpUtil::kDestinationNotWritable);
 }
 
-void ignoreSignal(int) {}
-
-// Signals every few hundred microseconds to whoever does not block them.
-class Interruptions {
-  public:
-    Interruptions() {
-        struct sigaction action {};
-        action.sa_handler = ignoreSignal;  // and no SA_RESTART: calls fail with EINTR
-        (void)sigaction(SIGALRM, &action, &before_);
-        const itimerval often{{0, 300}, {0, 300}};
-        (void)setitimer(ITIMER_REAL, &often, nullptr);
-    }
-    ~Interruptions() {
-        const itimerval never{};
-        (void)setitimer(ITIMER_REAL, &never, nullptr);
-        (void)sigaction(SIGALRM, &before_, nullptr);
-    }
-    Interruptions(const Interruptions&) = delete;
-    Interruptions& operator=(const Interruptions&) = delete;
-
-  private:
-    struct sigaction before_ {};
-};
-
-void blockSignals() {
-    sigset_t all;
-    (void)sigfillset(&all);
-    (void)pthread_sigmask(SIG_BLOCK, &all, nullptr);
-}
-
-// Both ends are pipes that move in small pieces while signals get in: reads and writes are short
-// and interrupted, and every byte arrives all the same.
-TEST(KvFileContents, ShortAndInterruptedReadsAndWritesLoseNothing) {
-    constexpr size_t kSize = 1000000;
-    int source[2];
-    int target[2];
-    ASSERT_EQ(pipe(source), 0);
-    ASSERT_EQ(pipe(target), 0);
-    std::string sent(kSize, '\0');
-    std::generate(sent.begin(), sent.end(), [i = 0]() mutable { return static_cast<char>(++i); });
-    std::string received;
-    std::thread feeder([&] {
-        blockSignals();
-        for (size_t at = 0; at < kSize; at += 10000) {
-            (void)!write(source[1], sent.data() + at, 10000);
-        }
-        (void)close(source[1]);
-    });
-    std::thread drainer([&] {
-        blockSignals();
-        char piece[7000];
-        ssize_t count = 0;
-        while ((count = read(target[0], piece, sizeof(piece))) > 0) {
-            received.append(piece, static_cast<size_t>(count));
-            std::this_thread::yield();
-        }
-    });
-    const auto name = [](int fd) { return "/dev/fd/" + std::to_string(fd); };
+// The note names the side that failed, once.
+TEST(KvFileContents, AFailureIsNotedWithItsPathAndItsCause) {
+    const TempTree tree;
+    const KvFailureScope scope;
     KvFileContents contents;
-    auto result = KvFileOpUtil::kReadError;
-    {
-        const Interruptions interruptions;
-        result = contents.copy(name(source[0]).c_str(), name(target[1]).c_str(), TargetState::kAny);
-    }
-    (void)close(target[1]);
-    feeder.join();
-    drainer.join();
-    (void)close(source[0]);
-    (void)close(target[0]);
-    EXPECT_EQ(result, KvFileOpUtil::kDone);
-    EXPECT_EQ(received, sent);
+    const std::string file = tree.write("a", "text");
+    const std::string missing = tree.path("missing");
+    const std::string nowhere = tree.path("no/b");
+    KvFailure failure{};
+    EXPECT_EQ(contents.copy(missing.c_str(), nowhere.c_str(), TargetState::kAny),
+              KvFileOpUtil::kCannotOpenSource);
+    ASSERT_TRUE(takeFailure(failure));
+    EXPECT_EQ(std::string(failure.subject), missing);
+    EXPECT_EQ(failure.error, ENOENT);
+    EXPECT_EQ(contents.copy(file.c_str(), tree.path().c_str(), TargetState::kAny),
+              KvFileOpUtil::kDestinationNotWritable);
+    ASSERT_TRUE(takeFailure(failure));
+    EXPECT_EQ(std::string(failure.subject), tree.path());
+    EXPECT_EQ(failure.error, EISDIR);
+    EXPECT_FALSE(isFailureNoted());
+    EXPECT_EQ(contents.copy(file.c_str(), tree.path("b").c_str(), TargetState::kAny),
+              KvFileOpUtil::kDone);
+    EXPECT_FALSE(isFailureNoted());
 }
 
 }  // namespace

@@ -194,13 +194,24 @@ TEST_P(KvFileCopy, ASourceThatCannotBeReadIsAReadError) {
     EXPECT_EQ(recorder.steps.back(), "before new a > d/b");
 }
 
-TEST_P(KvFileCopy, AFullDeviceIsAWriteError) {
-    if (access("/dev/full", W_OK) != 0) {
-        GTEST_SKIP() << "this system has no full device";
-    }
-    const std::string file = tree.write("a", "text");
-    EXPECT_EQ(GetParam()(file.c_str(), "/dev/full", true, nullptr, nullptr),
-              KvFileOpUtil::kWriteError);
+// Neither a pipe nor a device is waited for, whatever stands on its other side.
+TEST_P(KvFileCopy, AnOddSourceCannotBeOpened) {
+    ASSERT_EQ(mkfifo(tree.path("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(copy("pipe", "b"), KvFileOpUtil::kCannotOpenSource);
+    EXPECT_EQ(recorder.steps.back(), "before new pipe > b");
+    EXPECT_FALSE(tree.exists("b"));
+    EXPECT_EQ(GetParam()("/dev/zero", tree.path("b").c_str(), true, nullptr, nullptr),
+              KvFileOpUtil::kCannotOpenSource);
+}
+
+TEST_P(KvFileCopy, AnOddDestinationIsAskedForAndNotWritable) {
+    tree.write("a", "text");
+    ASSERT_EQ(mkfifo(tree.path("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(copy("a", "pipe", false), KvFileOpUtil::kDestinationExists);
+    EXPECT_EQ(copy("a", "pipe"), KvFileOpUtil::kDestinationNotWritable);
+    EXPECT_EQ(recorder.steps.back(), "before over a > pipe");
+    EXPECT_EQ(GetParam()(tree.path("a").c_str(), "/dev/full", true, nullptr, nullptr),
+              KvFileOpUtil::kDestinationNotWritable);
 }
 
 // The limit lets a part of the bytes through and refuses the rest.

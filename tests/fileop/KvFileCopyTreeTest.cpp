@@ -227,7 +227,7 @@ TEST_F(KvFileCopyTree, EveryFailureOfAFileEndsTheTreeWithItsResult) {
     if (access("/dev/full", W_OK) == 0) {
         tree.makeDir("f/s/sub");
         ASSERT_EQ(symlink("/dev/full", tree.path("f/s/sub/f").c_str()), 0);
-        EXPECT_EQ(xcopy("s", "f"), KvFileOpUtil::kWriteError);
+        EXPECT_EQ(xcopy("s", "f"), KvFileOpUtil::kDestinationNotWritable);
     }
 
     tree.makeDir("g");
@@ -346,19 +346,39 @@ TEST_F(KvFileCopyTree, APlainNameInADirectoryThatCannotBeSearchedFailsToo) {
     EXPECT_EQ(resultInChild([this] { return xcopy("s/f", "d/"); }),
               KvFileOpUtil::kCannotOpenSource);
     EXPECT_EQ(resultInChild([this] { return copy("s/f", "d/"); }), KvFileOpUtil::kCannotOpenSource);
-    EXPECT_EQ(resultInChild([this] { return xcopy("s/none", "d/"); }), KvFileOpUtil::kDone);
+    EXPECT_EQ(resultInChild([this] { return xcopy("s/none", "d/"); }),
+              KvFileOpUtil::kCannotOpenSource)
+        << "nobody can tell that it is not there";
 }
 
-// A name in a directory that may be searched but not read is found by no listing.
-TEST_F(KvFileCopyTree, APlainNameInAnUnreadableDirectoryIsNoMatch) {
+// A name needs no listing; everything else in such a directory does.
+TEST_F(KvFileCopyTree, OnlyAPlainNameIsCopiedFromAnUnreadableDirectory) {
     tree.write("s/f", "1");
     tree.makeDir("d");
     for (const char* const name : {"", "d"}) {
         ASSERT_EQ(chmod(tree.path(name).c_str(), 0777), 0);
     }
     ASSERT_EQ(chmod(tree.path("s").c_str(), 0111), 0);
+    EXPECT_EQ(resultInChild([this] { return xcopy("s/*", "d/"); }),
+              KvFileOpUtil::kCannotOpenSource);
+    EXPECT_EQ(resultInChild([this] { return copy("s/", "d/"); }), KvFileOpUtil::kCannotOpenSource);
     EXPECT_EQ(resultInChild([this] { return xcopy("s/f", "d/"); }), KvFileOpUtil::kDone);
-    EXPECT_FALSE(tree.exists("d/f"));
+    EXPECT_EQ(tree.read("d/f"), "1");
+}
+
+TEST_F(KvFileCopyTree, AListedDirectoryThatIsGoneIsPassedOver) {
+    tree.makeDir("s/a");
+    tree.makeDir("s/b");
+    tree.makeDir("d");
+    recorder.meanwhile = [this](const std::string& step) {
+        if (step.find("d/a") != std::string::npos) {
+            (void)rmdir(tree.path("s/b").c_str());
+        } else if (step.find("d/b") != std::string::npos) {
+            (void)rmdir(tree.path("s/a").c_str());
+        }
+    };
+    EXPECT_EQ(xcopy("s/*", "d/"), KvFileOpUtil::kDone);
+    EXPECT_NE(tree.exists("d/a"), tree.exists("d/b"));
 }
 
 }  // namespace

@@ -4,11 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <ctime>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "base/KvFailure.h"
 #include "base/KvScoped.h"
 #include "fileop/KvDirList.h"
 #include "fileop/KvFileOpUtil.h"
@@ -297,14 +299,58 @@ TEST_F(KvFileDelete, AFailureInsideATreeEndsIt) {
     EXPECT_TRUE(tree.exists("d/locked/f"));
 }
 
-TEST_F(KvFileDelete, ALinkToADirectoryIsFollowedAndStays) {
-    tree.write("target/f", "");
-    tree.makeDir("d");
-    ASSERT_EQ(symlink("../target", tree.path("d/link").c_str()), 0);
-    EXPECT_EQ(xunlink("d"), KvFileOpUtil::kDone);
-    EXPECT_TRUE(tree.exists("d/link"));
-    EXPECT_TRUE(tree.exists("target"));
-    EXPECT_FALSE(tree.exists("target/f"));
+TEST_F(KvFileDelete, ALinkToADirectoryIsAnEntryLikeAFile) {
+    tree.write("target/f", "1");
+    for (const char* const name : {"d", "d/", "d/*", "d/link", "d/link/"}) {
+        tree.makeDir("d");
+        ASSERT_EQ(symlink("../target", tree.path("d/link").c_str()), 0);
+        recorder.steps.clear();
+        EXPECT_EQ(xunlink(name), KvFileOpUtil::kDone) << name;
+        EXPECT_EQ(recorder.steps.front(), "before delete d/link");
+        EXPECT_FALSE(tree.exists("d/link")) << name;
+        EXPECT_EQ(tree.read("target/f"), "1");
+    }
+    for (const char* const name : {"d/link", "d/link/", "d/*"}) {
+        tree.makeDir("d");
+        ASSERT_EQ(symlink("../target", tree.path("d/link").c_str()), 0);
+        EXPECT_EQ(unlink(name), KvFileOpUtil::kDone) << name;
+        EXPECT_FALSE(tree.exists("d/link")) << name;
+        EXPECT_EQ(tree.read("target/f"), "1");
+    }
+}
+
+TEST_F(KvFileDelete, XunlinkContentsFollowsTheNamedLinkAndNoOther) {
+    tree.write("target/sub/f", "");
+    tree.write("other/f", "1");
+    ASSERT_EQ(symlink("../other", tree.path("target/inner").c_str()), 0);
+    ASSERT_EQ(symlink("target", tree.path("link").c_str()), 0);
+    EXPECT_EQ(KvFileOpUtil::xunlinkContents(tree.path("link/").c_str()), KvFileOpUtil::kDone);
+    EXPECT_TRUE(fs::is_symlink(tree.path("link")));
+    EXPECT_THAT(tree.snapshot("target"), IsEmpty());
+    EXPECT_EQ(tree.read("other/f"), "1");
+    EXPECT_EQ(KvFileOpUtil::xunlinkContents(tree.path("target").c_str()), KvFileOpUtil::kDone);
+    EXPECT_FALSE(tree.exists("target")) << "a directory itself goes whole";
+    EXPECT_EQ(KvFileOpUtil::xunlinkContents(""), KvFileOpUtil::kBadParameters);
+}
+
+TEST_F(KvFileDelete, ADirectoryThatCannotBeListedFails) {
+    tree.write("d/sub/f", "");
+    ASSERT_EQ(chmod(tree.path().c_str(), 0777), 0);
+    ASSERT_EQ(chmod(tree.path("d").c_str(), 0777), 0);
+    ASSERT_EQ(chmod(tree.path("d/sub").c_str(), 0333), 0);
+    for (const char* const name : {"d", "d/sub/*"}) {
+        EXPECT_EQ(resultInChild([&] {
+                      clearFailure();
+                      const int result = xunlink(name);
+                      KvFailure failure{};
+                      const bool isRight = takeFailure(failure) && failure.error == EACCES &&
+                                           failure.subject == tree.path("d/sub/");
+                      return isRight ? result : 1;
+                  }),
+                  KvFileOpUtil::kBadParameters)
+            << name;
+    }
+    EXPECT_TRUE(tree.exists("d/sub/f"));
 }
 
 TEST_F(KvFileDelete, OtherLinksAreDeletedThemselves) {
@@ -349,14 +395,15 @@ TEST_F(KvFileDelete, XunlinkOfANameUnderTheRootMeansTheWorkingDirectory) {
     EXPECT_TRUE(tree.snapshot().empty());
 }
 
-TEST_F(KvFileDelete, APlainNameInAnUnreadableDirectoryIsNoMatch) {
-    tree.write("d/f", "");
+TEST_F(KvFileDelete, APlainNameInAnUnreadableDirectoryNeedsNoListing) {
     ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
-    ASSERT_EQ(chmod(tree.path("d").c_str(), 0333), 0);
-    EXPECT_EQ(resultInChild([&] { return xunlink("d/f"); }), KvFileOpUtil::kDone);
-    EXPECT_TRUE(tree.exists("d/f"));
-    EXPECT_EQ(resultInChild([&] { return unlink("d/f"); }), KvFileOpUtil::kDone);
-    EXPECT_FALSE(tree.exists("d/f")) << "the other deletion needs no listing";
+    for (const bool isWhole : {true, false}) {
+        tree.write("d/f", "");
+        ASSERT_EQ(chmod(tree.path("d").c_str(), 0333), 0);
+        EXPECT_EQ(resultInChild([&] { return isWhole ? xunlink("d/f") : unlink("d/f"); }),
+                  KvFileOpUtil::kDone);
+        EXPECT_FALSE(tree.exists("d/f"));
+    }
 }
 
 // A directory that may be read but not searched lists the name, and the deletion then fails.
@@ -366,7 +413,8 @@ TEST_F(KvFileDelete, APlainNameInADirectoryThatCannotBeSearchedFails) {
     ASSERT_EQ(chmod(tree.path("d").c_str(), 0444), 0);
     EXPECT_EQ(resultInChild([&] { return xunlink("d/f"); }), KvFileOpUtil::kBadParameters);
     EXPECT_EQ(resultInChild([&] { return unlink("d/f"); }), KvFileOpUtil::kBadParameters);
-    EXPECT_EQ(resultInChild([&] { return xunlink("d/none"); }), KvFileOpUtil::kDone);
+    EXPECT_EQ(resultInChild([&] { return xunlink("d/none"); }), KvFileOpUtil::kBadParameters)
+        << "nobody can tell that it is not there";
     EXPECT_TRUE(tree.exists("d/f"));
 }
 

@@ -157,13 +157,52 @@ TEST(KvFileOpUtil, AnEmptyDirectoryHasNoEntryAtAll) {
     EXPECT_FALSE(KvFileOpUtil::isEmptyDir(tree.path("missing").c_str()));
 }
 
-TEST(KvFileOpUtil, ADirectoryThatCannotBeReadCountsAsEmpty) {
+TEST(KvFileOpUtil, ADirectoryThatCannotBeReadIsNotKnownToBeEmpty) {
     const TempTree tree;
     tree.write("d/f", "");
     ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
     ASSERT_EQ(chmod(tree.path("d").c_str(), 0111), 0);
     const std::string dir = tree.path("d");
-    EXPECT_EQ(resultInChild([&] { return KvFileOpUtil::isEmptyDir(dir.c_str()) ? 1 : 0; }), 1);
+    EXPECT_EQ(resultInChild([&] { return KvFileOpUtil::isEmptyDir(dir.c_str()) ? 1 : 0; }), 0);
+}
+
+TEST(KvFileOpUtil, ATreeWithoutBytesHoldsNeitherBytesNorLinks) {
+    const TempTree tree;
+    tree.makeDir("d/sub/deep");
+    tree.write("d/sub/empty", "");
+    const auto isWithout = [&](const char* name) {
+        return KvFileOpUtil::isTreeWithoutBytes(tree.path(name).c_str());
+    };
+    EXPECT_TRUE(isWithout("d"));
+    EXPECT_TRUE(isWithout("d/"));
+    EXPECT_FALSE(isWithout("d/sub/empty")) << "no directory";
+    EXPECT_FALSE(isWithout("missing"));
+    ASSERT_EQ(symlink("d", tree.path("link").c_str()), 0);
+    EXPECT_FALSE(isWithout("link"));
+    EXPECT_FALSE(isWithout("link/"));
+    ASSERT_EQ(symlink("nowhere", tree.path("d/sub/dangling").c_str()), 0);
+    EXPECT_FALSE(isWithout("d"));
+    ASSERT_EQ(::unlink(tree.path("d/sub/dangling").c_str()), 0);
+    ASSERT_EQ(truncate(tree.write("d/sub/empty", "").c_str(), kFourGiB), 0);
+    EXPECT_FALSE(isWithout("d")) << "a size that no 32 bits hold";
+    ASSERT_EQ(truncate(tree.write("d/sub/empty", "").c_str(), 0), 0);
+    EXPECT_TRUE(isWithout("d"));
+    ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
+    ASSERT_EQ(chmod(tree.path("d/sub").c_str(), 0111), 0);
+    EXPECT_EQ(resultInChild([&] { return isWithout("d") ? 1 : 0; }), 0);
+}
+
+TEST(KvFileOpUtil, NoQuestionWaitsForAPipe) {
+    const TempTree tree;
+    const std::string pipe = tree.path("pipe");
+    const std::string file = tree.write("file", "");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_TRUE(KvFileOpUtil::exist(pipe.c_str()));
+    EXPECT_EQ(KvFileOpUtil::getFileSize(pipe.c_str()), 0U);
+    EXPECT_FALSE(KvFileOpUtil::filesizeEqualTo(pipe.c_str(), 0));
+    EXPECT_FALSE(KvFileOpUtil::comp(pipe.c_str(), file.c_str()));
+    EXPECT_FALSE(KvFileOpUtil::comp(file.c_str(), pipe.c_str()));
+    EXPECT_STREQ(KvFileOpUtil::getFileMD5(pipe.c_str()).c_str(), "");
 }
 
 TEST(KvFileOpUtil, ADirectorySizeIsTheSumOfItsFiles) {

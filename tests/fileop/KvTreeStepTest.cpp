@@ -21,7 +21,7 @@ using testing::UnorderedElementsAre;
 
 // Each match as its path, with a '/' behind a directory.
 std::vector<std::string> matchesOf(const std::string& path) {
-    KvMatchList matches(path.c_str());
+    KvMatchList matches(path.c_str(), KvLinks::kFollowed);
     std::vector<std::string> found;
     while (matches.next()) {
         EXPECT_STREQ(FileNameOf(matches.path().c_str()).c_str(), matches.name().c_str());

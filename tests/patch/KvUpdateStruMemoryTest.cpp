@@ -40,7 +40,8 @@ long peakMemory() {
     const bool isReleased =
         stru.items == nullptr && stru.patchAgentFile == nullptr && stru.velocorePath == nullptr;
     const bool isTold =
-        testing::Matches(LogEndsWith({"Err 6 phaseIniForUpdate: malloc failed.",
+        testing::Matches(LogEndsWith({"Err 6 Cause: VcPatch.ini: Cannot allocate memory",
+                                      "Err 6 phaseIniForUpdate: malloc failed.",
                                       "Inf 6 phaseIniForUpdate: error quit."}))(log.lines());
     _exit(isUnusable && isReleased && isTold ? 0 : 1);
 }

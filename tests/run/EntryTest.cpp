@@ -207,9 +207,11 @@ TEST(Entry, FindsNoActionWithoutAStagingDirectory) {
     EXPECT_FALSE(patch.tree().exists("nowhere"));
     EXPECT_THAT(
         patch.logIn(patch.dataDir("")),
-        LogIs({"Inf VcPatch[1.0.0.1027] argv[1]: " + patch.tree().path("nowhere") + "VC Path: ",
-               "Err VcPatch fetch (common:action) failed.",
-               writing(patch.tree().path("nowhere"), 57), "Inf VcPatch end."}));
+        LogIs(
+            {"Inf VcPatch[1.0.0.1027] argv[1]: " + patch.tree().path("nowhere") + "VC Path: ",
+             "Err VcPatch fetch (common:action) failed.", writing(patch.tree().path("nowhere"), 57),
+             "Err Cause: " + resultIn(patch.tree().path("nowhere")) + ": No such file or directory",
+             "Inf VcPatch end."}));
 }
 
 TEST(Entry, TakesTheWorkingDirectoryForAnEmptyArgument) {

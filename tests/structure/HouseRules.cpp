@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <map>
+#include <regex>
 #include <set>
 
 #include "tests/structure/SourceTree.h"
@@ -140,7 +141,50 @@ bool mayLink(const Floor& floor, const std::string& library) {
     return name == "options" || (linked != nullptr && sees(floor, *linked));
 }
 
+constexpr char kPathRoom[] = "fileop/KvSystem.cpp";
+
+// Sources that still call the system with a path of their own.
+bool mayCallWithPaths(const std::string& name) {
+    static const std::set<std::string> names{"store/KvBackupNameCreate.cpp",
+                                             "updater/KvCleanup.cpp", "updater/KvRollbackItem.cpp",
+                                             "updater/KvSignals.cpp"};
+    return name == kPathRoom || names.count(name) != 0;
+}
+
+// The functions of the system, and of the C library, that take a path, in `line`. One that is
+// called as a member, or by the name of its class, is another.
+std::vector<std::string> pathCallsIn(const std::string& line) {
+    static const std::regex call(
+        "(?:^|[^A-Za-z0-9_.>:])(?:::)?(open|openat|creat|stat|lstat|fstatat|opendir|mkdir|rmdir|"
+        "unlink|rename|access|realpath|readlink|fopen|freopen|utimensat|utimes|pathconf|truncate|"
+        "statvfs|chmod|chown|symlink|mkstemp)\\(");
+    std::vector<std::string> names;
+    const std::string code = line.substr(0, line.find("//"));
+    for (std::sregex_iterator hit(code.begin(), code.end(), call), end; hit != end; ++hit) {
+        names.push_back((*hit)[1]);
+    }
+    return names;
+}
+
 }  // namespace
+
+Complaints findPathCalls(const std::string& root) {
+    Complaints complaints;
+    for (const SourceFile& file : readSources(root)) {
+        if (file.isHeader() || file.floor->level == 1 || mayCallWithPaths(file.name)) {
+            continue;
+        }
+        int number = 0;
+        for (const std::string& line : readLines(root + "/" + file.name)) {
+            ++number;
+            for (const std::string& call : pathCallsIn(line)) {
+                complaints.push_back(at(file.name, number) + call + ": only " + kPathRoom +
+                                     " calls it");
+            }
+        }
+    }
+    return complaints;
+}
 
 Complaints findIncludeFaults(const std::string& root) {
     Complaints complaints;

@@ -114,6 +114,21 @@ TEST_F(HouseRules, ACircleOfFloorsIsTold) {
     EXPECT_THAT(findCircles(tree.path()), ElementsAre("circle: base -> ini -> base"));
 }
 
+TEST_F(HouseRules, APathGoesToTheSystemInOnePlaceOnly) {
+    tree.write("base/Stream.cpp", "FILE* f = fopen(path, text);\n");
+    tree.write("fileop/KvSystem.cpp", "return ::open(text, flags, mode);\n");
+    tree.write("ini/Document.cpp",
+               "// unlink(path) of old\n"
+               "KvFileOpUtil::unlink(path);\nfile.open(path);\nlist->remove(x);\n"
+               "sysStat(path, status);\nfstat(fd, &status);\nstruct stat status {};\n");
+    EXPECT_THAT(findPathCalls(tree.path()), IsEmpty());
+    tree.write("log/Log.cpp",
+               "int x = 0;\nif (stat(path, &status) == 0) {\n(void)::unlink(path);\n");
+    EXPECT_THAT(findPathCalls(tree.path()),
+                ElementsAre("log/Log.cpp:2: stat: only fileop/KvSystem.cpp calls it",
+                            "log/Log.cpp:3: unlink: only fileop/KvSystem.cpp calls it"));
+}
+
 TEST_F(HouseRules, ASourceMayHaveFourHundredLines) {
     std::string text;
     for (int i = 0; i < kLongestSource; ++i) {

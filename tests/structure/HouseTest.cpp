@@ -23,6 +23,10 @@ TEST(House, NoTwoRoomsIncludeEachOther) {
     EXPECT_THAT(findCircles(KV_SOURCE_DIR), IsEmpty());
 }
 
+TEST(House, OneSourceGivesPathsToTheSystem) {
+    EXPECT_THAT(findPathCalls(KV_SOURCE_DIR), IsEmpty());
+}
+
 TEST(House, NoSourceIsTooLong) {
     EXPECT_THAT(findLongSources(KV_SOURCE_DIR), IsEmpty());
 }

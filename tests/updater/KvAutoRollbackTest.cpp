@@ -6,6 +6,7 @@
 
 #include "tests/agent/FakeAgent.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/LogLines.h"
 #include "tests/updater/AutoRollbackTest.h"
 
 namespace {
@@ -102,7 +103,7 @@ TEST_F(KvAutoRollback, DeletesTheAddedFilesOfAnItemBeforeItMovesTheSavedBack) {
     EXPECT_FALSE(tree.exists("app/a*b.dat"));
 }
 
-// Kept: what cannot be moved back loses its saved copy.
+// Its copy is the only one there is, so it stays, and the log tells why.
 TEST_F(KvAutoRollback, GoesOnBehindAFileThatCannotBeMovedBack) {
     tree.write("app/file", "no directory");
     item(3, 5);
@@ -110,10 +111,12 @@ TEST_F(KvAutoRollback, GoesOnBehindAFileThatCannotBeMovedBack) {
     entry("backup.000, " + tree.path("app/file/inner.dat"));
     written("backup.001", "a.dat");
     FakeAgent agent(PATCHAGENT_NEW);
+    LogCapture log;
 
     EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
-    EXPECT_FALSE(tree.exists("app/VC_Backup/3/5/backup.000"));
+    EXPECT_THAT(linesOf(log), Contains(testing::StartsWith("6 error Cause: ")));
+    EXPECT_EQ(tree.read("app/VC_Backup/3/5/backup.000"), "lost");
     EXPECT_EQ(tree.read("app/file"), "no directory");
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
     EXPECT_EQ(agent.calls.size(), 2U);

@@ -124,6 +124,35 @@ TEST_F(KvCleanupStaging, StaysWhenTheSaveDirectoryHasTooLongAName) {
     EXPECT_TRUE(tree.exists("data"));
 }
 
+// The last failed run was saved by this tool in a directory of its own; a link is somebody else's.
+TEST_F(KvCleanupStaging, IsNotSavedThroughALink) {
+    tree.write("important/file", "1");
+    tree.makeDir("data/VC_Log");
+    for (const bool success : {false, true}) {
+        ASSERT_EQ(
+            symlink(tree.path("important").c_str(), tree.path("data/VC_Log/TempSave").c_str()), 0);
+        cleanUp(success);
+        EXPECT_EQ(tree.snapshot("important"), (FileTree{{"file", "1"}}));
+        EXPECT_FALSE(fs::is_symlink(tree.path("data/VC_Log/TempSave")));
+        EXPECT_EQ(tree.exists(kSaved), !success);
+        fs::remove_all(tree.path("data/VC_Log/TempSave"));
+    }
+}
+
+TEST_F(KvCleanupStaging, LosesItsContentsWhenItIsNamedThroughALink) {
+    ASSERT_EQ(symlink("staging", tree.path("named").c_str()), 0);
+    CleanupTempFiles(true, tree.path("named").c_str(), tree.path("data").c_str());
+    EXPECT_THAT(tree.snapshot("staging"), IsEmpty());
+    EXPECT_TRUE(fs::is_symlink(tree.path("named")));
+}
+
+TEST_F(KvCleanupStaging, IsMovedWhenItIsNamedThroughALink) {
+    ASSERT_EQ(symlink("staging", tree.path("named").c_str()), 0);
+    CleanupTempFiles(false, tree.path("named").c_str(), tree.path("data").c_str());
+    EXPECT_THAT(tree.snapshot("staging"), IsEmpty());
+    EXPECT_EQ(tree.snapshot("data/VC_Log/TempSave/named"), staged);
+}
+
 TEST_F(KvCleanupStaging, MayBeMissing) {
     for (const bool success : {false, true}) {
         CleanupTempFiles(success, tree.path("nowhere").c_str(), tree.path("data").c_str());

@@ -2,19 +2,14 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <memory>
 #include <string>
 
-#include "base/KvText.h"
-#include "fileop/KvVcLock.h"
-#include "ini/KvIniUtil.h"
 #include "log/KvLogSettings.h"
 #include "log/KvVcLog.h"
-#include "tests/support/ForkedProcess.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/TempTree.h"
-#include "tests/updater/RunGlobals.h"
+#include "tests/updater/CleanupTest.h"
 
 namespace {
 
@@ -23,71 +18,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-const LogRecord kRemoves =
-    infoAt(3, "Flag \"keep_cache_file_on_success\" in configure file is off. Remove cached files.");
-const LogRecord kKeeps = infoAt(
-    3, "Flag \"keep_cache_file_on_success\" in configure file is on. Don't remove cached files.");
-const LogRecord kSucceeds = infoAt(-1, "VcPatch Action: remove cached files succeed.");
-
-LogRecord removed(const std::string& file) {
-    return infoAt(-1, "Remove cached file[" + file + "].");
-}
-LogRecord tagRemoved(const std::string& file) {
-    return infoAt(-1, "Remove etag file[" + file + "].");
-}
-LogRecord notRemoved(const std::string& file) {
-    return infoAt(-1, "Can not delete file [" + file + "].");
-}
-LogRecord dirRemoved(const std::string& dir) {
-    return infoAt(-1, "Directory [" + dir + "] is empty, deleted.");
-}
-
-// Holds the lock of kind 3 on a path as another process does, until it goes.
-class HeldElsewhere {
-  public:
-    explicit HeldElsewhere(const std::string& path)
-        : holder_([path](const Talk& talk) {
-              KvVcLock lock;
-              if (!lock.create(kFileAndThreadLock, path.c_str(), true)) {
-                  return 1;
-              }
-              talk.tell();
-              return talk.hears() ? 0 : 2;
-          }) {
-        EXPECT_TRUE(holder_.talk().hears());
-    }
-
-  private:
-    ForkedProcess holder_;
-};
-
-class KvCleanup : public testing::Test {
-  protected:
-    KvCleanup() {
-        Strncpy(g_VelocorePath, tree.makeDir("vc").c_str(), sizeof g_VelocorePath);
-        tree.makeDir("cache");
-    }
-
-    [[nodiscard]] std::string cache(const std::string& name) const {
-        return tree.path("cache/" + name);
-    }
-
-    // With the section "cachedfiles" made of these lines, behind the cache's path.
-    void removeCached(const std::string& lines) const {
-        remove("cachepath=" + cachePath + "\n" + lines);
-    }
-
-    void remove(const std::string& section) const {
-        const std::string text = "[cachedfiles]\n" + section;
-        KvIniUtil description(text.c_str(), ';', false, true, '=');
-        removeCachedFiles(&description);
-    }
-
-    TempTree tree;
-    std::string cachePath = tree.path("cache");
-    RunGlobals globals;
-    LogCapture log;
-};
+using KvCleanup = CleanupTest;
 
 // --- The configuration.
 
@@ -297,6 +228,31 @@ TEST_F(KvCleanup, KeepsADirectoryThatAnotherProcessHolds) {
     EXPECT_TRUE(tree.exists("cache/held"));
     // The walk goes on below: nobody holds this one.
     EXPECT_FALSE(tree.exists("cache/held/inner"));
+}
+
+// What it would name is the working directory.
+TEST_F(KvCleanup, TakesAnEmptyCachePathForAMissingOne) {
+    tree.write("cache/a.bin", "1");
+    tree.makeDir("cache/empty");
+    ASSERT_EQ(chdir(cachePath.c_str()), 0);
+    for (const char* path : {"", "  "}) {
+        remove(std::string("cachepath=") + path +
+               "\ncachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
+    }
+    ASSERT_EQ(chdir("/"), 0);
+    EXPECT_THAT(log.records(), ElementsAre(kRemoves, kRemoves));
+    EXPECT_TRUE(tree.exists("cache/a.bin"));
+    EXPECT_TRUE(tree.exists("cache/empty"));
+}
+
+// It may say that the files are to be kept.
+TEST_F(KvCleanup, RemovesNothingWhenTheConfigurationCannotBeRead) {
+    tree.makeDir("vc/vccfg.ini");
+    tree.write("cache/a.bin", "1");
+    removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
+    EXPECT_THAT(log.records(), ElementsAre(errorAt(
+                                   6, "Cause: " + tree.path("vc/vccfg.ini") + ": Is a directory")));
+    EXPECT_TRUE(tree.exists("cache/a.bin"));
 }
 
 TEST_F(KvCleanup, MissesNoCache) {

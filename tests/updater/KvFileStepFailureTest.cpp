@@ -155,8 +155,8 @@ TEST_F(KvFileStepFailure, FailsWhenANewFileCannotBeRecorded) {
         LogCapture log(6);
         limitMemory(kSlack);
         const int result = stepTo("x", huge.c_str(), Ops::kNewFile, Ops::kAfter);
-        const bool isTold = log.records().size() == 1 &&
-                            log.records()[0] == errorAt(6, "callBackForUpdate: malloc failed.");
+        const bool isTold = log.records().size() == 2 &&
+                            log.records()[1] == errorAt(6, "callBackForUpdate: malloc failed.");
         _exit(result == kNotSaved && isTold && item.addedCount == 0 ? 0 : 1);
     };
     EXPECT_EXIT(body(), ExitedWithCode(0), "");

@@ -39,6 +39,7 @@ TEST_F(KvRollbackActionWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
         const std::string store = app.path(app.store());
         exitWith(isRight,
                  {"6 info Call PatchAgent EndItem with: TRUE, 100, 101",
+                  "6 error Cause: " + std::string(4095, 'd') + ": Cannot allocate memory",
                   "6 error rollbackWithPatchAgent: item failed.",
                   "6 info rollbackWithPatchAgent: auto rollback.",
                   "6 info Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",

@@ -46,7 +46,8 @@ TEST_F(KvRollbackItemFailure, NeedsARecordThatIsAFile) {
 
     EXPECT_THAT(
         story.lines(),
-        ElementsAre("6 error phaseIniForBackup: there is no item count available,ignore it.",
+        ElementsAre("6 error Cause: " + app.path("VC_Backup/VcBackup.ini") + ": Is a directory",
+                    "6 error phaseIniForBackup: there is no item count available,ignore it.",
                     "6 info phaseIniForBackup: error quit.",
                     "6 error rollbackItem: phaseIniForBackup failed."));
 }
@@ -60,7 +61,9 @@ TEST_F(KvRollbackItemFailure, NeedsMemoryForTheRecord) {
     EXPECT_EQ(run(), -2);
 
     EXPECT_THAT(story.lines(),
-                ElementsAre("6 error rollbackItem: create KvIniUtil object failed."));
+                ElementsAre("6 error Cause: " + app.path("VC_Backup/VcBackup.ini") +
+                                ": Cannot allocate memory",
+                            "6 error rollbackItem: create KvIniUtil object failed."));
     EXPECT_EQ(tree.snapshot(), before);
 }
 
@@ -148,7 +151,8 @@ TEST_F(KvRollbackItemFailure, StopsAtAnAddedFileWhenTheStoreCannotBeMade) {
     EXPECT_EQ(run(), -5);
 
     EXPECT_THAT(story.linesAfter(kFound),
-                ElementsAre("6 error rollbackItem: crtUniFile failed.", kFailed));
+                ElementsAre("6 error Cause: " + inStore("backup.001") + ": Not a directory",
+                            "6 error rollbackItem: crtUniFile failed.", kFailed));
     EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat", "y.dat=added y.dat"));
     EXPECT_THAT(recorded(), IsEmpty());
 }
@@ -163,6 +167,7 @@ TEST_F(KvRollbackItemFailure, StopsAtAWrittenFileWhenTheStoreCannotBeMade) {
 
     EXPECT_THAT(story.linesAfter(kFound),
                 ElementsAre("6 info rollbackItem: rollback added file done.",
+                            "6 error Cause: " + inStore("backup.002") + ": Not a directory",
                             "6 error rollbackItem: crtUniFile failed.", kFailed));
     EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat"));
     EXPECT_THAT(recorded(), IsEmpty());
@@ -211,7 +216,8 @@ TEST_F(KvRollbackItemFailure, StopsWhenTheRestartListTakesNoMore) {
     g_rebootCopyList.capacity = g_rebootCopyList.count = 0;
 
     EXPECT_THAT(story.linesAfter("call CheckFileEx(" + app.path("x.dat") + ")"),
-                ElementsAre("6 error rollbackItem: malloc failed.", kFailed));
+                ElementsAre("6 error Cause: " + app.path("x.dat") + ": Cannot allocate memory",
+                            "6 error rollbackItem: malloc failed.", kFailed));
     EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat"));
     EXPECT_THAT(recorded(), IsEmpty());
 }
@@ -255,7 +261,9 @@ TEST_F(KvRollbackItemFailure, StopsWhenThePiecesOfAnEntryGetNoMemory) {
                             []() { limitMemory(4 * kMegabyte); });
         Story story(agent());
         const int result = run();
-        const std::vector<std::string> told = {"6 error rollbackItem: malloc failed.", kFailed};
+        const std::vector<std::string> told = {
+            "6 error Cause: " + inStore("") + ": Cannot allocate memory",
+            "6 error rollbackItem: malloc failed.", kFailed};
         _exit(result == -5 && story.linesAfter("added file done.") == told ? 0 : 1);
     };
 

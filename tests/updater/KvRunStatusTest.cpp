@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <climits>
 
@@ -72,10 +74,48 @@ INSTANTIATE_TEST_SUITE_P(
                     // Only the first of two is replaced.
                     Before{"result=1\nresult=2\n", "result=2\nresult=4\n"}));
 
-TEST_F(KvRunStatusFile, IsNotMissedWhereItCannotBeWritten) {
+TEST_F(KvRunStatusFile, IsToldToBeMissingWhereItCannotBeWritten) {
+    const LogCapture log;
     Strncpy(g_VCTempPath, tree.path("nowhere").c_str(), sizeof g_VCTempPath);
+    const std::string path = tree.path("nowhere/VcResult.ini");
     writeResult(0);
     EXPECT_FALSE(tree.exists("nowhere"));
+    EXPECT_THAT(log.records(),
+                ElementsAre(infoAt(6, "Writing result file (" + path + "), status = 0"),
+                            errorAt(6, "Cause: " + path + ": No such file or directory")));
+}
+
+// Nothing is lost of what cannot be read, and nobody waits for a writer of the pipe.
+TEST_F(KvRunStatusFile, IsNotWrittenIntoAnythingButAFile) {
+    ASSERT_EQ(mkfifo(tree.path("VcResult.ini").c_str(), 0644), 0);
+    const LogCapture log;
+    writeResult(0);
+    ASSERT_EQ(log.texts().size(), 2U);
+    EXPECT_EQ(log.texts()[1], "Cause: " + tree.path("VcResult.ini") + ": Not a regular file");
+}
+
+TEST_F(KvRunStatusFile, IsNotWrittenThroughTheLinkOfSomebodyElse) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can make a link that belongs to somebody else";
+    }
+    tree.write("other.ini", "a=1\n");
+    const std::string link = tree.path("VcResult.ini");
+    ASSERT_EQ(symlink("other.ini", link.c_str()), 0);
+    ASSERT_EQ(lchown(link.c_str(), 65534, 65534), 0);
+    const LogCapture log;
+    writeResult(0);
+    EXPECT_EQ(tree.read("other.ini"), "a=1\n");
+    ASSERT_EQ(log.texts().size(), 2U);
+    EXPECT_EQ(log.texts()[1], "Cause: " + link + ": Link of another user");
+}
+
+TEST_F(KvRunStatusFile, IsWrittenThroughALinkOfOnesOwn) {
+    tree.write("other.ini", "a=1\n");
+    ASSERT_EQ(symlink("other.ini", tree.path("VcResult.ini").c_str()), 0);
+    const LogCapture log;
+    writeResult(0);
+    EXPECT_EQ(tree.read("other.ini"), "a=1\nresult=0\n");
+    EXPECT_EQ(log.texts().size(), 1U);
 }
 
 TEST_F(KvRunStatusFile, FitsBehindTheLongestStagingPath) {
@@ -84,7 +124,8 @@ TEST_F(KvRunStatusFile, FitsBehindTheLongestStagingPath) {
     Strncpy(g_VCTempPath, longest.c_str(), sizeof g_VCTempPath);
     writeResult(0);
     EXPECT_THAT(log.texts(),
-                ElementsAre("Writing result file (" + longest + "/VcResult.ini), status = 0"));
+                ElementsAre("Writing result file (" + longest + "/VcResult.ini), status = 0",
+                            "Cause: " + longest + "/VcResult.ini: File name too long"));
 }
 
 // The caller depends on the numbers.

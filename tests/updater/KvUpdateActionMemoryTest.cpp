@@ -26,6 +26,7 @@ TEST_F(KvUpdateActionWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
         const bool isRight = run() == 48 && !tree.exists("app/a.dat");
         exitWith(isRight,
                  {"6 info Call PatchAgent StartItem with: 1.zip, 3, 0x6, 0x0, 100, 101",
+                  "6 error Cause: " + std::string(4095, 'd') + ": Cannot allocate memory",
                   "6 error updateWithPatchAgent: malloc for blist dest failed.",
                   "6 info updateWithPatchAgent: auto rollback.",
                   "6 info Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",

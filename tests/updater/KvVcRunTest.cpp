@@ -104,6 +104,46 @@ TEST_F(KvVcRun, ReportsAMissingActionAsAnError) {
     EXPECT_EQ(log.records()[1], errorAt(6, "VcPatch fetch (common:action) failed."));
 }
 
+TEST_F(KvVcRun, TellsWhyADescriptionCannotBeRead) {
+    tree.makeDir("staging/VcPatch.ini");
+    const LogCapture log;
+    EXPECT_EQ(runArguments({"VcPatch", tree.path("staging")}), 0);
+    EXPECT_EQ(tree.read("staging/VcResult.ini"), "result=57\n");
+    EXPECT_THAT(
+        log.texts(),
+        ElementsAre("VcPatch[1.0.0.1027] argv[1]: " + tree.path("staging") + "\nVC Path: ",
+                    "Cause: " + tree.path("staging/VcPatch.ini") + ": Is a directory",
+                    "VcPatch fetch (common:action) failed.",
+                    "Writing result file (" + tree.path("staging/VcResult.ini") + "), status = 57",
+                    "VcPatch end."));
+}
+
+// What is left of such a path names something else.
+TEST_F(KvVcRun, ReadsNoDescriptionWhosePathDoesNotFit) {
+    const std::string staging = tree.path(std::string(4096, '/') + "staging");
+    tree.write("staging/VcPatch.ini", "[common]\naction=2\n");
+    const LogCapture log;
+    EXPECT_EQ(runArguments({"VcPatch", staging}), 0);
+    EXPECT_THAT(log.texts(),
+                testing::IsSupersetOf({"Cause: " + staging.substr(0, 4095) + ": File name too long",
+                                       std::string("VcPatch fetch (common:action) failed.")}));
+}
+
+// A path that is cut names another directory.
+TEST_F(KvVcRun, CleansUpNoStagingDirectoryWhosePathIsCut) {
+    const std::string outer = tree.path("outer/");
+    const std::string cut = outer + std::string(1022 - outer.size(), '/') + "x";
+    ASSERT_EQ(cut.size(), 1023U);
+    tree.write("outer/x/precious", "1");
+    tree.write("outer/xyz/VcPatch.ini",
+               "[common]\nvelocore_path=" + root + "\naction=2\nnowaiting=1\n");
+    const LogCapture log;
+    EXPECT_EQ(runArguments({"VcPatch", cut + "yz"}), 0);
+    EXPECT_EQ(tree.read("outer/x/precious"), "1");
+    EXPECT_TRUE(tree.exists("outer/xyz/VcPatch.ini"));
+    EXPECT_THAT(log.texts(), testing::Contains("Cause: " + cut + ": File name too long"));
+}
+
 TEST_F(KvVcRun, EndsWithoutMemoryForTheDescription) {
     tree.makeDir("staging");
     const LogCapture log;
@@ -113,7 +153,9 @@ TEST_F(KvVcRun, EndsWithoutMemoryForTheDescription) {
 
     EXPECT_EQ(tree.read("staging/VcResult.ini"), "result=57\n");
     EXPECT_THAT(log.records(),
-                ElementsAre(errorAt(6, "VcPatch: KvIniUtil failed."),
+                ElementsAre(errorAt(6, "Cause: " + tree.path("staging/VcPatch.ini") +
+                                           ": Cannot allocate memory"),
+                            errorAt(6, "VcPatch: KvIniUtil failed."),
                             infoAt(6, "Writing result file (" + tree.path("staging/VcResult.ini") +
                                           "), status = 57"),
                             infoAt(6, "VcPatch end.")));
