@@ -78,7 +78,7 @@ TEST(KvAgent, LoadsTheLibraryOfItsInterfaceAndSaysSoBefore) {
         EXPECT_EQ(table.StartPatch != nullptr, version == 0);
         EXPECT_EQ(table.StartAction != nullptr, version == 1);
         EXPECT_TRUE(isLoaded(library.path()));
-        EXPECT_THAT(log.records(), ElementsAre(infoAt(6, said)));
+        EXPECT_THAT(log.lines(), ElementsAre(std::string("Inf 6 ") + said));
         unloadPatchAgent(&table);
     }
 }
@@ -90,7 +90,7 @@ TEST(KvAgent, LoadsNothingForAnInterfaceThatDoesNotExist) {
 
     EXPECT_FALSE(Conversation(table)->load("agent", {{"old", "new"}, "no such"}));
 
-    EXPECT_THAT(log.records(), ElementsAre(errorAt(6, "no such")));
+    EXPECT_THAT(log.lines(), ElementsAre("Err 6 no such"));
 }
 
 // --- Consent
@@ -102,8 +102,8 @@ TEST(KvAgent, IsAskedForItsConsentAtOnceInTheNewInterfaceOnly) {
         LogCapture log(6);
         EXPECT_TRUE(Conversation(*agent.table())->agreesToRollback());
         EXPECT_EQ(agent.calls.size(), calls);
-        EXPECT_EQ(log.records(), std::vector<LogRecord>(
-                                     calls, infoAt(6, "Call PatchAgent IsRollbackEx with: void")));
+        EXPECT_EQ(log.lines(),
+                  std::vector<std::string>(calls, "Inf 6 Call PatchAgent IsRollbackEx with: void"));
     }
     FakeAgent agent(PATCHAGENT_NEW);
     agent.answers["IsRollbackEx"] = 0;
@@ -117,11 +117,11 @@ TEST(KvAgent, RefusesBindinglyOrNotAsTheTableSays) {
 
     EXPECT_EQ(start(agent, {4}, kSpoken), PATCH_ERROR);
     EXPECT_THAT(agent.calls, ElementsAre("IsRollback()"));
-    EXPECT_THAT(log.records(), ElementsAre(infoAt(6, "may I"), errorAt(6, "no")));
+    EXPECT_THAT(log.lines(), ElementsAre("Inf 6 may I", "Err 6 no"));
 
     log.forget();
     EXPECT_EQ(start(agent, {4}, kShort), PATCH_GOON);
-    EXPECT_THAT(log.records(), ElementsAre(infoAt(6, "no"), infoAt(6, "mask 0x0")));
+    EXPECT_THAT(log.lines(), ElementsAre("Inf 6 no", "Inf 6 mask 0x0"));
 }
 
 // --- Paths
@@ -139,11 +139,10 @@ TEST(KvAgent, IsAskedForPatternEngineAndProductInThisOrder) {
     EXPECT_STREQ(paths->ofFirst[kAgentProduct], "/p");
     EXPECT_THAT(agent.calls, ElementsAre("GetPatternPath(/2)", "GetEnginePath(/1)",
                                          "GetProductPath(/0)", "IsRollback()", "StartPatch(0x7)"));
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(6, "ask pattern: /2"), infoAt(6, "pattern is: /t"),
-                            infoAt(6, "ask engine: /1"), infoAt(6, "engine is: /e"),
-                            infoAt(6, "ask product: /0"), infoAt(6, "product is: /p"),
-                            infoAt(6, "may I"), infoAt(6, "patch"), infoAt(6, "mask 7")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 ask pattern: /2", "Inf 6 pattern is: /t", "Inf 6 ask engine: /1",
+                            "Inf 6 engine is: /e", "Inf 6 ask product: /0", "Inf 6 product is: /p",
+                            "Inf 6 may I", "Inf 6 patch", "Inf 6 mask 7"));
 }
 
 TEST(KvAgent, IsAskedOnceAClassWithTheFirstItem) {
@@ -212,10 +211,11 @@ TEST(KvAgent, EndsTheRunByTwoAnswersToItsStart) {
                                                         {3, PATCH_GOON},
                                                         {-1, PATCH_GOON}};
     for (const auto& [answer, result] : answers) {
-        const auto expected = [result = result](std::vector<LogRecord> said,
+        const auto expected = [result = result](std::vector<std::string> said,
                                                 const std::string& call) {
             if (result != PATCH_GOON) {
-                said.push_back(errorAt(6, call + (result == PATCH_ERROR ? " error" : " close")));
+                said.push_back(std::string("Err 6 ") +
+                               (call + (result == PATCH_ERROR ? " error" : " close")));
             }
             return said;
         };
@@ -223,14 +223,13 @@ TEST(KvAgent, EndsTheRunByTwoAnswersToItsStart) {
         FakeAgent old(PATCHAGENT_OLD);
         old.answers["StartPatch"] = answer;
         EXPECT_EQ(start(old, {4}, kSpoken), result);
-        EXPECT_EQ(log.records(),
-                  expected({infoAt(6, "may I"), infoAt(6, "patch"), infoAt(6, "mask 0")}, "patch"));
+        EXPECT_EQ(log.lines(), expected({"Inf 6 may I", "Inf 6 patch", "Inf 6 mask 0"}, "patch"));
         log.forget();
         FakeAgent fresh(PATCHAGENT_NEW);
         fresh.answers["StartAction"] = answer;
         EXPECT_EQ(start(fresh, {3}, kSpoken), result);
         EXPECT_THAT(fresh.calls, ElementsAre("StartAction()"));
-        EXPECT_EQ(log.records(), expected({infoAt(6, "action"), infoAt(6, "start")}, "action"));
+        EXPECT_EQ(log.lines(), expected({"Inf 6 action", "Inf 6 start"}, "action"));
     }
 }
 
@@ -243,7 +242,7 @@ TEST(KvAgent, OfNoInterfaceIsPassedOverWithAnErrorThatAlwaysShows) {
     Conversation(*agent.table())->end(1, "nobody left");
     Conversation(*agent.table())->end(1, nullptr);
 
-    EXPECT_THAT(log.records(), ElementsAre(errorAt(9, "nobody there"), errorAt(9, "nobody left")));
+    EXPECT_THAT(log.lines(), ElementsAre("Err 9 nobody there", "Err 9 nobody left"));
 }
 
 // --- The end
@@ -259,10 +258,10 @@ TEST(KvAgent, HearsTheEndWithTheFlagThatItIsGiven) {
 
     EXPECT_THAT(old.calls, ElementsAre("EndPatch(1)", "EndPatch(0)", "EndPatch(7)"));
     EXPECT_THAT(fresh.calls, ElementsAre("EndAction()"));
-    EXPECT_THAT(log.records(), ElementsAre(infoAt(6, "Call PatchAgent EndPatch with: TRUE"),
-                                           infoAt(6, "Call PatchAgent EndPatch with: FALSE"),
-                                           infoAt(6, "Call PatchAgent EndPatch with: TRUE"),
-                                           infoAt(6, "Call PatchAgent EndAction with: void")));
+    EXPECT_THAT(log.lines(), ElementsAre("Inf 6 Call PatchAgent EndPatch with: TRUE",
+                                         "Inf 6 Call PatchAgent EndPatch with: FALSE",
+                                         "Inf 6 Call PatchAgent EndPatch with: TRUE",
+                                         "Inf 6 Call PatchAgent EndAction with: void"));
 }
 
 // --- Files
@@ -280,9 +279,9 @@ class KvAgentFile : public testing::TestWithParam<Answer> {
         return Conversation(*agent.table())->decideFile("/a.dat", words, FileDecision::kSkip);
     }
 
-    static std::vector<LogRecord> withError(std::vector<LogRecord> records) {
+    static std::vector<std::string> withError(std::vector<std::string> records) {
         if (*GetParam().error != '\0') {
-            records.push_back(errorAt(6, GetParam().error));
+            records.push_back(std::string("Err 6 ") + GetParam().error);
         }
         return records;
     }
@@ -298,9 +297,9 @@ TEST_P(KvAgentFile, IsDecidedByANewAgentWhoseAnswerIsLoggedInWords) {
     EXPECT_EQ(ask(agent, kFileWords), GetParam().decision);
 
     EXPECT_THAT(agent.calls, ElementsAre("CheckFileEx(/a.dat)"));
-    EXPECT_EQ(log.records(), withError({infoAt(6, "new /a.dat"),
-                                        infoAt(9, "Call PatchAgent CheckFileEx( /a.dat ) return " +
-                                                      number + ",(" + GetParam().meaning + ")")}));
+    EXPECT_EQ(log.lines(),
+              withError({"Inf 6 new /a.dat", "Inf 9 Call PatchAgent CheckFileEx( /a.dat ) return " +
+                                                 number + ",(" + GetParam().meaning + ")"}));
 }
 
 TEST_P(KvAgentFile, IsDecidedByAnOldAgentWhoseAnswerIsLoggedAsItIs) {
@@ -310,9 +309,9 @@ TEST_P(KvAgentFile, IsDecidedByAnOldAgentWhoseAnswerIsLoggedAsItIs) {
     EXPECT_EQ(ask(agent, kFileWords), GetParam().decision);
 
     EXPECT_THAT(agent.calls, ElementsAre("CheckFile(/a.dat)"));
-    EXPECT_EQ(log.records(),
-              withError({infoAt(6, "old /a.dat"),
-                         infoAt(9, "Call PatchAgent CheckFile( /a.dat ) return " + number)}));
+    EXPECT_EQ(log.lines(),
+              withError({"Inf 6 old /a.dat",
+                         "Inf 9 Call PatchAgent CheckFile( /a.dat ) return " + number}));
 }
 
 TEST_P(KvAgentFile, IsDecidedInSilenceWithoutWords) {
@@ -321,7 +320,7 @@ TEST_P(KvAgentFile, IsDecidedInSilenceWithoutWords) {
         agent.answers = {{"CheckFile", GetParam().answer}, {"CheckFileEx", GetParam().answer}};
         EXPECT_EQ(ask(agent, kNoFileWords), GetParam().decision);
     }
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 // Where the answer has no meaning the caller's own decision holds.
@@ -358,7 +357,7 @@ TEST(KvAgent, OfNoInterfaceHasEveryFileSkipped) {
     EXPECT_EQ(talk->decideFile("/a.dat", kFileWords, FileDecision::kWrite), FileDecision::kSkip);
     EXPECT_EQ(talk->decideFile("/a.dat", kNoFileWords, FileDecision::kWrite), FileDecision::kSkip);
 
-    EXPECT_THAT(log.records(), ElementsAre(errorAt(6, "nobody there")));
+    EXPECT_THAT(log.lines(), ElementsAre("Err 6 nobody there"));
 }
 
 }  // namespace

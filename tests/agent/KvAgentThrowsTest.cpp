@@ -55,8 +55,8 @@ TEST(KvAgentThrows, AtTheStartIsAnErrorOfTheStart) {
 
         EXPECT_EQ(start(agent), PATCH_ERROR) << entry;
 
-        ASSERT_FALSE(log.records().empty());
-        EXPECT_EQ(log.records().back(), errorAt(6, said));
+        ASSERT_FALSE(log.lines().empty());
+        EXPECT_EQ(log.lines().back(), std::string("Err 6 ") + said);
     }
 }
 
@@ -81,8 +81,8 @@ TEST(KvAgentThrows, AtAPathQuestionLeavesThePathAsItWas) {
     EXPECT_EQ(start(agent, *paths), PATCH_GOON);
 
     EXPECT_STREQ(paths->ofFirst[kAgentPattern], "/app");
-    EXPECT_THAT(log.records(), ElementsAre(infoAt(6, "ask pattern: /app"),
-                                           infoAt(6, "pattern is: /app"), infoAt(6, "mask 1")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 ask pattern: /app", "Inf 6 pattern is: /app", "Inf 6 mask 1"));
 }
 
 TEST(KvAgentThrows, AtAFileIsAnErrorAboutIt) {
@@ -95,7 +95,7 @@ TEST(KvAgentThrows, AtAFileIsAnErrorAboutIt) {
         EXPECT_EQ(Conversation(*agent.table())->decideFile("/f", kFileWords, FileDecision::kWrite),
                   FileDecision::kStop);
 
-        EXPECT_THAT(log.records(), ElementsAre(errorAt(6, "failed")));
+        EXPECT_THAT(log.lines(), ElementsAre("Err 6 failed"));
     }
 }
 

@@ -47,5 +47,5 @@ TEST(KvPatchAgentDefaults, TakeAnyUnusedArgumentsAndDoNothingWithThem) {
     EXPECT_STREQ(text, "text");
     EXPECT_EQ(number, 7);
     EXPECT_EQ(version, (tag_Version{0x52000, 1234, 0}));
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }

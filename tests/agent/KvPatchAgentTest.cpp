@@ -106,8 +106,8 @@ TEST(KvPatchAgent, UsesTheDefaultsWhenThePatchNamesNoAgent) {
     EXPECT_EQ(agent.handle, nullptr);
     EXPECT_EQ(agent.version, 1U);
 
-    const auto message = infoAt(6, "No patchagent. Use default patchagent inside VC");
-    EXPECT_THAT(log.records(), ElementsAre(message, message));
+    const auto message = "Inf 6 No patchagent. Use default patchagent inside VC";
+    EXPECT_THAT(log.lines(), ElementsAre(message, message));
 }
 
 TEST(KvPatchAgent, FillsTheOldInterfaceFromTheLibrary) {
@@ -123,7 +123,7 @@ TEST(KvPatchAgent, FillsTheOldInterfaceFromTheLibrary) {
     EXPECT_THAT(oldSlots(agent), Each(NotNull()));
     EXPECT_EQ(oldSlots(agent), exportsOf(agent.handle, ScriptedAgent::kOld));
     EXPECT_THAT(newSlots(agent), Each(IsNull()));
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
     unloadPatchAgent(&agent);
 }
 
@@ -140,7 +140,7 @@ TEST(KvPatchAgent, FillsTheNewInterfaceFromTheLibrary) {
     EXPECT_THAT(newSlots(agent), Each(NotNull()));
     EXPECT_EQ(newSlots(agent), exportsOf(agent.handle, ScriptedAgent::kNew));
     EXPECT_THAT(oldSlots(agent), Each(IsNull()));
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
     unloadPatchAgent(&agent);
 }
 
@@ -154,9 +154,8 @@ TEST(KvPatchAgent, UsesNoneOfAnOldAgentThatLacksOneEntryPoint) {
 
         loadOldPatchAgent(library.path().c_str(), &agent);
 
-        EXPECT_THAT(log.records(),
-                    ElementsAre(errorAt(
-                        6, "Cause: " + library.path() + ": entry point " + entry + " is missing")));
+        EXPECT_THAT(log.lines(), ElementsAre("Err 6 Cause: " + library.path() + ": entry point " +
+                                             entry + " is missing"));
         EXPECT_EQ(oldSlots(agent), oldSlots(kDefaults));
         EXPECT_THAT(newSlots(agent), Each(IsNull()));
         EXPECT_NE(agent.handle, nullptr);
@@ -176,9 +175,8 @@ TEST(KvPatchAgent, UsesNoneOfANewAgentThatLacksOneEntryPoint) {
 
         loadNewPatchAgent(library.path().c_str(), &agent);
 
-        EXPECT_THAT(log.records(),
-                    ElementsAre(errorAt(
-                        6, "Cause: " + library.path() + ": entry point " + entry + " is missing")));
+        EXPECT_THAT(log.lines(), ElementsAre("Err 6 Cause: " + library.path() + ": entry point " +
+                                             entry + " is missing"));
         EXPECT_EQ(newSlots(agent), newSlots(kDefaults));
         EXPECT_THAT(oldSlots(agent), Each(IsNull()));
         EXPECT_NE(agent.handle, nullptr);
@@ -219,16 +217,16 @@ TEST(KvPatchAgent, TellsOfALibraryThatCannotBeOpened) {
         EXPECT_EQ(newSlots(agent), newSlots(kDefaults));
         EXPECT_EQ(agent.handle, nullptr);
 
-        const auto message = errorAt(6, "load patchagent: " + file + " failed.");
-        ASSERT_EQ(log.records().size(), 4U);
-        EXPECT_EQ(log.records()[1], message);
-        EXPECT_EQ(log.records()[3], message);
-        EXPECT_EQ(log.records()[0], log.records()[2]);
+        const auto message = "Err 6 load patchagent: " + file + " failed.";
+        ASSERT_EQ(log.lines().size(), 4U);
+        EXPECT_EQ(log.lines()[1], message);
+        EXPECT_EQ(log.lines()[3], message);
+        EXPECT_EQ(log.lines()[0], log.lines()[2]);
         // The loader's words follow.
         const std::string cause = "Cause: " + file + ": ";
         EXPECT_THAT(log.texts()[0], StartsWith(cause));
         EXPECT_GT(log.texts()[0].size(), cause.size());
-        EXPECT_EQ(log.records()[0], errorAt(6, log.texts()[0]));
+        EXPECT_EQ(log.lines()[0], std::string("Err 6 ") + log.texts()[0]);
     }
 }
 
@@ -250,9 +248,8 @@ TEST(KvPatchAgent, TellsOfAnEmptyName) {
         _PatchAgent agent = usedTable();
         load("", &agent);
         EXPECT_EQ(agent.handle, nullptr);
-        EXPECT_THAT(log.records(),
-                    ElementsAre(errorAt(6, "Cause: patchagent: the file name is empty"),
-                                errorAt(6, "load patchagent:  failed.")));
+        EXPECT_THAT(log.lines(), ElementsAre("Err 6 Cause: patchagent: the file name is empty",
+                                             "Err 6 load patchagent:  failed."));
     }
 }
 
@@ -288,7 +285,7 @@ TEST(KvPatchAgent, ResolvesWhatALibraryNeedsNotBeforeItIsCalled) {
     LogCapture log;
     _PatchAgent agent{};
     EXPECT_EQ(loadSharedObj(library.c_str(), &agent), 1);
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
     unloadPatchAgent(&agent);
 }
 #endif

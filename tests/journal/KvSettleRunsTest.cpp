@@ -191,14 +191,13 @@ TEST_F(KvSettleRuns, IsToldInTheLog) {
     SettleLog told;
     EXPECT_EQ(settleCutOffRuns(&destination, 1, SettleMode::kSettle, told), SettleResult::kSettled);
     EXPECT_THAT(
-        log.records(),
-        ElementsAre(
-            errorAt(6, "Cause: " + store + "/VcJournal.2: Line 1 is none of a journal"),
-            errorAt(6, "settle: no journal, left alone: " + store + "/VcJournal.2."),
-            infoAt(6, "settle: undoing the run that was cut off (" + store + "/VcJournal.1)."),
-            errorAt(6, "Cause: " + path + "/b: Changed by somebody else"),
-            errorAt(6, "settle: left alone " + path + "/b (its copy: none)."),
-            infoAt(6, "settle: put back " + path + "/a.")));
+        log.lines(),
+        ElementsAre("Err 6 Cause: " + store + "/VcJournal.2: Line 1 is none of a journal",
+                    "Err 6 settle: no journal, left alone: " + store + "/VcJournal.2.",
+                    "Inf 6 settle: undoing the run that was cut off (" + store + "/VcJournal.1).",
+                    "Err 6 Cause: " + path + "/b: Changed by somebody else",
+                    "Err 6 settle: left alone " + path + "/b (its copy: none).",
+                    "Inf 6 settle: put back " + path + "/a."));
 }
 
 }  // namespace

@@ -14,7 +14,6 @@
 #include "tests/store/StoreNames.h"
 #include "tests/support/ForkedProcess.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/LogLines.h"
 #include "tests/support/TempTree.h"
 
 namespace {
@@ -77,11 +76,11 @@ TEST_F(KvBackupMerge, KeepsARecordThatCannotBeReadAndAllCopies) {
     mergeBackupIni(run.get(), 1);
 
     EXPECT_THAT(
-        linesOf(log_),
-        ElementsAre("6 info mergeBackupIni: backup needed.",
-                    "6 info Start parsing the original backup ini(" + tree_.path(kRecord) + ").",
-                    "6 error Cause: " + tree_.path(kRecord) + ": Is a directory",
-                    "6 info Flush VcBackup.ini failed", "6 info mergeBackupIni: done."));
+        log_.lines(),
+        ElementsAre("Inf 6 mergeBackupIni: backup needed.",
+                    "Inf 6 Start parsing the original backup ini(" + tree_.path(kRecord) + ").",
+                    "Err 6 Cause: " + tree_.path(kRecord) + ": Is a directory",
+                    "Inf 6 Flush VcBackup.ini failed", "Inf 6 mergeBackupIni: done."));
     EXPECT_TRUE(tree_.exists(kRecord + "/inner"));
     EXPECT_TRUE(hasCopy("backup.000"));
 }
@@ -103,17 +102,17 @@ TEST_F(KvBackupMerge, FirstUpdateOfAnItemMakesTheRecord) {
             app_ + "/old.dat\n",
         tree_.read(kRecord));
     EXPECT_THAT(
-        linesOf(log_),
-        ElementsAre("6 info mergeBackupIni: backup needed.",
-                    "6 info Start parsing the original backup ini(" + tree_.path(kRecord) + ").",
-                    "6 info Dump backup ini common section:Item Count: 0\n"
+        log_.lines(),
+        ElementsAre("Inf 6 mergeBackupIni: backup needed.",
+                    "Inf 6 Start parsing the original backup ini(" + tree_.path(kRecord) + ").",
+                    "Inf 6 Dump backup ini common section:Item Count: 0\n"
                     "PatchAgent Ver: 1 (New)\nPatchAgent File: agent.so",
-                    "6 info phaseIniForBackup: done, item number is zero.", "-1 info Set class=3",
-                    "-1 info Set type=5", "-1 info Set origin.version=100",
-                    "-1 info Set result.version=101", "-1 info Set added.filecount=1",
-                    "-1 info Set added.0=" + app_ + "/new.dat", "-1 info Set written.filecount=1",
-                    "-1 info Set written.0=backup.000, " + app_ + "/old.dat",
-                    "6 info mergeBackupIni: done."));
+                    "Inf 6 phaseIniForBackup: done, item number is zero.", "Inf -1 Set class=3",
+                    "Inf -1 Set type=5", "Inf -1 Set origin.version=100",
+                    "Inf -1 Set result.version=101", "Inf -1 Set added.filecount=1",
+                    "Inf -1 Set added.0=" + app_ + "/new.dat", "Inf -1 Set written.filecount=1",
+                    "Inf -1 Set written.0=backup.000, " + app_ + "/old.dat",
+                    "Inf 6 mergeBackupIni: done."));
 }
 
 TEST_F(KvBackupMerge, RunWithoutAgentFileWritesNoAgentKey) {
@@ -149,11 +148,10 @@ TEST_F(KvBackupMerge, NextUpdateReplacesTheSectionAndDeletesTheOlderCopies) {
     EXPECT_FALSE(hasCopy("backup.000"));
     EXPECT_FALSE(hasCopy("backup.00a"));
     EXPECT_TRUE(hasCopy("backup.00b"));
-    EXPECT_THAT(
-        linesOf(log_),
-        testing::IsSupersetOf({"-1 info Unlink " + copyPath("backup.000") + " returned with 0.",
-                               "-1 info Unlink " + copyPath("backup.00a") + " returned with 0.",
-                               std::string("-1 info Delete section:item_0")}));
+    EXPECT_THAT(log_.lines(), testing::IsSupersetOf(
+                                  {"Inf -1 Unlink " + copyPath("backup.000") + " returned with 0.",
+                                   "Inf -1 Unlink " + copyPath("backup.00a") + " returned with 0.",
+                                   std::string("Inf -1 Delete section:item_0")}));
 }
 
 TEST_F(KvBackupMerge, ItemsOfOneDestinationShareItsRecordInRunOrder) {
@@ -185,7 +183,7 @@ TEST_F(KvBackupMerge, OldInterfaceWritesTheTouchedSectionsNewestFirst) {
     EXPECT_THAT(tree_.read(kRecord),
                 testing::StartsWith(
                     "[common]\nitemcount=8\npatchagent.version=0\ntransaction=7, 0, 4, \n"));
-    EXPECT_EQ("6 info mergeBackupIni: done.", linesOf(log_).back());
+    EXPECT_EQ("Inf 6 mergeBackupIni: done.", log_.lines().back());
 }
 
 TEST_F(KvBackupMerge, OnlyTheFirstItemsRecordTakesTheTransaction) {
@@ -308,13 +306,13 @@ TEST_F(KvBackupMerge, RecordThatCannotBeReadEndsTheMerge) {
     EXPECT_TRUE(tree_.exists("last/" + kStore + "3/5/backup.000"));
     EXPECT_EQ(kCommon + "0\npatchagent.version=0\n", tree_.read("last/" + kRecordFile));
 
-    const std::vector<std::string> records = linesOf(log_);
+    const std::vector<std::string> records = log_.lines();
     ASSERT_LE(5U, records.size());
     EXPECT_THAT(std::vector<std::string>(records.end() - 5, records.end()),
-                ElementsAre("6 error phaseIniForBackupL: malloc failed.",
-                            "6 info phaseIniForBackup: error quit.",
-                            "6 error Merge backup ini faild", "6 info Remove auto-rollback files",
-                            "-1 info Unlink " + tree_.path("bad/" + kStore + "3/5/backup.000") +
+                ElementsAre("Err 6 phaseIniForBackupL: malloc failed.",
+                            "Inf 6 phaseIniForBackup: error quit.", "Err 6 Merge backup ini faild",
+                            "Inf 6 Remove auto-rollback files",
+                            "Inf -1 Unlink " + tree_.path("bad/" + kStore + "3/5/backup.000") +
                                 " returned with 0."));
 }
 
@@ -324,8 +322,8 @@ TEST_F(KvBackupMerge, RecordThatCannotBeWrittenIsOnlyReported) {
     RunBackup run(1);
     run.item(3, 5, "1", "2", app_).item(3, 6, "1", "2", tree_.makeDir("other"));
     mergeBackupIni(run.get(), 1);
-    EXPECT_THAT(linesOf(log_), Contains("6 info Flush VcBackup.ini failed"));
-    EXPECT_EQ("6 info mergeBackupIni: done.", linesOf(log_).back());
+    EXPECT_THAT(log_.lines(), Contains("Inf 6 Flush VcBackup.ini failed"));
+    EXPECT_EQ("Inf 6 mergeBackupIni: done.", log_.lines().back());
     EXPECT_EQ(kCommon + "1\npatchagent.version=1\n" + plainItem(0, 3, 6, "2"),
               tree_.read("other/" + kRecordFile));
 }
@@ -342,12 +340,12 @@ TEST_F(KvBackupMerge, CrashedRecordThatCannotBeDeletedEndsTheMerge) {
         RunBackup run(1);
         run.item(3, 5, "1", "2", app_);
         mergeBackupIni(run.get(), 1);
-        const std::vector<std::string> lines = linesOf(log_);
+        const std::vector<std::string> lines = log_.lines();
         const auto has = [&lines](const char* line) {
             return std::find(lines.begin(), lines.end(), line) != lines.end();
         };
-        return has("6 error Delete crashed VcBackup.ini file failed!") &&
-                       has("6 error Merge backup ini faild") && !has("6 info mergeBackupIni: done.")
+        return has("Err 6 Delete crashed VcBackup.ini file failed!") &&
+                       has("Err 6 Merge backup ini faild") && !has("Inf 6 mergeBackupIni: done.")
                    ? 0
                    : 1;
     });

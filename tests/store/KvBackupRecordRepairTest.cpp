@@ -11,7 +11,6 @@
 #include "tests/store/RunBackup.h"
 #include "tests/store/StoreNames.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/LogLines.h"
 #include "tests/support/TempTree.h"
 
 namespace {
@@ -84,10 +83,10 @@ TEST_F(KvBackupRecordRepair, RecordWithoutCountIsMadeAnew) {
         EXPECT_EQ(nullptr, out_.items);
         EXPECT_EQ(nullptr, out_.patchAgentFile);
         EXPECT_THAT(
-            linesOf(log_),
-            ElementsAre("6 error phaseIniForBackup: there is no item count available,ignore it.",
-                        "6 info Crashed VcBackup.ini file deleted!",
-                        "6 info New VcBackup.ini file created!"));
+            log_.lines(),
+            ElementsAre("Err 6 phaseIniForBackup: there is no item count available,ignore it.",
+                        "Inf 6 Crashed VcBackup.ini file deleted!",
+                        "Inf 6 New VcBackup.ini file created!"));
     }
 }
 
@@ -95,10 +94,10 @@ TEST_F(KvBackupRecordRepair, RecordWithoutVersionIsMadeAnew) {
     EXPECT_EQ(kBackupRecordParsed, repair(kCommon + "1\n" + item(0, 5, kNoFiles)));
     EXPECT_EQ(kCommon + "0\npatchagent.version=1\npatchagent=agent.so\n", fileAfterParse_);
     EXPECT_EQ(0U, out_.itemCount);
-    EXPECT_THAT(linesOf(log_),
-                ElementsAre("6 error phaseIniForBackup: fetch patch agent version failed.",
-                            "6 info Crashed VcBackup.ini file deleted!",
-                            "6 info New VcBackup.ini file created!"));
+    EXPECT_THAT(log_.lines(),
+                ElementsAre("Err 6 phaseIniForBackup: fetch patch agent version failed.",
+                            "Inf 6 Crashed VcBackup.ini file deleted!",
+                            "Inf 6 New VcBackup.ini file created!"));
 }
 
 TEST_F(KvBackupRecordRepair, NewRecordTakesOnlyWhatTheRunHas) {
@@ -130,11 +129,10 @@ TEST_F(KvBackupRecordRepair, RecordThatCannotBeDeletedFails) {
     KvIniUtil* raw = openRecord(nullptr).release();
     EXPECT_EQ(kBackupRecordFailed, phaseIniForBackup(&raw, &out_, 1, "", fallback_.get()));
     EXPECT_EQ(nullptr, raw);
-    EXPECT_THAT(
-        linesOf(log_),
-        ElementsAre("6 error phaseIniForBackup: there is no item count available,ignore it.",
-                    "6 error Delete crashed VcBackup.ini file failed!",
-                    "6 info phaseIniForBackup: error quit."));
+    EXPECT_THAT(log_.lines(),
+                ElementsAre("Err 6 phaseIniForBackup: there is no item count available,ignore it.",
+                            "Err 6 Delete crashed VcBackup.ini file failed!",
+                            "Inf 6 phaseIniForBackup: error quit."));
 }
 
 TEST_F(KvBackupRecordRepair, DamagedSectionIsDroppedAndTheOthersMoveUp) {
@@ -154,10 +152,10 @@ TEST_F(KvBackupRecordRepair, DamagedSectionIsDroppedAndTheOthersMoveUp) {
     EXPECT_EQ(0U, out_.items[1].itemClass);
     EXPECT_EQ(5U, out_.items[1].type);
     EXPECT_EQ(3U, out_.items[2].itemClass);
-    EXPECT_THAT(linesOf(log_),
+    EXPECT_THAT(log_.lines(),
                 testing::IsSupersetOf(
-                    {"6 error phaseIniForBackup: fetch section item_1 result version failed.",
-                     "6 info Section item_1 removed from VcBackup.ini."}));
+                    {"Err 6 phaseIniForBackup: fetch section item_1 result version failed.",
+                     "Inf 6 Section item_1 removed from VcBackup.ini."}));
     EXPECT_THAT(log_.texts(-1),
                 testing::Not(testing::Contains(testing::StartsWith("Dump item[1] in backup ini"))));
 }
@@ -192,11 +190,11 @@ TEST_F(KvBackupRecordRepair, EachMissingKeyDropsItsSection) {
                                               keys + item(1, 6, kNoFiles)));
         EXPECT_EQ(kCommon + "1\npatchagent.version=1\n" + item(0, 6, kNoFiles), fileAfterParse_);
         EXPECT_EQ(0U, out_.items[0].itemClass);
-        EXPECT_THAT(linesOf(log_),
-                    testing::IsSupersetOf(
-                        {"6 error phaseIniForBackup: fetch section item_0 " + std::string(c.name) +
-                             " failed.",
-                         std::string("6 info Section item_0 removed from VcBackup.ini.")}))
+        EXPECT_THAT(
+            log_.lines(),
+            testing::IsSupersetOf({"Err 6 phaseIniForBackup: fetch section item_0 " +
+                                       std::string(c.name) + " failed.",
+                                   std::string("Inf 6 Section item_0 removed from VcBackup.ini.")}))
             << c.key;
     }
 }
@@ -207,14 +205,14 @@ TEST_F(KvBackupRecordRepair, EachFurtherMissingFileIsReportedAgain) {
                                                "added.filecount=3\nadded.0=/a\nadded.2=/c\n"
                                                "written.filecount=1\nwritten.0=backup.000, /w\n")));
     const std::string noAdded =
-        "6 error phaseIniForBackup: fetch section item_0 added file name failed.";
+        "Err 6 phaseIniForBackup: fetch section item_0 added file name failed.";
     const std::string noWritten =
-        "6 error phaseIniForBackup: fetch section item_0 written file name failed.";
-    const std::string removed = "6 info Section item_0 removed from VcBackup.ini.";
-    EXPECT_THAT(linesOf(log_),
-                ElementsAre(testing::StartsWith("6 info Dump backup ini common"), noAdded, removed,
+        "Err 6 phaseIniForBackup: fetch section item_0 written file name failed.";
+    const std::string removed = "Inf 6 Section item_0 removed from VcBackup.ini.";
+    EXPECT_THAT(log_.lines(),
+                ElementsAre(testing::StartsWith("Inf 6 Dump backup ini common"), noAdded, removed,
                             noAdded, removed, noWritten, removed,
-                            "6 info Dump item[0] in backup ini:\nClass[0] Type[0x5]\n"
+                            "Inf 6 Dump item[0] in backup ini:\nClass[0] Type[0x5]\n"
                             "Original Ver[0.0001] Result Ver[0.0002]\nDestination: Null\n"
                             "Count of Added Files[3]\n\tFile 0: /a\n\tFile 1: Null\n"
                             "\tFile 2: Null\nCount of OverWritten Files[1]\n"
@@ -258,8 +256,8 @@ TEST_F(KvBackupRecordRepair, FileCountThatCannotBeAllocatedFails) {
     EXPECT_EQ(nullptr, out_.items);
     EXPECT_EQ(0U, out_.itemCount);
     ASSERT_NE(nullptr, document_);
-    EXPECT_THAT(linesOf(log_), testing::IsSupersetOf({"6 error phaseIniForBackup: malloc failed.",
-                                                      "6 info phaseIniForBackup: error quit."}));
+    EXPECT_THAT(log_.lines(), testing::IsSupersetOf({"Err 6 phaseIniForBackup: malloc failed.",
+                                                     "Inf 6 phaseIniForBackup: error quit."}));
 }
 
 TEST_F(KvBackupRecordRepair, LargeFileCountWithoutFilesEndsSoon) {

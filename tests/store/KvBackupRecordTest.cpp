@@ -9,7 +9,6 @@
 
 #include "fileop/KvDiskNames.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/LogLines.h"
 #include "tests/support/TempTree.h"
 
 namespace {
@@ -39,8 +38,8 @@ class KvBackupRecord : public testing::Test {
     void expectRefused(const std::string& text, const std::string& error) {
         log_.forget();
         EXPECT_EQ(kBackupRecordFailed, parse(text)) << text;
-        EXPECT_THAT(linesOf(log_), Contains("6 error " + error)) << text;
-        EXPECT_EQ("6 info phaseIniForBackup: error quit.", linesOf(log_).back());
+        EXPECT_THAT(log_.lines(), Contains("Err 6 " + error)) << text;
+        EXPECT_EQ("Inf 6 phaseIniForBackup: error quit.", log_.lines().back());
         EXPECT_EQ(nullptr, out_.items);
         EXPECT_EQ(0U, out_.itemCount);
         EXPECT_EQ(nullptr, out_.patchAgentFile);
@@ -90,16 +89,16 @@ TEST_F(KvBackupRecord, DumpsAreLogged) {
                     "added.filecount=1\nadded.0=/opt/a\n"
                     "written.filecount=2\nwritten.0=backup.00a, /opt/w\nwritten.1=\n"
                     "[item_1]\nclass=1\ntype=11\norigin.version=5.2\nresult.version=5.3.7\n"));
-    EXPECT_THAT(linesOf(log_),
-                ElementsAre("6 info Dump backup ini common section:Item Count: 2\n"
+    EXPECT_THAT(log_.lines(),
+                ElementsAre("Inf 6 Dump backup ini common section:Item Count: 2\n"
                             "PatchAgent Ver: 0 (Old)\nPatchAgent File: agent.so",
-                            "6 info Dump item[0] in backup ini:\nClass[3] Type[0x5]\n"
+                            "Inf 6 Dump item[0] in backup ini:\nClass[3] Type[0x5]\n"
                             "Original Ver[100] Result Ver[101]\nDestination: Null\n"
                             "Count of Added Files[1]\n\tFile 0: /opt/a\n"
                             "Count of OverWritten Files[2]\n"
                             "\tFile 0: backup.00a, /opt/w\n\tFile 1: \n",
-                            "6 error phaseIniForBackup: item has no backuped files.",
-                            "6 info Dump item[1] in backup ini:\nClass[1] Type[11]\n"
+                            "Err 6 phaseIniForBackup: item has no backuped files.",
+                            "Inf 6 Dump item[1] in backup ini:\nClass[1] Type[11]\n"
                             "Original Ver[5.2] Result Ver[5.3.7]\nDestination: Null\n"
                             "Count of Added Files[0]\nCount of OverWritten Files[0]\n"));
 }
@@ -108,16 +107,16 @@ TEST_F(KvBackupRecord, RecordWithoutItemsIsDoneAfterTheCommonSection) {
     ASSERT_EQ(kBackupRecordParsed, parse("[common]\nitemcount=0\npatchagent.version=7\n"));
     EXPECT_EQ(7, out_.patchAgentVersion);
     EXPECT_EQ(nullptr, out_.items);
-    EXPECT_THAT(linesOf(log_), ElementsAre("6 info Dump backup ini common section:Item Count: 0\n"
-                                           "PatchAgent Ver: 7 (New)\nPatchAgent File: Null",
-                                           "6 info phaseIniForBackup: done, item number is zero."));
+    EXPECT_THAT(log_.lines(), ElementsAre("Inf 6 Dump backup ini common section:Item Count: 0\n"
+                                          "PatchAgent Ver: 7 (New)\nPatchAgent File: Null",
+                                          "Inf 6 phaseIniForBackup: done, item number is zero."));
 }
 
 TEST_F(KvBackupRecord, ItemWithoutFilesIsKept) {
     ASSERT_EQ(kBackupRecordParsed, parse(kCommon + kItem));
     EXPECT_EQ(1U, out_.itemCount);
     EXPECT_EQ(3U, out_.items[0].itemClass);
-    EXPECT_THAT(linesOf(log_), Contains("6 error phaseIniForBackup: item has no backuped files."));
+    EXPECT_THAT(log_.lines(), Contains("Err 6 phaseIniForBackup: item has no backuped files."));
 }
 
 TEST_F(KvBackupRecord, NumbersAreReadInBaseTenAsFarAsTheyGo) {
@@ -191,9 +190,9 @@ TEST_F(KvBackupRecord, NullParametersAreRefused) {
     EXPECT_EQ(kBackupRecordFailed, phaseIniForBackup(nullptr, &out_, 0, nullptr, nullptr));
     EXPECT_EQ(kBackupRecordFailed, phaseIniForBackup(&none, &out_, 1, nullptr, nullptr));
     EXPECT_EQ(kBackupRecordFailed, phaseIniForBackup(&raw, nullptr, 1, nullptr, nullptr));
-    EXPECT_THAT(linesOf(log_), ElementsAre("6 error phaseIniForBackup: parameters failed.",
-                                           "6 error phaseIniForBackup: parameters failed.",
-                                           "6 error phaseIniForBackup: parameters failed."));
+    EXPECT_THAT(log_.lines(), ElementsAre("Err 6 phaseIniForBackup: parameters failed.",
+                                          "Err 6 phaseIniForBackup: parameters failed.",
+                                          "Err 6 phaseIniForBackup: parameters failed."));
 }
 
 // The version is the one thing that `out` keeps when the common section cannot be read.

@@ -10,7 +10,6 @@
 #include "tests/store/RunBackup.h"
 #include "tests/store/StoreNames.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/LogLines.h"
 #include "tests/support/TempTree.h"
 
 namespace {
@@ -62,13 +61,13 @@ TEST_F(KvBackupRemoval, WrittenEntriesNameFilesOfTheBackupDirectoryAlone) {
     EXPECT_TRUE(tree_.exists("app/" + kStore + "3/6/backup.000"));
     EXPECT_TRUE(tree_.exists("backup.000"));
     const std::string dir = app_ + "/" + kStore + "3/5/";
-    EXPECT_THAT(linesOf(log_), ElementsAre("-1 info Unlink " + dir + "backup.000 returned with 0.",
-                                           "-1 info Unlink " + dir + "gone returned with 0."));
+    EXPECT_THAT(log_.lines(), ElementsAre("Inf -1 Unlink " + dir + "backup.000 returned with 0.",
+                                          "Inf -1 Unlink " + dir + "gone returned with 0."));
     log_.forget();
     makeCopy("backup.000");
     deleteWrittenBackups(named.last(), place.last(), DeletionReport::kSilent);
     EXPECT_FALSE(hasCopy("backup.000"));
-    EXPECT_THAT(linesOf(log_), ElementsAre());
+    EXPECT_THAT(log_.lines(), ElementsAre());
 }
 
 TEST_F(KvBackupRemoval, NullListsAndEntriesNameNothing) {
@@ -126,15 +125,14 @@ TEST_F(KvBackupRemoval, ThrowingARunBackupAwayIsLogged) {
     run.item(3, 5, "2", "3", app_).written("backup.000, /opt/app/x");
     mergeBackupIni(run.get(), 0);
     EXPECT_THAT(
-        linesOf(log_),
-        ElementsAre("6 info mergeBackupIni: no need to backup.",
-                    "3 info Remove auto-rollback files",
-                    "-1 info Unlink " + app_ + "/" + kStore + "3/5/backup.000 returned with 0.",
-                    "6 info Start Parsing the original backup ini(" + tree_.path(kRecord) + ").",
-                    "6 info Dump backup ini common section:Item Count: 0\n"
+        log_.lines(),
+        ElementsAre("Inf 6 mergeBackupIni: no need to backup.", "Inf 3 Remove auto-rollback files",
+                    "Inf -1 Unlink " + app_ + "/" + kStore + "3/5/backup.000 returned with 0.",
+                    "Inf 6 Start Parsing the original backup ini(" + tree_.path(kRecord) + ").",
+                    "Inf 6 Dump backup ini common section:Item Count: 0\n"
                     "PatchAgent Ver: 1 (New)\nPatchAgent File: Null",
-                    "6 info phaseIniForBackup: done, item number is zero.",
-                    "6 info mergeBackupIni: no backup done."));
+                    "Inf 6 phaseIniForBackup: done, item number is zero.",
+                    "Inf 6 mergeBackupIni: no backup done."));
 }
 
 // Kept: this path alone writes the key without an agent file, with an empty value.
@@ -221,7 +219,7 @@ TEST_F(KvBackupRemoval, RolledBackItemLeavesTheRecord) {
     EXPECT_FALSE(hasCopy("backup.000")) << "made by the rollback";
     EXPECT_FALSE(hasCopy("backup.00a")) << "put back";
     EXPECT_TRUE(hasCopy("backup.00c")) << "added files have no copies";
-    EXPECT_EQ("6 info updateBackupIni: done.", linesOf(log_).back());
+    EXPECT_EQ("Inf 6 updateBackupIni: done.", log_.lines().back());
     EXPECT_THAT(log_.texts(-1), Not(Contains(testing::HasSubstr("Unlink"))));
 }
 
@@ -265,15 +263,15 @@ TEST_F(KvBackupRemoval, DamagedRecordIsLeftToTheNextMerge) {
     rollback.item(3, 5, "1", "2", app_);
     updateBackupIni(rollback.get());
     EXPECT_EQ(damaged, tree_.read(kRecord));
-    EXPECT_EQ("6 info updateBackupIni: done.", linesOf(log_).back());
+    EXPECT_EQ("Inf 6 updateBackupIni: done.", log_.lines().back());
 }
 
 TEST_F(KvBackupRemoval, RollbackWithoutItemsIsDoneAtOnce) {
     const RunBackup rollback(1);
     updateBackupIni(rollback.get());
     updateBackupIni(nullptr);
-    EXPECT_THAT(linesOf(log_),
-                ElementsAre("6 info updateBackupIni: done.", "6 info updateBackupIni: done."));
+    EXPECT_THAT(log_.lines(),
+                ElementsAre("Inf 6 updateBackupIni: done.", "Inf 6 updateBackupIni: done."));
 }
 
 }  // namespace

@@ -69,7 +69,7 @@ TEST(KvBackupStru, ItemsThatCannotBeAllocatedLeaveARecordWithoutItems) {
     update.itemCount = 48806447;  // one more than fits into an array
     backupStru backup{};
     initBackupStru(&update, &backup);
-    EXPECT_THAT(log.records(), testing::ElementsAre(errorAt(6, "initBackupStru: malloc failed.")));
+    EXPECT_THAT(log.lines(), testing::ElementsAre("Err 6 initBackupStru: malloc failed."));
     EXPECT_EQ(nullptr, backup.items);
     EXPECT_EQ(0U, backup.itemCount);
     EXPECT_STREQ("agent.so", backup.patchAgentFile);

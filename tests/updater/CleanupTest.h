@@ -14,23 +14,23 @@
 #include "tests/updater/RunGlobals.h"
 #include "updater/KvCleanup.h"
 
-inline const LogRecord kRemoves =
-    infoAt(3, "Flag \"keep_cache_file_on_success\" in configure file is off. Remove cached files.");
-inline const LogRecord kKeeps = infoAt(
-    3, "Flag \"keep_cache_file_on_success\" in configure file is on. Don't remove cached files.");
-inline const LogRecord kSucceeds = infoAt(-1, "VcPatch Action: remove cached files succeed.");
+inline const std::string kRemoves =
+    "Inf 3 Flag \"keep_cache_file_on_success\" in configure file is off. Remove cached files.";
+inline const std::string kKeeps =
+    "Inf 3 Flag \"keep_cache_file_on_success\" in configure file is on. Don't remove cached files.";
+inline const std::string kSucceeds = "Inf -1 VcPatch Action: remove cached files succeed.";
 
-inline LogRecord removed(const std::string& file) {
-    return infoAt(-1, "Remove cached file[" + file + "].");
+inline std::string removed(const std::string& file) {
+    return "Inf -1 Remove cached file[" + file + "].";
 }
-inline LogRecord tagRemoved(const std::string& file) {
-    return infoAt(-1, "Remove etag file[" + file + "].");
+inline std::string tagRemoved(const std::string& file) {
+    return "Inf -1 Remove etag file[" + file + "].";
 }
-inline LogRecord notRemoved(const std::string& file) {
-    return infoAt(-1, "Can not delete file [" + file + "].");
+inline std::string notRemoved(const std::string& file) {
+    return "Inf -1 Can not delete file [" + file + "].";
 }
-inline LogRecord dirRemoved(const std::string& dir) {
-    return infoAt(-1, "Directory [" + dir + "] is empty, deleted.");
+inline std::string dirRemoved(const std::string& dir) {
+    return "Inf -1 Directory [" + dir + "] is empty, deleted.";
 }
 
 // Holds the lock of kind 3 on a path as another process does, until it goes.

@@ -30,16 +30,15 @@ TEST_F(KvAutoRollback, TellsANewAgentThatItGoesBackFromTheResultToTheOrigin) {
                                          "StartItem(, 1, 17, 0x2, 0x60000/0, 0x52000/7)",
                                          "EndItem(1, 0x60000/0, 0x52000/7)"));
     EXPECT_THAT(
-        log.records(),
+        log.lines(),
         ElementsAre(
-            infoAt(6, "Call PatchAgent StartItem with: empty string, 2, 0x11, 0x2, 6.0, 5.2.7"),
-            infoAt(6,
-                   "autoRollback moving files, from:" + tree.path("app/VC_Backup/2/17/backup.000") +
-                       ", to:" + tree.path("app/a.dat")),
-            infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7"),
-            infoAt(6, "Call PatchAgent StartItem with: empty string, 1, 17, 0x2, 6.0, 5.2.7"),
-            infoAt(6, "Auto Rollback in Update: Unlinking " + tree.path("app/new.dat") + " ."),
-            infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7")));
+            "Inf 6 Call PatchAgent StartItem with: empty string, 2, 0x11, 0x2, 6.0, 5.2.7",
+            "Inf 6 autoRollback moving files, from:" + tree.path("app/VC_Backup/2/17/backup.000") +
+                ", to:" + tree.path("app/a.dat"),
+            "Inf 6 Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7",
+            "Inf 6 Call PatchAgent StartItem with: empty string, 1, 17, 0x2, 6.0, 5.2.7",
+            "Inf 6 Auto Rollback in Update: Unlinking " + tree.path("app/new.dat") + " .",
+            "Inf 6 Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7"));
 }
 
 TEST_F(KvAutoRollback, LogsWhatANewAgentRefusesAndGoesOn) {
@@ -53,15 +52,14 @@ TEST_F(KvAutoRollback, LogsWhatANewAgentRefusesAndGoesOn) {
 
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
     EXPECT_THAT(
-        log.records(),
+        log.lines(),
         ElementsAre(
-            infoAt(6, "Call PatchAgent StartItem with: empty string, 2, 0x4, 0x2, 6.0, 5.2.7"),
-            errorAt(6, "Start Class[2] error but in auto rollback ignore it"),
-            infoAt(6,
-                   "autoRollback moving files, from:" + tree.path("app/VC_Backup/2/4/backup.000") +
-                       ", to:" + tree.path("app/a.dat")),
-            infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7"),
-            errorAt(6, "End Class[2] error but in auto rollback so ignore it")));
+            "Inf 6 Call PatchAgent StartItem with: empty string, 2, 0x4, 0x2, 6.0, 5.2.7",
+            "Err 6 Start Class[2] error but in auto rollback ignore it",
+            "Inf 6 autoRollback moving files, from:" + tree.path("app/VC_Backup/2/4/backup.000") +
+                ", to:" + tree.path("app/a.dat"),
+            "Inf 6 Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7",
+            "Err 6 End Class[2] error but in auto rollback so ignore it"));
 }
 
 TEST_F(KvAutoRollback, TellsAnOldAgentByClass) {
@@ -74,11 +72,11 @@ TEST_F(KvAutoRollback, TellsAnOldAgentByClass) {
 
     EXPECT_THAT(agent.calls, ElementsAre("StartEngine()", "EndEngine(1, 0x60000, 0x52000)",
                                          "StartProduct()", "EndProduct(1, 0x60000, 0x52000)"));
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(6, "Call PatchAgent StartEngine with: empty string"),
-                            infoAt(6, "Call PatchAgent EndEngine with: TRUE, 0x60000, 0x52000"),
-                            infoAt(6, "Call PatchAgent StartProduct with: empty string"),
-                            infoAt(6, "Call PatchAgent EndProduct with: TRUE, 0x60000, 0x52000")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 Call PatchAgent StartEngine with: empty string",
+                            "Inf 6 Call PatchAgent EndEngine with: TRUE, 0x60000, 0x52000",
+                            "Inf 6 Call PatchAgent StartProduct with: empty string",
+                            "Inf 6 Call PatchAgent EndProduct with: TRUE, 0x60000, 0x52000"));
 }
 
 // 112400 and 112300 are 124 and 123 in the old numbering.
@@ -96,10 +94,9 @@ TEST_F(KvAutoRollback, ConvertsPatternNumbersOfTypesBelowFiveForAnOldAgent) {
     EXPECT_THAT(agent.calls,
                 ElementsAre("StartPattern()", "EndPattern(1, 0x7c0000, 0x7b0000)", "StartPattern()",
                             "EndPattern(1, 0xb7100000, 0xb6ac0000)"));
-    const LogRecord start = infoAt(6, "Call PatchAgent StartPattern with: empty string");
-    const LogRecord end =
-        infoAt(6, "Call PatchAgent EndPattern with: TRUE, 3071279104, 3064725504");
-    EXPECT_THAT(log.records(), ElementsAre(start, end, start, end));
+    const std::string start = "Inf 6 Call PatchAgent StartPattern with: empty string";
+    const std::string end = "Inf 6 Call PatchAgent EndPattern with: TRUE, 3071279104, 3064725504";
+    EXPECT_THAT(log.lines(), ElementsAre(start, end, start, end));
 }
 
 TEST_F(KvAutoRollback, JudgesAClassWithoutCallsByTheAnswerBefore) {
@@ -113,11 +110,11 @@ TEST_F(KvAutoRollback, JudgesAClassWithoutCallsByTheAnswerBefore) {
 
     EXPECT_THAT(agent.calls, ElementsAre("StartEngine()", "EndEngine(1, 0x60000, 0x52000)"));
     // No answer yet counts as 0 for the last item; the first one follows the engine's yes.
-    EXPECT_THAT(log.records(),
-                ElementsAre(errorAt(6, "Start Class[4] error but in auto rollback so ignore it"),
-                            errorAt(6, "End Class[4] error but in auto rollback so ignore it"),
-                            infoAt(6, "Call PatchAgent StartEngine with: empty string"),
-                            infoAt(6, "Call PatchAgent EndEngine with: TRUE, 0x60000, 0x52000")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Err 6 Start Class[4] error but in auto rollback so ignore it",
+                            "Err 6 End Class[4] error but in auto rollback so ignore it",
+                            "Inf 6 Call PatchAgent StartEngine with: empty string",
+                            "Inf 6 Call PatchAgent EndEngine with: TRUE, 0x60000, 0x52000"));
 }
 
 // What the agent answers to one class, refused at both ends.
@@ -143,15 +140,14 @@ TEST_P(KvAutoRollbackRefused, IsLoggedForAnOldAgentAndGoesOn) {
 
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
     EXPECT_THAT(
-        log.records(),
-        ElementsAre(
-            infoAt(6, "Call PatchAgent Start" + entry + " with: empty string"),
-            errorAt(6, "Start Class[" + number + "] error but in auto rollback so ignore it"),
-            infoAt(6, "autoRollback moving files, from:" +
-                          tree.path("app/VC_Backup/" + number + "/5/backup.000") +
-                          ", to:" + tree.path("app/a.dat")),
-            infoAt(6, GetParam().end),
-            errorAt(6, "End Class[" + number + "] error but in auto rollback so ignore it")));
+        log.lines(),
+        ElementsAre("Inf 6 Call PatchAgent Start" + entry + " with: empty string",
+                    "Err 6 Start Class[" + number + "] error but in auto rollback so ignore it",
+                    "Inf 6 autoRollback moving files, from:" +
+                        tree.path("app/VC_Backup/" + number + "/5/backup.000") +
+                        ", to:" + tree.path("app/a.dat"),
+                    std::string("Inf 6 ") + GetParam().end,
+                    "Err 6 End Class[" + number + "] error but in auto rollback so ignore it"));
 }
 
 // Shifted by 16 bits, 0x00060000 is 0 and 0x00052000 is 0x20000000.
@@ -179,11 +175,10 @@ TEST_F(KvAutoRollback, CallsNothingOfAnOldAgentForAnUnknownClass) {
         EXPECT_FALSE(tree.exists("app/a.dat"));
         const std::string named = std::string(" Class[") + number;
         EXPECT_THAT(
-            log.records(),
-            ElementsAre(
-                errorAt(6, "Start" + named + "] error but in auto rollback so ignore it"),
-                infoAt(6, "Auto Rollback in Update: Unlinking " + tree.path("app/a.dat") + " ."),
-                errorAt(6, "End" + named + "] error but in auto rollback so ignore it")));
+            log.lines(),
+            ElementsAre("Err 6 Start" + named + "] error but in auto rollback so ignore it",
+                        "Inf 6 Auto Rollback in Update: Unlinking " + tree.path("app/a.dat") + " .",
+                        "Err 6 End" + named + "] error but in auto rollback so ignore it"));
     }
 }
 
@@ -196,18 +191,17 @@ TEST_F(KvAutoRollback, TellsANewAgentOfUnknownClassesToo) {
 
     EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
-    const LogRecord end = infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7");
+    const std::string end = "Inf 6 Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7";
     EXPECT_THAT(
-        log.records(),
+        log.lines(),
         ElementsAre(
-            infoAt(6, "Call PatchAgent StartItem with: empty string, 0, 0x0, 0x2, 6.0, 5.2.7"),
-            errorAt(6, "Start Class[0] error but in auto rollback ignore it"), end,
-            errorAt(6, "End Class[0] error but in auto rollback so ignore it"),
-            infoAt(6,
-                   "Call PatchAgent StartItem with: empty string, 4294967295, 0xffffffff, 0x2, "
-                   "6.0, 5.2.7"),
-            errorAt(6, "Start Class[-1] error but in auto rollback ignore it"), end,
-            errorAt(6, "End Class[-1] error but in auto rollback so ignore it")));
+            "Inf 6 Call PatchAgent StartItem with: empty string, 0, 0x0, 0x2, 6.0, 5.2.7",
+            "Err 6 Start Class[0] error but in auto rollback ignore it", end,
+            "Err 6 End Class[0] error but in auto rollback so ignore it",
+            "Inf 6 Call PatchAgent StartItem with: empty string, 4294967295, 0xffffffff, 0x2, "
+            "6.0, 5.2.7",
+            "Err 6 Start Class[-1] error but in auto rollback ignore it", end,
+            "Err 6 End Class[-1] error but in auto rollback so ignore it"));
 }
 
 // Of products the type is shown in decimal, of all others in hexadecimal.
@@ -219,15 +213,13 @@ TEST_F(KvAutoRollback, ShowsAProductsTypeInDecimal) {
 
     EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
-    const LogRecord end = infoAt(6, "Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7");
+    const std::string end = "Inf 6 Call PatchAgent EndItem with: TRUE, 6.0, 5.2.7";
     EXPECT_THAT(
-        log.records(),
+        log.lines(),
         ElementsAre(
-            infoAt(6,
-                   "Call PatchAgent StartItem with: empty string, 1, 4294967295, 0x2, "
-                   "6.0, 5.2.7"),
-            end, infoAt(6, "Call PatchAgent StartItem with: empty string, 1, 0, 0x2, 6.0, 5.2.7"),
-            end));
+            "Inf 6 Call PatchAgent StartItem with: empty string, 1, 4294967295, 0x2, "
+            "6.0, 5.2.7",
+            end, "Inf 6 Call PatchAgent StartItem with: empty string, 1, 0, 0x2, 6.0, 5.2.7", end));
 }
 
 TEST_F(KvAutoRollback, CallsNobodyForAnUnknownInterface) {
@@ -239,7 +231,7 @@ TEST_F(KvAutoRollback, CallsNobodyForAnUnknownInterface) {
     EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
-    EXPECT_EQ(log.records().size(), 1U) << "only the moved file is logged";
+    EXPECT_EQ(log.lines().size(), 1U) << "only the moved file is logged";
 }
 
 TEST_F(KvAutoRollback, PassesOverItemsThatWereNeverReached) {

@@ -9,7 +9,6 @@
 
 #include "tests/agent/FakeAgent.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/LogLines.h"
 #include "tests/updater/AutoRollbackTest.h"
 
 namespace {
@@ -23,7 +22,7 @@ TEST_F(KvAutoRollback, DoesNothingForARunWithoutItems) {
     LogCapture log;
     EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
     EXPECT_THAT(agent.calls, IsEmpty());
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(KvAutoRollback, DoesNothingWithoutAnAgentTableOrARecord) {
@@ -118,7 +117,7 @@ TEST_F(KvAutoRollback, GoesOnBehindAFileThatCannotBeMovedBack) {
 
     EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
-    EXPECT_THAT(linesOf(log), Contains(testing::StartsWith("6 error Cause: ")));
+    EXPECT_THAT(log.lines(), Contains(testing::StartsWith("Err 6 Cause: ")));
     EXPECT_EQ(tree.read("app/VC_Backup/3/5/backup.000"), "lost");
     EXPECT_EQ(tree.read("app/file"), "no directory");
     EXPECT_EQ(tree.read("app/a.dat"), "old a.dat");
@@ -178,7 +177,7 @@ TEST_F(KvAutoRollback, StopsAtAnEntryThatIsNotAPair) {
 
     EXPECT_THAT(agent.calls, ElementsAre("StartProduct()"));
     EXPECT_EQ(tree.read("app/a.dat"), "new a.dat");
-    EXPECT_EQ(log.records().back(), errorAt(6, "autoRollback: written file name failed."));
+    EXPECT_EQ(log.lines().back(), "Err 6 autoRollback: written file name failed.");
 }
 
 TEST_F(KvAutoRollback, StopsAtAnEntryWithoutATarget) {
@@ -203,7 +202,7 @@ TEST_F(KvAutoRollback, StopsAtAnEntryWithoutANameAndLeavesTheStoreAlone) {
             EXPECT_EQ(autoRollback(agent.table(), run.record(), mode), 0);
 
             EXPECT_EQ(tree.snapshot(), before);
-            EXPECT_EQ(log.records().back(), errorAt(6, "autoRollback: written file name failed."));
+            EXPECT_EQ(log.lines().back(), "Err 6 autoRollback: written file name failed.");
         }
     }
 }
@@ -218,7 +217,7 @@ TEST_F(KvAutoRollback, StopsAtAStoreWhosePathDoesNotFit) {
 
     EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 0);
 
-    EXPECT_EQ(log.records().back(), errorAt(6, "autoRollback: CatURIWithFile failed."));
+    EXPECT_EQ(log.lines().back(), "Err 6 autoRollback: CatURIWithFile failed.");
 }
 
 TEST_F(KvAutoRollback, LogsAWordForANullAddedFile) {
@@ -231,8 +230,7 @@ TEST_F(KvAutoRollback, LogsAWordForANullAddedFile) {
 
     EXPECT_EQ(autoRollback(agent.table(), run.record(), 0), 1);
 
-    EXPECT_THAT(log.records(),
-                Contains(infoAt(6, "Auto Rollback in Update: Unlinking Empty File .")));
+    EXPECT_THAT(log.lines(), Contains("Inf 6 Auto Rollback in Update: Unlinking Empty File ."));
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ TEST_F(KvCleanupLinks, KeepsADirectoryThatHoldsALink) {
     ASSERT_EQ(symlink("/nowhere", cache("dangling/link").c_str()), 0);
     ASSERT_EQ(symlink(tree.makeDir("elsewhere").c_str(), cache("deep/er/link").c_str()), 0);
     removeCached("cachedfilescount=0\n");
-    EXPECT_THAT(log.records(), ElementsAre(kRemoves, kSucceeds));
+    EXPECT_THAT(log.lines(), ElementsAre(kRemoves, kSucceeds));
     EXPECT_TRUE(tree.exists("cache/dangling"));
     EXPECT_TRUE(tree.exists("cache/deep/er"));
 }
@@ -29,7 +29,7 @@ TEST_F(KvCleanupLinks, LooksForNoEmptyDirectoriesBehindLinks) {
     ASSERT_EQ(symlink(tree.path("important").c_str(), cache("link").c_str()), 0);
     ASSERT_EQ(symlink(tree.path("important").c_str(), cache("full/link").c_str()), 0);
     removeCached("cachedfilescount=0\n");
-    EXPECT_THAT(log.records(), ElementsAre(kRemoves, kSucceeds));
+    EXPECT_THAT(log.lines(), ElementsAre(kRemoves, kSucceeds));
     EXPECT_TRUE(tree.exists("important/empty"));
     EXPECT_TRUE(tree.exists("cache/link"));
 }
@@ -41,7 +41,7 @@ TEST_F(KvCleanupLinks, KeepsADirectoryWhoseSizeWraps) {
         GTEST_SKIP() << "no file of this size here";
     }
     removeCached("cachedfilescount=0\n");
-    EXPECT_THAT(log.records(), ElementsAre(kRemoves, kSucceeds));
+    EXPECT_THAT(log.lines(), ElementsAre(kRemoves, kSucceeds));
     EXPECT_TRUE(tree.exists("cache/huge/sparse"));
 }
 

@@ -42,7 +42,7 @@ class KvCleanupWithoutMemory : public WithoutMemory<Cache> {
 TEST_F(KvCleanupWithoutMemory, TouchesNothingForACachePathThatFindsNone) {
     EXPECT_EXIT(removeWithoutMemory(
                     "cachepath=" + huge + "\ncachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n",
-                    {"6 error Cause: cachedfiles: Cannot allocate memory"}),
+                    {"Err 6 Cause: cachedfiles: Cannot allocate memory"}),
                 ExitedWithCode(0), "");
 }
 
@@ -50,8 +50,8 @@ TEST_F(KvCleanupWithoutMemory, PassesOverAnEntryThatFindsNone) {
     EXPECT_EXIT(
         removeWithoutMemory("cachepath=" + cachePath +
                                 "\ncachedfilescount=1\ncachedfile_0=" + huge + ",a.bin,a.etag,1\n",
-                            {"6 error Cause: cachedfiles: Cannot allocate memory",
-                             "-1 info VcPatch Action: remove cached files succeed."}),
+                            {"Err 6 Cause: cachedfiles: Cannot allocate memory",
+                             "Inf -1 VcPatch Action: remove cached files succeed."}),
         ExitedWithCode(0), "");
 }
 

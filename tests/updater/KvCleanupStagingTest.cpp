@@ -48,7 +48,7 @@ TEST_F(KvCleanupStaging, IsDeletedAfterASuccess) {
     cleanUp(true);
     EXPECT_FALSE(tree.exists("staging"));
     EXPECT_FALSE(tree.exists("data/VC_Log"));
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(KvCleanupStaging, IsSavedAfterAFailure) {
@@ -56,7 +56,7 @@ TEST_F(KvCleanupStaging, IsSavedAfterAFailure) {
     cleanUp(false);
     EXPECT_FALSE(tree.exists("staging"));
     EXPECT_EQ(tree.snapshot(kSaved), staged);
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(KvCleanupStaging, IsSavedUnderItsNameWithASeparatorToo) {

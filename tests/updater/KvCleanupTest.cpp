@@ -27,7 +27,7 @@ TEST_F(KvCleanup, DoesNothingWhereNoCacheIsManaged) {
                "[Downloader]\nUseCacheManagement=0\nkeep_cache_file_on_success=1\n");
     tree.write("cache/a.bin", "1");
     removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
     EXPECT_TRUE(tree.exists("cache/a.bin"));
 }
 
@@ -36,7 +36,7 @@ TEST_F(KvCleanup, KeepsTheCacheWhenAskedTo) {
     tree.write("cache/a.bin", "1");
     tree.makeDir("cache/empty");
     removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
-    EXPECT_THAT(log.records(), ElementsAre(kKeeps));
+    EXPECT_THAT(log.lines(), ElementsAre(kKeeps));
     EXPECT_TRUE(tree.exists("cache/a.bin"));
     EXPECT_TRUE(tree.exists("cache/empty"));
 }
@@ -50,7 +50,7 @@ TEST_F(KvCleanup, TakesOnlyTheExactValues) {
         tree.write("vc/vccfg.ini", config);
         log.forget();
         removeCached("cachedfilescount=0\n");
-        EXPECT_THAT(log.records(), ElementsAre(kRemoves, kSucceeds)) << config;
+        EXPECT_THAT(log.lines(), ElementsAre(kRemoves, kSucceeds)) << config;
         EXPECT_EQ(tree.read("vc/vccfg.ini"), config);
     }
 }
@@ -60,14 +60,14 @@ TEST_F(KvCleanup, TakesOnlyTheExactValues) {
 TEST_F(KvCleanup, EndsQuietlyWithoutACachePath) {
     tree.makeDir("cache/empty");
     remove("cachedfilescount=0\n");
-    EXPECT_THAT(log.records(), ElementsAre(kRemoves));
+    EXPECT_THAT(log.lines(), ElementsAre(kRemoves));
     EXPECT_TRUE(tree.exists("cache/empty"));
 }
 
 TEST_F(KvCleanup, EndsQuietlyWithoutACount) {
     tree.makeDir("cache/empty");
     removeCached("cachedfile_0=,a.bin,a.etag,1\n");
-    EXPECT_THAT(log.records(), ElementsAre(kRemoves));
+    EXPECT_THAT(log.lines(), ElementsAre(kRemoves));
     EXPECT_TRUE(tree.exists("cache/empty"));
 }
 
@@ -77,7 +77,7 @@ TEST_F(KvCleanup, LooksOnlyForEmptyDirectoriesWhenTheCountIsBelowOne) {
         tree.write("cache/a.bin", "1");
         log.forget();
         removeCached(std::string("cachedfilescount=") + count + "\ncachedfile_0=,a.bin,a.etag,1\n");
-        EXPECT_THAT(log.records(), ElementsAre(kRemoves, kSucceeds, dirRemoved(cache("empty"))));
+        EXPECT_THAT(log.lines(), ElementsAre(kRemoves, kSucceeds, dirRemoved(cache("empty"))));
         EXPECT_TRUE(tree.exists("cache/a.bin"));
         EXPECT_FALSE(tree.exists("cache/empty"));
     }
@@ -91,7 +91,7 @@ TEST_F(KvCleanup, EndsAtTheFirstMissingEntry) {
         log.forget();
         removeCached(std::string("cachedfilescount=") + count +
                      "\ncachedfile_0=,a.bin,a.etag,1\ncachedfile_2=,c.bin,c.etag,1\n");
-        EXPECT_THAT(log.records(),
+        EXPECT_THAT(log.lines(),
                     ElementsAre(kRemoves, removed(cache("a.bin")), tagRemoved(cache("a.etag"))));
         EXPECT_FALSE(tree.exists("cache/a.bin"));
         EXPECT_TRUE(tree.exists("cache/c.bin"));
@@ -106,8 +106,8 @@ TEST_F(KvCleanup, RemovesAFileWithItsTag) {
     tree.write("cache/sub/data.etag", "1");
     tree.write("cache/sub/other", "1");
     removeCached("cachedfilescount=1\ncachedfile_0=sub/,data.bin,data.etag,1\n");
-    EXPECT_THAT(log.records(), ElementsAre(kRemoves, removed(cache("sub/data.bin")),
-                                           tagRemoved(cache("sub/data.etag")), kSucceeds));
+    EXPECT_THAT(log.lines(), ElementsAre(kRemoves, removed(cache("sub/data.bin")),
+                                         tagRemoved(cache("sub/data.etag")), kSucceeds));
     EXPECT_THAT(tree.snapshot("cache"),
                 ElementsAre(testing::Key("sub/"), testing::Key("sub/other")));
 }
@@ -116,7 +116,7 @@ TEST_F(KvCleanup, RemovesAFileWithItsTag) {
 TEST_F(KvCleanup, JoinsPrefixAndNameAsTheyStand) {
     tree.write("cache/sub-data.bin", "1");
     removeCached("cachedfilescount=1\ncachedfile_0= sub- , data.bin ,\tdata.etag, 1 \n");
-    EXPECT_THAT(log.records(), Contains(removed(cache("sub-data.bin"))));
+    EXPECT_THAT(log.lines(), Contains(removed(cache("sub-data.bin"))));
     EXPECT_FALSE(tree.exists("cache/sub-data.bin"));
 }
 
@@ -127,7 +127,7 @@ TEST_F(KvCleanup, LeavesUnmarkedEntriesAlone) {
         tree.write("cache/a.etag", "1");
         log.forget();
         removeCached(std::string("cachedfilescount=1\ncachedfile_0=") + entry + "\n");
-        EXPECT_THAT(log.records(), ElementsAre(kRemoves, kSucceeds)) << entry;
+        EXPECT_THAT(log.lines(), ElementsAre(kRemoves, kSucceeds)) << entry;
         EXPECT_TRUE(tree.exists("cache/a.bin"));
         EXPECT_TRUE(tree.exists("cache/a.etag"));
     }
@@ -142,14 +142,14 @@ TEST_F(KvCleanup, TakesFurtherFieldsForNothing) {
 TEST_F(KvCleanup, CountsAFileThatIsGoneAsRemoved) {
     tree.write("cache/a.etag", "1");
     removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
-    EXPECT_THAT(log.records(), ElementsAre(kRemoves, removed(cache("a.bin")),
-                                           tagRemoved(cache("a.etag")), kSucceeds));
+    EXPECT_THAT(log.lines(), ElementsAre(kRemoves, removed(cache("a.bin")),
+                                         tagRemoved(cache("a.etag")), kSucceeds));
     EXPECT_FALSE(tree.exists("cache/a.etag"));
 }
 
 TEST_F(KvCleanup, TakesNamesWithoutEmptyFieldsForTheCacheItself) {
     removeCached("cachedfilescount=1\ncachedfile_0=,,,1\n");
-    EXPECT_THAT(log.records(),
+    EXPECT_THAT(log.lines(),
                 ElementsAre(kRemoves, removed(cache("")), tagRemoved(cache("")), kSucceeds));
     EXPECT_FALSE(tree.exists("cache"));
 }
@@ -158,9 +158,8 @@ TEST_F(KvCleanup, ReportsAFileThatCannotBeDeletedAndGoesOn) {
     tree.write("cache/b.bin", "1");
     // No system deletes a directory by this name.
     removeCached("cachedfilescount=2\ncachedfile_0=,.,a.etag,1\ncachedfile_1=,b.bin,b.etag,1\n");
-    EXPECT_THAT(log.records(),
-                ElementsAre(kRemoves, notRemoved(cache(".")), removed(cache("b.bin")),
-                            tagRemoved(cache("b.etag")), kSucceeds));
+    EXPECT_THAT(log.lines(), ElementsAre(kRemoves, notRemoved(cache(".")), removed(cache("b.bin")),
+                                         tagRemoved(cache("b.etag")), kSucceeds));
     EXPECT_FALSE(tree.exists("cache/b.bin"));
 }
 
@@ -170,8 +169,8 @@ TEST_F(KvCleanup, KeepsAFileThatAnotherProcessHolds) {
     const HeldElsewhere held(cache("a.bin"));
     removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
     // It counts as removed all the same, and its tag file goes.
-    EXPECT_THAT(log.records(), ElementsAre(kRemoves, removed(cache("a.bin")),
-                                           tagRemoved(cache("a.etag")), kSucceeds));
+    EXPECT_THAT(log.lines(), ElementsAre(kRemoves, removed(cache("a.bin")),
+                                         tagRemoved(cache("a.etag")), kSucceeds));
     EXPECT_TRUE(tree.exists("cache/a.bin"));
     EXPECT_FALSE(tree.exists("cache/a.etag"));
 }
@@ -180,7 +179,7 @@ TEST_F(KvCleanup, KeepsAFileWhoseLockCannotBeHad) {
     const std::string longest(255, 'x');
     tree.write("cache/" + longest, "1");
     removeCached("cachedfilescount=1\ncachedfile_0=," + longest + ",a.etag,1\n");
-    EXPECT_THAT(log.records(), Contains(removed(cache(longest))));
+    EXPECT_THAT(log.lines(), Contains(removed(cache(longest))));
     EXPECT_TRUE(tree.exists("cache/" + longest));
 }
 
@@ -202,7 +201,7 @@ TEST_F(KvCleanup, RemovesDirectoriesWithoutAByte) {
     tree.write("cache/top.bin", "");
     removeCached("cachedfilescount=0\n");
 
-    EXPECT_THAT(log.records(),
+    EXPECT_THAT(log.lines(),
                 UnorderedElementsAre(kRemoves, kSucceeds, dirRemoved(cache("empty")),
                                      dirRemoved(cache("nest")), dirRemoved(cache("hollow")),
                                      dirRemoved(cache("half/empty"))));
@@ -240,7 +239,7 @@ TEST_F(KvCleanup, TakesAnEmptyCachePathForAMissingOne) {
                "\ncachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
     }
     ASSERT_EQ(chdir("/"), 0);
-    EXPECT_THAT(log.records(), ElementsAre(kRemoves, kRemoves));
+    EXPECT_THAT(log.lines(), ElementsAre(kRemoves, kRemoves));
     EXPECT_TRUE(tree.exists("cache/a.bin"));
     EXPECT_TRUE(tree.exists("cache/empty"));
 }
@@ -250,21 +249,21 @@ TEST_F(KvCleanup, RemovesNothingWhenTheConfigurationCannotBeRead) {
     tree.makeDir("vc/vccfg.ini");
     tree.write("cache/a.bin", "1");
     removeCached("cachedfilescount=1\ncachedfile_0=,a.bin,a.etag,1\n");
-    EXPECT_THAT(log.records(), ElementsAre(errorAt(
-                                   6, "Cause: " + tree.path("vc/vccfg.ini") + ": Is a directory")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Err 6 Cause: " + tree.path("vc/vccfg.ini") + ": Is a directory"));
     EXPECT_TRUE(tree.exists("cache/a.bin"));
 }
 
 TEST_F(KvCleanup, MissesNoCache) {
     cachePath = tree.path("nowhere");
     removeCached("cachedfilescount=0\n");
-    EXPECT_THAT(log.records(), ElementsAre(kRemoves, kSucceeds));
+    EXPECT_THAT(log.lines(), ElementsAre(kRemoves, kSucceeds));
     EXPECT_FALSE(tree.exists("nowhere"));
 }
 
 TEST_F(KvCleanup, LooksForNothingInNoDescription) {
     removeCachedFiles(nullptr);
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 // --- The callbacks.
@@ -313,7 +312,7 @@ TEST_F(KvCleanup, TellsAnEmptyDirectoryByItsLine) {
     EXPECT_EQ(CB_CheckEmptyDir(&entry), 0);
     EXPECT_EQ(s_line, 154);
     EXPECT_EQ(s_type, kLogInfo);
-    EXPECT_THAT(log.records(), ElementsAre(dirRemoved(dir)));
+    EXPECT_THAT(log.lines(), ElementsAre(dirRemoved(dir)));
 }
 
 TEST_F(KvCleanup, SkipsAHeldDirectory) {
@@ -322,7 +321,7 @@ TEST_F(KvCleanup, SkipsAHeldDirectory) {
     KvFileOpUtil::CallbackEntry entry = entryOf(dir, KvFileOpUtil::kVisitDir);
     EXPECT_EQ(CB_CheckEmptyDir(&entry), 2);
     EXPECT_TRUE(tree.exists("cache/held"));
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(KvCleanup, PassesOverADirectoryWithContents) {

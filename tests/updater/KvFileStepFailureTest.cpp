@@ -10,7 +10,6 @@
 
 #include "tests/support/ForkedProcess.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/LogLines.h"
 #include "tests/support/MemoryLimit.h"
 #include "tests/updater/FileStepTest.h"
 #include "tests/updater/OnMessage.h"
@@ -45,7 +44,7 @@ class KvFileStepFailure : public KvFileStep {
         }
         const int result = stepTo("x", nullptr, Ops::kOverwrite, Ops::kBefore);
         const bool isSaved = tree.exists("app/VC_Backup/3/5/backup.000");
-        return result == kNotSaved && isSaved && item.writtenCount == 0 && linesOf(log) == messages
+        return result == kNotSaved && isSaved && item.writtenCount == 0 && log.lines() == messages
                    ? 0
                    : 1;
     }
@@ -83,7 +82,7 @@ TEST_F(KvFileStepFailure, CannotRecordANewFileWithoutADestination) {
 
     EXPECT_THAT(agent.calls, IsEmpty());
     EXPECT_THAT(added(), IsEmpty());
-    EXPECT_THAT(log.records(), ElementsAre(errorAt(6, "callBackForUpdate: Strncpy failed.")));
+    EXPECT_THAT(log.lines(), ElementsAre("Err 6 callBackForUpdate: Strncpy failed."));
 }
 
 TEST_F(KvFileStepFailure, FailsWhenTheStoreCannotBeMade) {
@@ -94,7 +93,7 @@ TEST_F(KvFileStepFailure, FailsWhenTheStoreCannotBeMade) {
     EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), kNotSaved);
 
     EXPECT_THAT(written(), IsEmpty());
-    EXPECT_EQ(log.records().back(), errorAt(6, "callBackForUpdate: crtUniFile failed."));
+    EXPECT_EQ(log.lines().back(), "Err 6 callBackForUpdate: crtUniFile failed.");
 }
 
 // The file stays as it is; what was saved is in the record for the rollback.
@@ -107,7 +106,7 @@ TEST_F(KvFileStepFailure, CannotDeferAFileThatTheListHasNoRoomFor) {
     EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), kNotSaved);
     g_rebootCopyList.capacity = g_rebootCopyList.count = 0;
 
-    EXPECT_EQ(log.records().back(), errorAt(6, "callBackForUpdate: malloc failed."));
+    EXPECT_EQ(log.lines().back(), "Err 6 callBackForUpdate: malloc failed.");
     EXPECT_THAT(written(), ElementsAre("backup.000, " + tree.path("app/a.dat")));
 }
 
@@ -116,7 +115,7 @@ TEST_F(KvFileStepFailure, DeletesTheBareNameOfAnEntryThatCannotBeMade) {
     tree.write("work/backup.000", "nobody's");
     tree.write("work/backup.001", "kept");
     ForkedProcess child([&](const Talk&) {
-        return saveWithoutAName({"6 error callBackForUpdate: Snprintf failed."});
+        return saveWithoutAName({"Err 6 callBackForUpdate: Snprintf failed."});
     });
 
     EXPECT_EQ(child.finish(), 0);
@@ -136,8 +135,8 @@ TEST_F(KvFileStepFailure, SaysSoWhenTheBareNameCannotBeDeleted) {
     ForkedProcess child([&](const Talk&) {
         return isRoot && setuid(kOrdinaryUser) != 0
                    ? 3
-                   : saveWithoutAName({"6 error callBackForUpdate: Snprintf failed.",
-                                       "6 error callBackForUpdate: unlink failed."});
+                   : saveWithoutAName({"Err 6 callBackForUpdate: Snprintf failed.",
+                                       "Err 6 callBackForUpdate: unlink failed."});
     });
 
     EXPECT_EQ(child.finish(), 0);
@@ -155,8 +154,8 @@ TEST_F(KvFileStepFailure, FailsWhenANewFileCannotBeRecorded) {
         LogCapture log(6);
         limitMemory(kSlack);
         const int result = stepTo("x", huge.c_str(), Ops::kNewFile, Ops::kAfter);
-        const bool isTold = log.records().size() == 2 &&
-                            log.records()[1] == errorAt(6, "callBackForUpdate: malloc failed.");
+        const bool isTold =
+            log.lines().size() == 2 && log.lines()[1] == "Err 6 callBackForUpdate: malloc failed.";
         _exit(result == kNotSaved && isTold && item.addedCount == 0 ? 0 : 1);
     };
     EXPECT_EXIT(body(), ExitedWithCode(0), "");
@@ -169,7 +168,7 @@ TEST_F(KvFileStepFailure, LeavesNoBackupFileOfAnOldFileThatCannotBeRecorded) {
         LogCapture log(6);
         limitMemory(kSlack);
         const int result = step("a.dat", Ops::kOverwrite, Ops::kBefore);
-        const bool isTold = log.records().back() == errorAt(6, "callBackForUpdate: malloc failed.");
+        const bool isTold = log.lines().back() == "Err 6 callBackForUpdate: malloc failed.";
         const bool isGone = access(tree.path("app/VC_Backup/3/5/backup.000").c_str(), F_OK) != 0;
         _exit(result == kNotSaved && isTold && isGone ? 0 : 1);
     };
@@ -190,12 +189,11 @@ TEST_F(KvFileStepFailure, SaysSoWhenTheBackupFileCannotBeDeleted) {
         });
         limitMemory(kSlack);
         const int result = step("a.dat", Ops::kOverwrite, Ops::kBefore);
-        const auto& records = log.records();
+        const auto& records = log.lines();
         const bool isTold =
             records.size() >= 2 &&
-            records.rbegin()[1] == errorAt(6, "callBackForUpdate: malloc failed.") &&
-            records.rbegin()[0] ==
-                errorAt(6, "callBackForUpdate: unlink " + dir + "/backup.000 failed.");
+            records.rbegin()[1] == "Err 6 callBackForUpdate: malloc failed." &&
+            records.rbegin()[0] == "Err 6 callBackForUpdate: unlink " + dir + "/backup.000 failed.";
         _exit(result == kNotSaved && isTold && item.writtenCount == item.writtenCapacity ? 0 : 1);
     };
     EXPECT_EXIT(body(), ExitedWithCode(0), "");

@@ -29,11 +29,10 @@ TEST_F(KvFileStep, AsksBeforeANewFileAndRecordsItAfterwards) {
 
     EXPECT_THAT(added(), ElementsAre(tree.path("app/a.dat")));
     EXPECT_THAT(agent.calls, ElementsAre("CheckFileEx(" + tree.path("app/a.dat") + ")"));
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(9, "Call PatchAgent CheckFileEx( " + tree.path("app/a.dat") +
-                                          " ) return 1,(OK)"),
-                            infoAt(6, "callBackForUpdate: Create file (" + tree.path("app/a.dat") +
-                                          ") done.")));
+    EXPECT_THAT(log.lines(), ElementsAre("Inf 9 Call PatchAgent CheckFileEx( " +
+                                             tree.path("app/a.dat") + " ) return 1,(OK)",
+                                         "Inf 6 callBackForUpdate: Create file (" +
+                                             tree.path("app/a.dat") + ") done."));
 }
 
 TEST_F(KvFileStep, SavesAnExistingFileBeforeItIsOverwritten) {
@@ -47,10 +46,10 @@ TEST_F(KvFileStep, SavesAnExistingFileBeforeItIsOverwritten) {
     EXPECT_THAT(written(), ElementsAre(entry));
     EXPECT_EQ(tree.read("app/VC_Backup/3/5/backup.000"), "old");
     EXPECT_EQ(tree.time("app/VC_Backup/3/5/backup.000"), 1000000000);
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(9, "Call PatchAgent CheckFileEx( " + tree.path("app/a.dat") +
-                                          " ) return 1,(OK)"),
-                            infoAt(6, "callBackForUpdate: Overwrite file(" + entry + ") done.")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 9 Call PatchAgent CheckFileEx( " + tree.path("app/a.dat") +
+                                " ) return 1,(OK)",
+                            "Inf 6 callBackForUpdate: Overwrite file(" + entry + ") done."));
 }
 
 TEST_F(KvFileStep, DoesNothingAfterAnOverwriteAndForOtherActions) {
@@ -64,7 +63,7 @@ TEST_F(KvFileStep, DoesNothingAfterAnOverwriteAndForOtherActions) {
     EXPECT_THAT(written(), IsEmpty());
     EXPECT_THAT(added(), IsEmpty());
     EXPECT_THAT(agent.calls, IsEmpty());
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(KvFileStep, DoesNotAskAboutADirectory) {
@@ -93,7 +92,7 @@ TEST_F(KvFileStep, StopsWhenTheAgentFails) {
 
     EXPECT_THAT(written(), IsEmpty());
     EXPECT_FALSE(tree.exists("app/VC_Backup"));
-    EXPECT_EQ(log.records().back(), errorAt(6, "callBackForUpdate: check file failed."));
+    EXPECT_EQ(log.lines().back(), "Err 6 callBackForUpdate: check file failed.");
 }
 
 TEST_F(KvFileStep, WritesAndSaysSoAfterAnAnswerWithoutAMeaning) {
@@ -104,8 +103,8 @@ TEST_F(KvFileStep, WritesAndSaysSoAfterAnAnswerWithoutAMeaning) {
     EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), 0);
 
     EXPECT_THAT(written(), ElementsAre("backup.000, " + tree.path("app/a.dat")));
-    ASSERT_GE(log.records().size(), 2U);
-    EXPECT_EQ(log.records()[1], errorAt(6, "callBackForUpdate: check file return unknown value."));
+    ASSERT_GE(log.lines().size(), 2U);
+    EXPECT_EQ(log.lines()[1], "Err 6 callBackForUpdate: check file return unknown value.");
 }
 
 TEST_F(KvFileStep, SkipsEverythingForAnUnknownInterface) {
@@ -114,7 +113,7 @@ TEST_F(KvFileStep, SkipsEverythingForAnUnknownInterface) {
     LogCapture log;
     EXPECT_EQ(step("a.dat", Ops::kOverwrite, Ops::kBefore), 2);
     EXPECT_FALSE(tree.exists("app/VC_Backup"));
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(KvFileStep, DefersAnExistingFileWithItsSource) {

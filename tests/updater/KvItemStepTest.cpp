@@ -27,9 +27,8 @@ TEST(KvItemStepStart, TellsANewAgentOfAProductWithItsTypeInDecimal) {
     EXPECT_EQ(startEachItem(agent.table(), "x.zip", 1, 17, &from, &to, 1), 1U);
 
     EXPECT_THAT(agent.calls, ElementsAre("StartItem(x.zip, 1, 17, 0x1, 0x52000/7, 0x60000/0)"));
-    EXPECT_THAT(
-        log.records(),
-        ElementsAre(infoAt(6, "Call PatchAgent StartItem with: x.zip, 1, 17, 0x1, 5.2.7, 6.0")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 Call PatchAgent StartItem with: x.zip, 1, 17, 0x1, 5.2.7, 6.0"));
 }
 
 TEST(KvItemStepStart, TellsANewAgentOfOtherClassesWithTheirTypeInHexadecimal) {
@@ -40,10 +39,9 @@ TEST(KvItemStepStart, TellsANewAgentOfOtherClassesWithTheirTypeInHexadecimal) {
     EXPECT_EQ(startEachItem(agent.table(), "y.zip", 4, 0xFFFFFFFF, &from, &to, 3), 1U);
 
     EXPECT_THAT(
-        log.records(),
-        ElementsAre(
-            infoAt(6, "Call PatchAgent StartItem with: x.zip, 3, 0x11, 0x1, 112300, 112400"),
-            infoAt(6, "Call PatchAgent StartItem with: y.zip, 4, 0xffffffff, 0x3, 5.2.7, 6.0")));
+        log.lines(),
+        ElementsAre("Inf 6 Call PatchAgent StartItem with: x.zip, 3, 0x11, 0x1, 112300, 112400",
+                    "Inf 6 Call PatchAgent StartItem with: y.zip, 4, 0xffffffff, 0x3, 5.2.7, 6.0"));
 }
 
 TEST(KvItemStepStart, ShowsAProductsTypeInDecimalToItsEnds) {
@@ -54,10 +52,9 @@ TEST(KvItemStepStart, ShowsAProductsTypeInDecimalToItsEnds) {
     EXPECT_EQ(startEachItem(agent.table(), "x.zip", 1, 0, &from, &to, 0), 1U);
 
     EXPECT_THAT(
-        log.records(),
-        ElementsAre(
-            infoAt(6, "Call PatchAgent StartItem with: x.zip, 1, 4294967295, 0x0, 5.2.7, 6.0"),
-            infoAt(6, "Call PatchAgent StartItem with: x.zip, 1, 0, 0x0, 5.2.7, 6.0")));
+        log.lines(),
+        ElementsAre("Inf 6 Call PatchAgent StartItem with: x.zip, 1, 4294967295, 0x0, 5.2.7, 6.0",
+                    "Inf 6 Call PatchAgent StartItem with: x.zip, 1, 0, 0x0, 5.2.7, 6.0"));
 }
 
 TEST(KvItemStepStart, PassesANullNameOnAndLogsAWordForIt) {
@@ -67,9 +64,9 @@ TEST(KvItemStepStart, PassesANullNameOnAndLogsAWordForIt) {
     EXPECT_EQ(startEachItem(agent.table(), nullptr, 2, 4, &from, &to, kNoFlags), 1U);
 
     EXPECT_THAT(agent.calls, ElementsAre("StartItem(null, 2, 4, 0x0, 0x52000/7, 0x60000/0)"));
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(
-                    6, "Call PatchAgent StartItem with: NULL_String, 2, 0x4, 0x0, 5.2.7, 6.0")));
+    EXPECT_THAT(
+        log.lines(),
+        ElementsAre("Inf 6 Call PatchAgent StartItem with: NULL_String, 2, 0x4, 0x0, 5.2.7, 6.0"));
 }
 
 TEST(KvItemStepStart, ClosesTheBracketOfANewAgentThatRefuses) {
@@ -81,11 +78,10 @@ TEST(KvItemStepStart, ClosesTheBracketOfANewAgentThatRefuses) {
 
     EXPECT_THAT(agent.calls, ElementsAre("StartItem(x.zip, 2, 4, 0x0, 0x52000/7, 0x60000/0)",
                                          "EndItem(0, 0x52000/7, 0x60000/0)"));
-    EXPECT_THAT(
-        log.records(),
-        ElementsAre(infoAt(6, "Call PatchAgent StartItem with: x.zip, 2, 0x4, 0x0, 5.2.7, 6.0"),
-                    errorAt(6, "startEachItem: start item failed."),
-                    infoAt(6, "Call PatchAgent EndItem with: FALSE, 5.2.7, 6.0")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 Call PatchAgent StartItem with: x.zip, 2, 0x4, 0x0, 5.2.7, 6.0",
+                            "Err 6 startEachItem: start item failed.",
+                            "Inf 6 Call PatchAgent EndItem with: FALSE, 5.2.7, 6.0"));
 }
 
 TEST(KvItemStepStart, HandsAnyOtherAnswerBack) {
@@ -102,8 +98,7 @@ TEST(KvItemStepStart, RefusesAnUnknownInterface) {
 
     EXPECT_EQ(startEachItem(agent.table(), "x", 1, 1, &from, &to, kNoFlags), 0U);
 
-    EXPECT_THAT(log.records(),
-                ElementsAre(errorAt(9, "startEachItem: unknown patch agent version.")));
+    EXPECT_THAT(log.lines(), ElementsAre("Err 9 startEachItem: unknown patch agent version."));
 }
 
 TEST(KvItemStepStart, RefusesAnUnknownClassForAnOldAgent) {
@@ -115,8 +110,8 @@ TEST(KvItemStepStart, RefusesAnUnknownClassForAnOldAgent) {
     }
 
     EXPECT_THAT(agent.calls, IsEmpty());
-    const LogRecord unknownClass = errorAt(9, "startEachItem: unknown class.");
-    EXPECT_THAT(log.records(), ElementsAre(unknownClass, unknownClass, unknownClass, unknownClass));
+    const std::string unknownClass = "Err 9 startEachItem: unknown class.";
+    EXPECT_THAT(log.lines(), ElementsAre(unknownClass, unknownClass, unknownClass, unknownClass));
 }
 
 struct OldClass {
@@ -138,9 +133,8 @@ TEST_P(KvItemStepOld, StartsAnItemByItsName) {
     EXPECT_EQ(startEachItem(agent.table(), nullptr, GetParam().itemClass, 5, &from, &to, 1), 1U);
 
     EXPECT_THAT(agent.calls, ElementsAre(start + "(x.zip)", start + "(null)"));
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(6, "Call PatchAgent " + start + " with: x.zip"),
-                            infoAt(6, "Call PatchAgent " + start + " with: NULL_String")));
+    EXPECT_THAT(log.lines(), ElementsAre("Inf 6 Call PatchAgent " + start + " with: x.zip",
+                                         "Inf 6 Call PatchAgent " + start + " with: NULL_String"));
 }
 
 TEST_P(KvItemStepOld, TakesAnyOtherAnswerForAYesAndHandsItBack) {
@@ -159,9 +153,8 @@ TEST_P(KvItemStepOld, TakesAnyOtherAnswerForAYesAndHandsItBack) {
                   static_cast<unsigned>(answer));
 
         EXPECT_THAT(agent.calls, ElementsAre(start + "(x.zip)", GetParam().endCall));
-        EXPECT_THAT(log.records(),
-                    ElementsAre(infoAt(6, "Call PatchAgent " + start + " with: x.zip"),
-                                infoAt(6, GetParam().endMessage)));
+        EXPECT_THAT(log.lines(), ElementsAre("Inf 6 Call PatchAgent " + start + " with: x.zip",
+                                             std::string("Inf 6 ") + GetParam().endMessage));
     }
 }
 
@@ -174,9 +167,9 @@ TEST_P(KvItemStepOld, ClosesTheBracketOfAStartThatFailed) {
     EXPECT_EQ(startEachItem(agent.table(), "x.zip", GetParam().itemClass, 5, &from, &to, 0), 0U);
 
     EXPECT_THAT(agent.calls, ElementsAre(start + "(x.zip)", GetParam().endCall));
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(6, "Call PatchAgent " + start + " with: x.zip"),
-                            errorAt(6, GetParam().failure), infoAt(6, GetParam().endMessage)));
+    EXPECT_THAT(log.lines(), ElementsAre("Inf 6 Call PatchAgent " + start + " with: x.zip",
+                                         std::string("Err 6 ") + GetParam().failure,
+                                         std::string("Inf 6 ") + GetParam().endMessage));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -203,9 +196,9 @@ TEST(KvItemStepEnd, TellsANewAgent) {
 
     EXPECT_THAT(agent.calls, ElementsAre("EndItem(1, 0x52000/7, 0x60000/0)",
                                          "EndItem(0, 0x1b6ac/0, 0x1b710/0)"));
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(6, "Call PatchAgent EndItem with: TRUE, 5.2.7, 6.0"),
-                            infoAt(6, "Call PatchAgent EndItem with: FALSE, 112300, 112400")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 Call PatchAgent EndItem with: TRUE, 5.2.7, 6.0",
+                            "Inf 6 Call PatchAgent EndItem with: FALSE, 112300, 112400"));
 }
 
 TEST(KvItemStepEnd, TellsAnOldAgentByClass) {
@@ -218,9 +211,9 @@ TEST(KvItemStepEnd, TellsAnOldAgentByClass) {
 
     EXPECT_THAT(agent.calls,
                 ElementsAre("EndEngine(1, 0x52000, 0x60000)", "EndProduct(0, 0x52000, 0x60000)"));
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(6, "Call PatchAgent EndEngine with: TRUE, 0x52000, 0x60000"),
-                            infoAt(6, "Call PatchAgent EndProduct with: FALSE, 0x52000, 0x60000")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 Call PatchAgent EndEngine with: TRUE, 0x52000, 0x60000",
+                            "Inf 6 Call PatchAgent EndProduct with: FALSE, 0x52000, 0x60000"));
 }
 
 TEST(KvItemStepEnd, RefusesUnknownInterfacesAndClasses) {
@@ -233,9 +226,9 @@ TEST(KvItemStepEnd, RefusesUnknownInterfacesAndClasses) {
     }
 
     EXPECT_THAT(old.calls, IsEmpty());
-    const LogRecord unknownClass = errorAt(9, "endEachItem: unknown class.");
-    EXPECT_THAT(log.records(), ElementsAre(errorAt(9, "endEachItem: unknown patch agent version."),
-                                           unknownClass, unknownClass, unknownClass, unknownClass));
+    const std::string unknownClass = "Err 9 endEachItem: unknown class.";
+    EXPECT_THAT(log.lines(), ElementsAre("Err 9 endEachItem: unknown patch agent version.",
+                                         unknownClass, unknownClass, unknownClass, unknownClass));
 }
 
 // 112300 is 123 in the old numbering: 123 * 65536 = 0x7b0000. The message shows the number as it
@@ -246,9 +239,8 @@ TEST(KvItemStepEnd, ConvertsPatternNumbersOfTheFirstFiveTypesForAnOldAgent) {
         LogCapture log;
         EXPECT_EQ(endEachItem(1, agent.table(), 3, type, &patternFrom, &patternTo), 1U);
         EXPECT_THAT(agent.calls, ElementsAre("EndPattern(1, 0x7b0000, 0x7c0000)"));
-        EXPECT_THAT(log.records(), ElementsAre(infoAt(6,
-                                                      "Call PatchAgent EndPattern with: TRUE, "
-                                                      "3064725504, 3071279104")));
+        EXPECT_THAT(log.lines(), ElementsAre("Inf 6 Call PatchAgent EndPattern with: TRUE, "
+                                             "3064725504, 3071279104"));
     }
 }
 

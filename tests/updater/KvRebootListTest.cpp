@@ -27,7 +27,7 @@ class KvRebootList : public testing::Test {
 TEST_F(KvRebootList, IsNotWrittenWhenItIsEmpty) {
     LogCapture log;
     EXPECT_FALSE(WriteRebootList());
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(KvRebootList, KeepsWhatIsAdded) {
@@ -57,10 +57,9 @@ TEST_F(KvRebootList, IsLoggedInItsOrderWhenItIsWritten) {
 
     EXPECT_TRUE(WriteRebootList());
 
-    EXPECT_THAT(
-        log.records(),
-        ElementsAre(infoAt(6, "adding reboot list into system registry/ini..."),
-                    infoAt(6, "src[/stage/a] -> dst[/app/a]"), infoAt(6, "src[] -> dst[/app/b]")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 adding reboot list into system registry/ini...",
+                            "Inf 6 src[/stage/a] -> dst[/app/a]", "Inf 6 src[] -> dst[/app/b]"));
     // Nothing takes the entries out again.
     EXPECT_EQ(g_rebootCopyList.count, 2);
     list.forgetWritten();

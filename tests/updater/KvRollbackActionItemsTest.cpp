@@ -32,8 +32,7 @@ TEST_F(KvRollbackActionItems, NeedsAnAgentAndItems) {
                              {table, &itemless}}) {
         log.forget();
         EXPECT_EQ(rollbackWithPatchAgent(call.first, call.second), 5U);
-        EXPECT_THAT(log.records(),
-                    ElementsAre(errorAt(6, "rollbackWithPatchAgent: parameters failed.")));
+        EXPECT_THAT(log.lines(), ElementsAre("Err 6 rollbackWithPatchAgent: parameters failed."));
     }
     EXPECT_THAT(agent().calls, IsEmpty());
 }
@@ -46,12 +45,11 @@ TEST_F(KvRollbackActionItems, NeedsMemoryForItsRecord) {
 
     EXPECT_EQ(rollbackWithPatchAgent(agent().table(), &endless), 48U);
 
-    EXPECT_THAT(
-        log.records(),
-        ElementsAre(infoAt(6, "rollbackWithPatchAgent: init auto-rollback backup structure."),
-                    errorAt(6, "initBackupStru: malloc failed."),
-                    infoAt(6, "rollbackWithPatchAgent: init auto rollback backup info done."),
-                    infoAt(6, "rollbackWithPatchAgent: error quit.")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 rollbackWithPatchAgent: init auto-rollback backup structure.",
+                            "Err 6 initBackupStru: malloc failed.",
+                            "Inf 6 rollbackWithPatchAgent: init auto rollback backup info done.",
+                            "Inf 6 rollbackWithPatchAgent: error quit."));
     EXPECT_THAT(agent().calls, IsEmpty());
 }
 
@@ -62,16 +60,15 @@ TEST_F(KvRollbackActionItems, GetsNoItemStartedForAnUnknownInterface) {
     EXPECT_EQ(run(), 60U);
 
     EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat"));
-    EXPECT_THAT(
-        log.records(),
-        ElementsAre(infoAt(6, "rollbackWithPatchAgent: init auto-rollback backup structure."),
-                    infoAt(6, "rollbackWithPatchAgent: init auto rollback backup info done."),
-                    errorAt(9, "rollbackWithPatchAgent: unknown patch agent version."),
-                    errorAt(9, "startEachItem: unknown patch agent version."),
-                    errorAt(6, "rollbackWithPatchAgent: start item failed."),
-                    infoAt(6, "rollbackWithPatchAgent: auto rollback."),
-                    infoAt(6, "rollbackWithPatchAgent: auto rollback done."),
-                    infoAt(6, "rollbackWithPatchAgent: error quit.")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 rollbackWithPatchAgent: init auto-rollback backup structure.",
+                            "Inf 6 rollbackWithPatchAgent: init auto rollback backup info done.",
+                            "Err 9 rollbackWithPatchAgent: unknown patch agent version.",
+                            "Err 9 startEachItem: unknown patch agent version.",
+                            "Err 6 rollbackWithPatchAgent: start item failed.",
+                            "Inf 6 rollbackWithPatchAgent: auto rollback.",
+                            "Inf 6 rollbackWithPatchAgent: auto rollback done.",
+                            "Inf 6 rollbackWithPatchAgent: error quit."));
 }
 
 // --- Before the items
@@ -101,16 +98,16 @@ TEST_F(KvRollbackActionPaths, AreAskedForPatternEngineAndProductInThisOrder) {
     EXPECT_THAT(
         story.linesAfter("init auto rollback backup info done."),
         ElementsAre(
-            "6 info Call PatchAgent GetPatternPath with: /pattern", "call GetPatternPath(/pattern)",
-            "6 info PatchAgent GetPatternPath result: /moved",
-            "6 info Call PatchAgent GetEnginePath with: /engine", "call GetEnginePath(/engine)",
-            "6 info PatchAgent GetEnginePath result: /engine",
-            "6 info Call PatchAgent GetProductPath with: /product", "call GetProductPath(/product)",
-            "6 info PatchAgent GetProductPath result: /product", "call IsRollback()",
-            "6 info rollbackWithPatchAgent: start patch.",
-            "6 info Call PatchAgent StartPatch with: 7", "call StartPatch(0x7)",
-            "6 error rollbackWithPatchAgent: start patch failed.",
-            "6 info rollbackWithPatchAgent: error quit."));
+            "Inf 6 Call PatchAgent GetPatternPath with: /pattern", "call GetPatternPath(/pattern)",
+            "Inf 6 PatchAgent GetPatternPath result: /moved",
+            "Inf 6 Call PatchAgent GetEnginePath with: /engine", "call GetEnginePath(/engine)",
+            "Inf 6 PatchAgent GetEnginePath result: /engine",
+            "Inf 6 Call PatchAgent GetProductPath with: /product", "call GetProductPath(/product)",
+            "Inf 6 PatchAgent GetProductPath result: /product", "call IsRollback()",
+            "Inf 6 rollbackWithPatchAgent: start patch.",
+            "Inf 6 Call PatchAgent StartPatch with: 7", "call StartPatch(0x7)",
+            "Err 6 rollbackWithPatchAgent: start patch failed.",
+            "Inf 6 rollbackWithPatchAgent: error quit."));
 }
 
 // The mask has no "0x" in the message.
@@ -216,7 +213,7 @@ TEST_F(KvRollbackActionOfThree, HandsTheLastAnswerToTheEndOfThePatch) {
         EXPECT_EQ(run(), 0U);
 
         EXPECT_EQ(agent().calls.back(), "EndPatch(" + std::to_string(last) + ")");
-        EXPECT_THAT(log.records(), Contains(infoAt(6, "Call PatchAgent EndPatch with: TRUE")));
+        EXPECT_THAT(log.lines(), Contains("Inf 6 Call PatchAgent EndPatch with: TRUE"));
     }
 }
 

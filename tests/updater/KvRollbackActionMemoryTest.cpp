@@ -38,19 +38,19 @@ TEST_F(KvRollbackActionWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
         const bool isRight = runAction(rollback) == 48 && isUntouched();
         const std::string store = app.path(app.store());
         exitWith(isRight,
-                 {"6 info Call PatchAgent EndItem with: TRUE, 100, 101",
-                  "6 error Cause: " + std::string(4095, 'd') + ": Cannot allocate memory",
-                  "6 error rollbackWithPatchAgent: item failed.",
-                  "6 info rollbackWithPatchAgent: auto rollback.",
-                  "6 info Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
-                  "6 info autoRollback moving files, from:" + store +
+                 {"Inf 6 Call PatchAgent EndItem with: TRUE, 100, 101",
+                  "Err 6 Cause: " + std::string(4095, 'd') + ": Cannot allocate memory",
+                  "Err 6 rollbackWithPatchAgent: item failed.",
+                  "Inf 6 rollbackWithPatchAgent: auto rollback.",
+                  "Inf 6 Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
+                  "Inf 6 autoRollback moving files, from:" + store +
                       "backup.001, to:" + app.path("x.dat"),
-                  "6 info autoRollback moving files, from:" + store +
+                  "Inf 6 autoRollback moving files, from:" + store +
                       "backup.002, to:" + app.path("a.dat"),
-                  "6 info Call PatchAgent EndItem with: TRUE, 101, 100",
-                  "6 info rollbackWithPatchAgent: auto rollback done.",
-                  "6 info rollbackWithPatchAgent: error quit.",
-                  "6 error rollback: rollbackWithPatchAgent failed."});
+                  "Inf 6 Call PatchAgent EndItem with: TRUE, 101, 100",
+                  "Inf 6 rollbackWithPatchAgent: auto rollback done.",
+                  "Inf 6 rollbackWithPatchAgent: error quit.",
+                  "Err 6 rollback: rollbackWithPatchAgent failed."});
     };
     EXPECT_EXIT(body(), ExitedWithCode(0), "");
 }
@@ -61,12 +61,12 @@ TEST_F(KvRollbackActionWithoutMemory, EndsWhenTheRunCannotHaveARecord) {
     const auto body = [&]() {
         const OnMessage cut("Call PatchAgent IsRollbackEx", []() { limitMemory(kMegabyte / 8); });
         const bool isRight = runAction(rollback) == 48 && isUntouched();
-        exitWith(isRight, {"6 info Call PatchAgent IsRollbackEx with: void",
-                           "6 info rollbackWithPatchAgent: init auto-rollback backup structure.",
-                           "6 error initBackupStru: malloc failed.",
-                           "6 info rollbackWithPatchAgent: init auto rollback backup info done.",
-                           "6 info rollbackWithPatchAgent: error quit.",
-                           "6 error rollback: rollbackWithPatchAgent failed."});
+        exitWith(isRight, {"Inf 6 Call PatchAgent IsRollbackEx with: void",
+                           "Inf 6 rollbackWithPatchAgent: init auto-rollback backup structure.",
+                           "Err 6 initBackupStru: malloc failed.",
+                           "Inf 6 rollbackWithPatchAgent: init auto rollback backup info done.",
+                           "Inf 6 rollbackWithPatchAgent: error quit.",
+                           "Err 6 rollback: rollbackWithPatchAgent failed."});
     };
     EXPECT_EXIT(body(), ExitedWithCode(0), "");
 }

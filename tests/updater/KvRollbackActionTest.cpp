@@ -34,17 +34,17 @@ class KvRollbackAction : public ActionTest {
     }
 
     // The messages without the dumps of the record, which stand in other tests.
-    [[nodiscard]] std::vector<LogRecord> messages() const {
-        std::vector<LogRecord> messages;
-        for (const LogRecord& record : log.records()) {
-            if (record.text.compare(0, 5, "Dump ") != 0) {
+    [[nodiscard]] std::vector<std::string> messages() const {
+        std::vector<std::string> messages;
+        for (const std::string& record : log.lines()) {
+            if (record.compare(0, 11, "Inf 6 Dump ") != 0) {
                 messages.push_back(record);
             }
         }
         return messages;
     }
-    [[nodiscard]] std::vector<LogRecord> lastMessages(size_t count) const {
-        const std::vector<LogRecord> all = messages();
+    [[nodiscard]] std::vector<std::string> lastMessages(size_t count) const {
+        const std::vector<std::string> all = messages();
         return {all.end() - static_cast<std::ptrdiff_t>(std::min(count, all.size())), all.end()};
     }
 
@@ -64,10 +64,9 @@ TEST_F(KvRollbackAction, RefusesADescriptionThatCannotBeRead) {
 
     EXPECT_EQ(run(), 12U);
 
-    EXPECT_THAT(log.records(),
-                ElementsAre(errorAt(6, "phaseIniForUpdate: fetch destination failed."),
-                            infoAt(6, "phaseIniForUpdate: error quit."),
-                            errorAt(6, "rollback: phaseIniForUpdate failed.")));
+    EXPECT_THAT(log.lines(), ElementsAre("Err 6 phaseIniForUpdate: fetch destination failed.",
+                                         "Inf 6 phaseIniForUpdate: error quit.",
+                                         "Err 6 rollback: phaseIniForUpdate failed."));
     EXPECT_TRUE(isUntouched());
 }
 
@@ -80,9 +79,8 @@ TEST_F(KvRollbackAction, SaysSoWhenThereIsNothingToRollBack) {
 
     EXPECT_EQ(run(), 5U);
 
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(6, "phaseIniForUpdate: done, item is zero or no item."),
-                            errorAt(6, "rollback: vcpatch contains no items.")));
+    EXPECT_THAT(log.lines(), ElementsAre("Inf 6 phaseIniForUpdate: done, item is zero or no item.",
+                                         "Err 6 rollback: vcpatch contains no items."));
     EXPECT_TRUE(isUntouched());
 }
 
@@ -93,8 +91,7 @@ TEST_F(KvRollbackAction, ReportsAnUnknownInterfaceAsSuccess) {
 
         EXPECT_EQ(run(), 0U);
 
-        EXPECT_THAT(log.records(),
-                    ElementsAre(errorAt(6, "rollback: unkown patch agent version number.")));
+        EXPECT_THAT(log.lines(), ElementsAre("Err 6 rollback: unkown patch agent version number."));
         EXPECT_TRUE(isUntouched());
     }
 }
@@ -109,23 +106,21 @@ TEST_F(KvRollbackAction, WithANewAgentSaysThisInThisOrder) {
     EXPECT_TRUE(isRolledBack());
     EXPECT_THAT(
         messages(),
-        ElementsAre(infoAt(6, "rollback: rollback with new patch agent."),
-                    infoAt(6, "Call PatchAgent IsRollbackEx with: void"),
-                    infoAt(6, "rollbackWithPatchAgent: init auto-rollback backup structure."),
-                    infoAt(6, "rollbackWithPatchAgent: init auto rollback backup info done."),
-                    infoAt(6, "rollbackWithPatchAgent: start action."),
-                    infoAt(6, "PatchAgent StartAction with: void"),
-                    infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x2, 100, 101"),
-                    infoAt(6, "rollbackItem: find out the item with same class/type."),
-                    infoAt(6, "rollbackItem: item found."),
-                    infoAt(6, "Call PatchAgent CheckFileEx with " + x),
-                    infoAt(6, "rollbackItem: rollback added file done."),
-                    infoAt(6, "Call PatchAgent CheckFileEx with: " + a),
-                    infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
-                    infoAt(6, "Call PatchAgent EndAction with: void"),
-                    infoAt(6, "updateBackupIni: done."),
-                    infoAt(6, "rollbackWithPatchAgent: action done."),
-                    infoAt(6, "rollbackWithPatchAgent: done.")));
+        ElementsAre(
+            "Inf 6 rollback: rollback with new patch agent.",
+            "Inf 6 Call PatchAgent IsRollbackEx with: void",
+            "Inf 6 rollbackWithPatchAgent: init auto-rollback backup structure.",
+            "Inf 6 rollbackWithPatchAgent: init auto rollback backup info done.",
+            "Inf 6 rollbackWithPatchAgent: start action.",
+            "Inf 6 PatchAgent StartAction with: void",
+            "Inf 6 Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x2, 100, 101",
+            "Inf 6 rollbackItem: find out the item with same class/type.",
+            "Inf 6 rollbackItem: item found.", "Inf 6 Call PatchAgent CheckFileEx with " + x,
+            "Inf 6 rollbackItem: rollback added file done.",
+            "Inf 6 Call PatchAgent CheckFileEx with: " + a,
+            "Inf 6 Call PatchAgent EndItem with: TRUE, 100, 101",
+            "Inf 6 Call PatchAgent EndAction with: void", "Inf 6 updateBackupIni: done.",
+            "Inf 6 rollbackWithPatchAgent: action done.", "Inf 6 rollbackWithPatchAgent: done."));
     EXPECT_THAT(agent.calls(),
                 ElementsAre("IsRollbackEx()", "StartAction()",
                             "StartItem(0.zip, 3, 5, 0x2, 0x64/0, 0x65/0)", "CheckFileEx(" + x + ")",
@@ -142,25 +137,23 @@ TEST_F(KvRollbackAction, WithAnOldAgentSaysThisInThisOrder) {
     EXPECT_TRUE(isRolledBack());
     EXPECT_THAT(
         messages(),
-        ElementsAre(infoAt(6, "rollback: rollback with old patch agent."),
-                    infoAt(6, "rollbackWithPatchAgent: init auto-rollback backup structure."),
-                    infoAt(6, "rollbackWithPatchAgent: init auto rollback backup info done."),
-                    infoAt(6, "Call PatchAgent GetPatternPath with: " + app.path()),
-                    infoAt(6, "PatchAgent GetPatternPath result: " + app.path()),
-                    infoAt(6, "rollbackWithPatchAgent: start patch."),
-                    infoAt(6, "Call PatchAgent StartPatch with: 1"),
-                    infoAt(6, "Call PatchAgent StartPattern with: 0.zip"),
-                    infoAt(6, "rollbackItem: find out the item with same class/type."),
-                    infoAt(6, "rollbackItem: item found."),
-                    infoAt(6, "Call PatchAgent CheckFile with: " + x),
-                    infoAt(6, "rollbackItem: rollback added file done."),
-                    infoAt(6, "Call PatchAgent CheckFilie with: " + a),
+        ElementsAre("Inf 6 rollback: rollback with old patch agent.",
+                    "Inf 6 rollbackWithPatchAgent: init auto-rollback backup structure.",
+                    "Inf 6 rollbackWithPatchAgent: init auto rollback backup info done.",
+                    "Inf 6 Call PatchAgent GetPatternPath with: " + app.path(),
+                    "Inf 6 PatchAgent GetPatternPath result: " + app.path(),
+                    "Inf 6 rollbackWithPatchAgent: start patch.",
+                    "Inf 6 Call PatchAgent StartPatch with: 1",
+                    "Inf 6 Call PatchAgent StartPattern with: 0.zip",
+                    "Inf 6 rollbackItem: find out the item with same class/type.",
+                    "Inf 6 rollbackItem: item found.", "Inf 6 Call PatchAgent CheckFile with: " + x,
+                    "Inf 6 rollbackItem: rollback added file done.",
+                    "Inf 6 Call PatchAgent CheckFilie with: " + a,
                     // 100 and 101, each times 65536.
-                    infoAt(6, "Call PatchAgent EndPattern with: TRUE, 6553600, 6619136"),
-                    infoAt(6, "Call PatchAgent EndPatch with: TRUE"),
-                    infoAt(6, "updateBackupIni: done."),
-                    infoAt(6, "rollbackWithPatchAgent: action done."),
-                    infoAt(6, "rollbackWithPatchAgent: done.")));
+                    "Inf 6 Call PatchAgent EndPattern with: TRUE, 6553600, 6619136",
+                    "Inf 6 Call PatchAgent EndPatch with: TRUE", "Inf 6 updateBackupIni: done.",
+                    "Inf 6 rollbackWithPatchAgent: action done.",
+                    "Inf 6 rollbackWithPatchAgent: done."));
     EXPECT_THAT(agent.calls(),
                 ElementsAre("GetPatternPath(" + app.path() + ")", "IsRollback()", "StartPatch(0x1)",
                             "StartPattern(0.zip)", "CheckFile(" + x + ")", "CheckFile(" + a + ")",
@@ -176,7 +169,7 @@ TEST_F(KvRollbackAction, WithoutAnAgentTheDefaultsAcceptEverything) {
         EXPECT_EQ(run(), 0U);
 
         EXPECT_TRUE(isRolledBack());
-        EXPECT_EQ(log.records()[1], infoAt(6, "No patchagent. Use default patchagent inside VC"));
+        EXPECT_EQ(log.lines()[1], "Inf 6 No patchagent. Use default patchagent inside VC");
     }
 }
 
@@ -187,10 +180,9 @@ TEST_F(KvRollbackAction, TouchesNothingWhenANewAgentRefuses) {
 
     EXPECT_EQ(run(), 60U);
 
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(6, "rollback: rollback with new patch agent."),
-                            infoAt(6, "Call PatchAgent IsRollbackEx with: void"),
-                            errorAt(9, "rollback: patch agent refused to rollback.")));
+    EXPECT_THAT(log.lines(), ElementsAre("Inf 6 rollback: rollback with new patch agent.",
+                                         "Inf 6 Call PatchAgent IsRollbackEx with: void",
+                                         "Err 9 rollback: patch agent refused to rollback."));
     EXPECT_THAT(agent.calls(), ElementsAre("IsRollbackEx()"));
     EXPECT_EQ(tree.snapshot("app"), before);
 }
@@ -202,16 +194,15 @@ TEST_F(KvRollbackAction, TouchesNothingWhenAnOldAgentRefuses) {
 
     EXPECT_EQ(run(), 60U);
 
-    EXPECT_THAT(
-        log.records(),
-        ElementsAre(infoAt(6, "rollback: rollback with old patch agent."),
-                    infoAt(6, "rollbackWithPatchAgent: init auto-rollback backup structure."),
-                    infoAt(6, "rollbackWithPatchAgent: init auto rollback backup info done."),
-                    infoAt(6, "Call PatchAgent GetPatternPath with: " + app.path()),
-                    infoAt(6, "PatchAgent GetPatternPath result: " + app.path()),
-                    errorAt(6, "rollbackWithPatchAgent: patch agent want not to rollback."),
-                    infoAt(6, "rollbackWithPatchAgent: error quit."),
-                    errorAt(6, "rollback: rollbackWithPatchAgent failed.")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 rollback: rollback with old patch agent.",
+                            "Inf 6 rollbackWithPatchAgent: init auto-rollback backup structure.",
+                            "Inf 6 rollbackWithPatchAgent: init auto rollback backup info done.",
+                            "Inf 6 Call PatchAgent GetPatternPath with: " + app.path(),
+                            "Inf 6 PatchAgent GetPatternPath result: " + app.path(),
+                            "Err 6 rollbackWithPatchAgent: patch agent want not to rollback.",
+                            "Inf 6 rollbackWithPatchAgent: error quit.",
+                            "Err 6 rollback: rollbackWithPatchAgent failed."));
     EXPECT_THAT(agent.calls(), ElementsAre("GetPatternPath(" + app.path() + ")", "IsRollback()"));
     EXPECT_EQ(tree.snapshot("app"), before);
 }
@@ -259,10 +250,9 @@ TEST_P(KvRollbackActionStart, HeedsTheAnswerOfTheAgent) {
         return;
     }
     EXPECT_TRUE(isUntouched());
-    EXPECT_THAT(
-        lastMessages(3),
-        ElementsAre(errorAt(6, GetParam().error), infoAt(6, "rollbackWithPatchAgent: error quit."),
-                    errorAt(6, "rollback: rollbackWithPatchAgent failed.")));
+    EXPECT_THAT(lastMessages(3), ElementsAre(std::string("Err 6 ") + GetParam().error,
+                                             "Inf 6 rollbackWithPatchAgent: error quit.",
+                                             "Err 6 rollback: rollbackWithPatchAgent failed."));
     EXPECT_THAT(agent.calls().back(), StartsWith(entry + "("));
 }
 
@@ -323,13 +313,12 @@ TEST_F(KvRollbackAction, WritesTheRebootListLast) {
     EXPECT_EQ(run(), 1U);
 
     EXPECT_TRUE(isUntouched());
-    EXPECT_THAT(lastMessages(5),
-                ElementsAre(infoAt(6, "rollbackWithPatchAgent: action done."),
-                            infoAt(6, "rollbackWithPatchAgent: done."),
-                            infoAt(6, "adding reboot list into system registry/ini..."),
-                            infoAt(6, "src[] -> dst[" + app.path("x.dat") + "]"),
-                            infoAt(6, "src[" + app.path(app.store() + "backup.000") + "] -> dst[" +
-                                          app.path("a.dat") + "]")));
+    EXPECT_THAT(lastMessages(5), ElementsAre("Inf 6 rollbackWithPatchAgent: action done.",
+                                             "Inf 6 rollbackWithPatchAgent: done.",
+                                             "Inf 6 adding reboot list into system registry/ini...",
+                                             "Inf 6 src[] -> dst[" + app.path("x.dat") + "]",
+                                             "Inf 6 src[" + app.path(app.store() + "backup.000") +
+                                                 "] -> dst[" + app.path("a.dat") + "]"));
 }
 
 TEST_F(KvRollbackAction, ForgetsTheRebootListWhenItFails) {
@@ -339,10 +328,9 @@ TEST_F(KvRollbackAction, ForgetsTheRebootListWhenItFails) {
 
     EXPECT_TRUE(isUntouched());
     EXPECT_THAT(reboots.texts(), IsEmpty());
-    EXPECT_THAT(lastMessages(3),
-                ElementsAre(infoAt(6, "rollbackWithPatchAgent: auto rollback done."),
-                            infoAt(6, "rollbackWithPatchAgent: error quit."),
-                            errorAt(6, "rollback: rollbackWithPatchAgent failed.")));
+    EXPECT_THAT(lastMessages(3), ElementsAre("Inf 6 rollbackWithPatchAgent: auto rollback done.",
+                                             "Inf 6 rollbackWithPatchAgent: error quit.",
+                                             "Err 6 rollback: rollbackWithPatchAgent failed."));
 }
 
 }  // namespace

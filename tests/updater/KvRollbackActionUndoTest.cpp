@@ -33,20 +33,19 @@ TEST_F(KvRollbackActionUndone, RefusedEndIsReportedTwiceAndPutsAllFilesBack) {
     EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat", "x.dat=added x.dat"));
     EXPECT_THAT(
         story.linesAfter("call CheckFileEx(" + a + ")"),
-        ElementsAre("6 info Call PatchAgent EndItem with: TRUE, 100, 101",
-                    "call EndItem(1, 0x64/0, 0x65/0)",
-                    "6 error rollbackWithPatchAgent: end item failed.",
-                    "6 error rollbackWithPatchAgent: item failed.",
-                    "6 info rollbackWithPatchAgent: auto rollback.",
-                    "6 info Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
-                    "call StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)",
-                    "6 info autoRollback moving files, from:" + store + "backup.001, to:" + x,
-                    "6 info autoRollback moving files, from:" + store + "backup.002, to:" + a,
-                    "6 info Call PatchAgent EndItem with: TRUE, 101, 100",
-                    "call EndItem(1, 0x65/0, 0x64/0)",
-                    "6 error End Class[3] error but in auto rollback so ignore it",
-                    "6 info rollbackWithPatchAgent: auto rollback done.",
-                    "6 info rollbackWithPatchAgent: error quit."));
+        ElementsAre(
+            "Inf 6 Call PatchAgent EndItem with: TRUE, 100, 101", "call EndItem(1, 0x64/0, 0x65/0)",
+            "Err 6 rollbackWithPatchAgent: end item failed.",
+            "Err 6 rollbackWithPatchAgent: item failed.",
+            "Inf 6 rollbackWithPatchAgent: auto rollback.",
+            "Inf 6 Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
+            "call StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)",
+            "Inf 6 autoRollback moving files, from:" + store + "backup.001, to:" + x,
+            "Inf 6 autoRollback moving files, from:" + store + "backup.002, to:" + a,
+            "Inf 6 Call PatchAgent EndItem with: TRUE, 101, 100", "call EndItem(1, 0x65/0, 0x64/0)",
+            "Err 6 End Class[3] error but in auto rollback so ignore it",
+            "Inf 6 rollbackWithPatchAgent: auto rollback done.",
+            "Inf 6 rollbackWithPatchAgent: error quit."));
 }
 
 TEST_F(KvRollbackActionUndone, RefusedEndPutsAllFilesBackForAnOldAgentToo) {
@@ -94,15 +93,15 @@ TEST_P(KvRollbackActionResult, HasAStatusAndAMessageAndIsUndone) {
     ASSERT_GE(lines.size(), 11U);
     EXPECT_THAT(
         (std::vector<std::string>(lines.end() - 11, lines.end())),
-        ElementsAre(
-            GetParam().error, "6 info Call PatchAgent EndItem with: FALSE, 100, 101",
-            "call EndItem(0, 0x64/0, 0x65/0)", "6 error rollbackWithPatchAgent: item failed.",
-            "6 info rollbackWithPatchAgent: auto rollback.",
-            "6 info Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
-            "call StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)",
-            "6 info Call PatchAgent EndItem with: TRUE, 101, 100",
-            "call EndItem(1, 0x65/0, 0x64/0)", "6 info rollbackWithPatchAgent: auto rollback done.",
-            "6 info rollbackWithPatchAgent: error quit."));
+        ElementsAre(GetParam().error, "Inf 6 Call PatchAgent EndItem with: FALSE, 100, 101",
+                    "call EndItem(0, 0x64/0, 0x65/0)", "Err 6 rollbackWithPatchAgent: item failed.",
+                    "Inf 6 rollbackWithPatchAgent: auto rollback.",
+                    "Inf 6 Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
+                    "call StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)",
+                    "Inf 6 Call PatchAgent EndItem with: TRUE, 101, 100",
+                    "call EndItem(1, 0x65/0, 0x64/0)",
+                    "Inf 6 rollbackWithPatchAgent: auto rollback done.",
+                    "Inf 6 rollbackWithPatchAgent: error quit."));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -111,28 +110,28 @@ INSTANTIATE_TEST_SUITE_P(
                                [](TempTree&, DescriptionText& text, FakeAgent&) {
                                    text.setItem(0, "destination", "/" + std::string(4090, 'd'));
                                },
-                               12, "6 error rollbackWithPatchAgent: bad arguments."},
+                               12, "Err 6 rollbackWithPatchAgent: bad arguments."},
                     ItemResult{"NoRecord",
                                [](TempTree& tree, DescriptionText& text, FakeAgent&) {
                                    text.setItem(0, "destination", tree.makeDir("elsewhere"));
                                },
-                               58, "6 error rollbackWithPatchAgent: access failed."},
+                               58, "Err 6 rollbackWithPatchAgent: access failed."},
                     ItemResult{"NotInTheRecord",
                                [](TempTree& tree, DescriptionText&, FakeAgent&) {
                                    tree.write("app/VC_Backup/VcBackup.ini",
                                               "[common]\nitemcount=0\npatchagent.version=1\n");
                                },
-                               58, "6 error rollbackWithPatchAgent: access failed."},
+                               58, "Err 6 rollbackWithPatchAgent: access failed."},
                     ItemResult{"NotSaved",
                                [](TempTree& tree, DescriptionText&, FakeAgent&) {
                                    tree.write("app/VC_Backup/3", "in the way");
                                },
-                               58, "6 error rollbackWithPatchAgent: access failed."},
+                               58, "Err 6 rollbackWithPatchAgent: access failed."},
                     ItemResult{"Cancelled",
                                [](TempTree&, DescriptionText&, FakeAgent& agent) {
                                    agent.answers["CheckFileEx"] = -1;
                                },
-                               60, "6 error rollbackWithPatchAgent: user cancel."}),
+                               60, "Err 6 rollbackWithPatchAgent: user cancel."}),
     [](const auto& test) { return test.param.name; });
 
 TEST_F(KvRollbackActionUndone, AgentsRefusalOfTheEndOutweighsTheDisk) {
@@ -144,12 +143,12 @@ TEST_F(KvRollbackActionUndone, AgentsRefusalOfTheEndOutweighsTheDisk) {
     const std::vector<std::string> lines = story.linesAfter(" doesnot exist.");
     ASSERT_GE(lines.size(), 6U);
     EXPECT_THAT((std::vector<std::string>(lines.begin(), lines.begin() + 6)),
-                ElementsAre("6 error rollbackWithPatchAgent: access failed.",
-                            "6 info Call PatchAgent EndItem with: FALSE, 100, 101",
+                ElementsAre("Err 6 rollbackWithPatchAgent: access failed.",
+                            "Inf 6 Call PatchAgent EndItem with: FALSE, 100, 101",
                             "call EndItem(0, 0x64/0, 0x65/0)",
-                            "6 error rollbackWithPatchAgent: end item failed.",
-                            "6 error rollbackWithPatchAgent: item failed.",
-                            "6 info rollbackWithPatchAgent: auto rollback."));
+                            "Err 6 rollbackWithPatchAgent: end item failed.",
+                            "Err 6 rollbackWithPatchAgent: item failed.",
+                            "Inf 6 rollbackWithPatchAgent: auto rollback."));
 }
 
 // Without a destination there is nothing to undo either: the second pair of calls is missing.
@@ -159,8 +158,7 @@ TEST_F(KvRollbackActionUndone, ItemWithoutADestinationHasNoRecord) {
 
     EXPECT_EQ(rollbackWithPatchAgent(agent().table(), read.stru()), 58U);
 
-    EXPECT_THAT(log.records(),
-                Contains(errorAt(6, "rollbackItem: VC_Backup/VcBackup.ini doesnot exist.")));
+    EXPECT_THAT(log.lines(), Contains("Err 6 rollbackItem: VC_Backup/VcBackup.ini doesnot exist."));
     EXPECT_THAT(agent().calls,
                 ElementsAre("StartAction()", "StartItem(0.zip, 3, 5, 0x2, 0x64/0, 0x65/0)",
                             "EndItem(0, 0x64/0, 0x65/0)"));
@@ -180,18 +178,18 @@ TEST_F(KvRollbackActionUndone, RefusedStartIsUndoneAsAnItemOfNoClass) {
         story.linesAfter("PatchAgent StartAction with: void"),
         ElementsAre(
             "call StartAction()",
-            "6 info Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x2, 100, 101",
+            "Inf 6 Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x2, 100, 101",
             "call StartItem(0.zip, 3, 5, 0x2, 0x64/0, 0x65/0)",
-            "6 error startEachItem: start item failed.",
-            "6 info Call PatchAgent EndItem with: FALSE, 100, 101",
-            "call EndItem(0, 0x64/0, 0x65/0)", "6 error rollbackWithPatchAgent: start item failed.",
-            "6 info rollbackWithPatchAgent: auto rollback.",
-            "6 info Call PatchAgent StartItem with: empty string, 0, 0x0, 0x2, 0.0, 0.0",
+            "Err 6 startEachItem: start item failed.",
+            "Inf 6 Call PatchAgent EndItem with: FALSE, 100, 101",
+            "call EndItem(0, 0x64/0, 0x65/0)", "Err 6 rollbackWithPatchAgent: start item failed.",
+            "Inf 6 rollbackWithPatchAgent: auto rollback.",
+            "Inf 6 Call PatchAgent StartItem with: empty string, 0, 0x0, 0x2, 0.0, 0.0",
             "call StartItem(, 0, 0, 0x2, 0x0/0, 0x0/0)",
-            "6 error Start Class[0] error but in auto rollback ignore it",
-            "6 info Call PatchAgent EndItem with: TRUE, 0.0, 0.0", "call EndItem(1, 0x0/0, 0x0/0)",
-            "6 info rollbackWithPatchAgent: auto rollback done.",
-            "6 info rollbackWithPatchAgent: error quit."));
+            "Err 6 Start Class[0] error but in auto rollback ignore it",
+            "Inf 6 Call PatchAgent EndItem with: TRUE, 0.0, 0.0", "call EndItem(1, 0x0/0, 0x0/0)",
+            "Inf 6 rollbackWithPatchAgent: auto rollback done.",
+            "Inf 6 rollbackWithPatchAgent: error quit."));
 }
 
 // Nobody is called for it, and no answer yet counts as a failed one.
@@ -203,16 +201,16 @@ TEST_F(KvRollbackActionUndone, RefusedStartIsOnlyLoggedForAnOldAgent) {
 
     EXPECT_THAT(
         story.linesAfter("call StartPatch(0x1)"),
-        ElementsAre("6 info Call PatchAgent StartPattern with: 0.zip", "call StartPattern(0.zip)",
-                    "6 error startEachItem: start pattern failed.",
-                    "6 info Call PatchAgent EndPattern with: FALSE, 6553600, 6619136",
+        ElementsAre("Inf 6 Call PatchAgent StartPattern with: 0.zip", "call StartPattern(0.zip)",
+                    "Err 6 startEachItem: start pattern failed.",
+                    "Inf 6 Call PatchAgent EndPattern with: FALSE, 6553600, 6619136",
                     "call EndPattern(0, 0x640000, 0x650000)",
-                    "6 error rollbackWithPatchAgent: start item failed.",
-                    "6 info rollbackWithPatchAgent: auto rollback.",
-                    "6 error Start Class[0] error but in auto rollback so ignore it",
-                    "6 error End Class[0] error but in auto rollback so ignore it",
-                    "6 info rollbackWithPatchAgent: auto rollback done.",
-                    "6 info rollbackWithPatchAgent: error quit."));
+                    "Err 6 rollbackWithPatchAgent: start item failed.",
+                    "Inf 6 rollbackWithPatchAgent: auto rollback.",
+                    "Err 6 Start Class[0] error but in auto rollback so ignore it",
+                    "Err 6 End Class[0] error but in auto rollback so ignore it",
+                    "Inf 6 rollbackWithPatchAgent: auto rollback done.",
+                    "Inf 6 rollbackWithPatchAgent: error quit."));
 }
 
 TEST_F(KvRollbackActionUndone, ItemOfAnUnknownClassIsRefusedForAnOldAgent) {
@@ -222,8 +220,8 @@ TEST_F(KvRollbackActionUndone, ItemOfAnUnknownClassIsRefusedForAnOldAgent) {
     EXPECT_EQ(run(), 60U);
 
     EXPECT_THAT(agent().calls, ElementsAre("IsRollback()", "StartPatch(0x0)"));
-    EXPECT_THAT(log.records(), Contains(errorAt(9, "startEachItem: unknown class.")));
-    EXPECT_THAT(log.records(), Contains(errorAt(6, "rollbackWithPatchAgent: start item failed.")));
+    EXPECT_THAT(log.lines(), Contains("Err 9 startEachItem: unknown class."));
+    EXPECT_THAT(log.lines(), Contains("Err 6 rollbackWithPatchAgent: start item failed."));
 }
 
 // --- Several items
@@ -304,11 +302,11 @@ TEST_F(KvRollbackActionUndone, StatusIsThatOfTheFailureEvenIfTheUndoingStops) {
     EXPECT_THAT(app.files(), ElementsAre("z.dat=added z.dat"));
     EXPECT_THAT(
         story.linesAfter("rollbackWithPatchAgent: auto rollback."),
-        ElementsAre("6 info Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
+        ElementsAre("Inf 6 Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
                     "call StartItem(, 3, 5, 0x2, 0x65/0, 0x64/0)",
-                    "6 error autoRollback: written file name failed.",
-                    "6 info rollbackWithPatchAgent: auto rollback done.",
-                    "6 info rollbackWithPatchAgent: error quit."));
+                    "Err 6 autoRollback: written file name failed.",
+                    "Inf 6 rollbackWithPatchAgent: auto rollback done.",
+                    "Inf 6 rollbackWithPatchAgent: error quit."));
 }
 
 }  // namespace

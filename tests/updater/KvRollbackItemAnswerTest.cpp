@@ -12,8 +12,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 const std::string kFound = "rollbackItem: item found.";
-const std::string kFailed = "6 error rollbackItem: rollback added file failed.";
-const std::string kUnknownAnswer = "6 error rollbackItem:unknown action for checkfile.";
+const std::string kFailed = "Err 6 rollbackItem: rollback added file failed.";
+const std::string kUnknownAnswer = "Err 6 rollbackItem:unknown action for checkfile.";
 
 class KvRollbackItemAnswers : public RollbackItemTest {};
 
@@ -201,10 +201,10 @@ TEST_F(KvRollbackItemAnswers, SaysThatAnAnswerHasNoMeaning) {
     EXPECT_EQ(run(), 0);
 
     EXPECT_THAT(story.linesAfter(kFound),
-                ElementsAre("6 info Call PatchAgent CheckFileEx with " + app.path("x"),
+                ElementsAre("Inf 6 Call PatchAgent CheckFileEx with " + app.path("x"),
                             "call CheckFileEx(" + app.path("x") + ")", kUnknownAnswer,
-                            "6 info rollbackItem: rollback added file done.",
-                            "6 info Call PatchAgent CheckFileEx with: " + app.path("a"),
+                            "Inf 6 rollbackItem: rollback added file done.",
+                            "Inf 6 Call PatchAgent CheckFileEx with: " + app.path("a"),
                             "call CheckFileEx(" + app.path("a") + ")", kUnknownAnswer));
 }
 
@@ -216,7 +216,7 @@ TEST_F(KvRollbackItemAnswers, SaysThatAnAddedFileStoppedIt) {
     EXPECT_EQ(run(), 1);
 
     EXPECT_THAT(story.linesAfter(kFound),
-                ElementsAre("6 info Call PatchAgent CheckFileEx with " + app.path("x"),
+                ElementsAre("Inf 6 Call PatchAgent CheckFileEx with " + app.path("x"),
                             "call CheckFileEx(" + app.path("x") + ")", kFailed));
 }
 
@@ -229,8 +229,8 @@ TEST_F(KvRollbackItemAnswers, SaysThatAWrittenFileStoppedIt) {
     EXPECT_EQ(run(), 1);
 
     EXPECT_THAT(story.linesAfter(kFound),
-                ElementsAre("6 info rollbackItem: rollback added file done.",
-                            "6 info Call PatchAgent CheckFileEx with: " + app.path("a"),
+                ElementsAre("Inf 6 rollbackItem: rollback added file done.",
+                            "Inf 6 Call PatchAgent CheckFileEx with: " + app.path("a"),
                             "call CheckFileEx(" + app.path("a") + ")", kFailed));
 }
 

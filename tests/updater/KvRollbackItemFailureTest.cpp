@@ -21,7 +21,7 @@ using testing::ExitedWithCode;
 using testing::IsEmpty;
 
 const std::string kFound = "rollbackItem: item found.";
-const std::string kFailed = "6 error rollbackItem: rollback added file failed.";
+const std::string kFailed = "Err 6 rollbackItem: rollback added file failed.";
 const std::string kRecord = "app/VC_Backup/VcBackup.ini";
 
 class KvRollbackItemFailure : public RollbackItemTest {};
@@ -34,7 +34,7 @@ TEST_F(KvRollbackItemFailure, NeedsARecord) {
     EXPECT_EQ(run(), -2);
 
     EXPECT_THAT(story.lines(),
-                ElementsAre("6 error rollbackItem: " + tree.path(kRecord) + " doesnot exist."));
+                ElementsAre("Err 6 rollbackItem: " + tree.path(kRecord) + " doesnot exist."));
     EXPECT_FALSE(app.has("VC_Backup"));
 }
 
@@ -46,10 +46,10 @@ TEST_F(KvRollbackItemFailure, NeedsARecordThatIsAFile) {
 
     EXPECT_THAT(
         story.lines(),
-        ElementsAre("6 error Cause: " + app.path("VC_Backup/VcBackup.ini") + ": Is a directory",
-                    "6 error phaseIniForBackup: there is no item count available,ignore it.",
-                    "6 info phaseIniForBackup: error quit.",
-                    "6 error rollbackItem: phaseIniForBackup failed."));
+        ElementsAre("Err 6 Cause: " + app.path("VC_Backup/VcBackup.ini") + ": Is a directory",
+                    "Err 6 phaseIniForBackup: there is no item count available,ignore it.",
+                    "Inf 6 phaseIniForBackup: error quit.",
+                    "Err 6 rollbackItem: phaseIniForBackup failed."));
 }
 
 TEST_F(KvRollbackItemFailure, NeedsMemoryForTheRecord) {
@@ -60,10 +60,9 @@ TEST_F(KvRollbackItemFailure, NeedsMemoryForTheRecord) {
 
     EXPECT_EQ(run(), -2);
 
-    EXPECT_THAT(story.lines(),
-                ElementsAre("6 error Cause: " + app.path("VC_Backup/VcBackup.ini") +
-                                ": Cannot allocate memory",
-                            "6 error rollbackItem: create KvIniUtil object failed."));
+    EXPECT_THAT(story.lines(), ElementsAre("Err 6 Cause: " + app.path("VC_Backup/VcBackup.ini") +
+                                               ": Cannot allocate memory",
+                                           "Err 6 rollbackItem: create KvIniUtil object failed."));
     EXPECT_EQ(tree.snapshot(), before);
 }
 
@@ -80,9 +79,9 @@ TEST_F(KvRollbackItemFailure, DoesNotRepairADamagedRecord) {
     const std::vector<std::string>& lines = story.lines();
     ASSERT_GE(lines.size(), 3U);
     EXPECT_THAT((std::vector<std::string>(lines.end() - 3, lines.end())),
-                ElementsAre("6 error phaseIniForBackup: fetch section item_1 class failed.",
-                            "6 info phaseIniForBackup: error quit.",
-                            "6 error rollbackItem: phaseIniForBackup failed."));
+                ElementsAre("Err 6 phaseIniForBackup: fetch section item_1 class failed.",
+                            "Inf 6 phaseIniForBackup: error quit.",
+                            "Err 6 rollbackItem: phaseIniForBackup failed."));
 }
 
 TEST_F(KvRollbackItemFailure, ChangesNothingWhenTheRecordDoesNotKnowTheItem) {
@@ -94,7 +93,7 @@ TEST_F(KvRollbackItemFailure, ChangesNothingWhenTheRecordDoesNotKnowTheItem) {
 
     EXPECT_EQ(tree.snapshot(), before);
     EXPECT_THAT(story.linesAfter("find out the item with same class/type."),
-                ElementsAre("6 info rollbackItem: item not found."));
+                ElementsAre("Inf 6 rollbackItem: item not found."));
 }
 
 TEST_F(KvRollbackItemFailure, DoesNotFindItsItemInAnEmptyRecord) {
@@ -104,11 +103,11 @@ TEST_F(KvRollbackItemFailure, DoesNotFindItsItemInAnEmptyRecord) {
     EXPECT_EQ(run(), -3);
 
     EXPECT_THAT(story.lines(),
-                ElementsAre("6 info Dump backup ini common section:Item Count: 0\n"
+                ElementsAre("Inf 6 Dump backup ini common section:Item Count: 0\n"
                             "PatchAgent Ver: 1 (New)\nPatchAgent File: Null",
-                            "6 info phaseIniForBackup: done, item number is zero.",
-                            "6 info rollbackItem: find out the item with same class/type.",
-                            "6 info rollbackItem: item not found."));
+                            "Inf 6 phaseIniForBackup: done, item number is zero.",
+                            "Inf 6 rollbackItem: find out the item with same class/type.",
+                            "Inf 6 rollbackItem: item not found."));
 }
 
 // "VC_Backup" with its separator and its end takes eleven of 4096 bytes.
@@ -116,7 +115,7 @@ TEST_F(KvRollbackItemFailure, NeedsADestinationThatLeavesRoomForTheStore) {
     Story story(agent());
 
     EXPECT_EQ(runAt(std::string(4086, 'd').c_str()), -1);
-    EXPECT_THAT(story.lines(), ElementsAre("6 error rollbackItem: CatURIWithFile failed."));
+    EXPECT_THAT(story.lines(), ElementsAre("Err 6 rollbackItem: CatURIWithFile failed."));
     EXPECT_EQ(runAt(std::string(4085, 'd').c_str()), -2);
     EXPECT_THAT(story.lines().back(), EndsWith(" doesnot exist."));
 }
@@ -138,7 +137,7 @@ TEST_F(KvRollbackItemFailure, TakesNoDestinationAsTheWorkingDirectory) {
     Story story(agent());
     EXPECT_EQ(runAt(nullptr), -2);
     EXPECT_THAT(story.lines(),
-                ElementsAre("6 error rollbackItem: VC_Backup/VcBackup.ini doesnot exist."));
+                ElementsAre("Err 6 rollbackItem: VC_Backup/VcBackup.ini doesnot exist."));
 }
 
 // --- Files that cannot be saved
@@ -151,8 +150,8 @@ TEST_F(KvRollbackItemFailure, StopsAtAnAddedFileWhenTheStoreCannotBeMade) {
     EXPECT_EQ(run(), -5);
 
     EXPECT_THAT(story.linesAfter(kFound),
-                ElementsAre("6 error Cause: " + inStore("backup.001") + ": Not a directory",
-                            "6 error rollbackItem: crtUniFile failed.", kFailed));
+                ElementsAre("Err 6 Cause: " + inStore("backup.001") + ": Not a directory",
+                            "Err 6 rollbackItem: crtUniFile failed.", kFailed));
     EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat", "y.dat=added y.dat"));
     EXPECT_THAT(recorded(), IsEmpty());
 }
@@ -166,9 +165,9 @@ TEST_F(KvRollbackItemFailure, StopsAtAWrittenFileWhenTheStoreCannotBeMade) {
     EXPECT_EQ(run(), -5);
 
     EXPECT_THAT(story.linesAfter(kFound),
-                ElementsAre("6 info rollbackItem: rollback added file done.",
-                            "6 error Cause: " + inStore("backup.002") + ": Not a directory",
-                            "6 error rollbackItem: crtUniFile failed.", kFailed));
+                ElementsAre("Inf 6 rollbackItem: rollback added file done.",
+                            "Err 6 Cause: " + inStore("backup.002") + ": Not a directory",
+                            "Err 6 rollbackItem: crtUniFile failed.", kFailed));
     EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat"));
     EXPECT_THAT(recorded(), IsEmpty());
 }
@@ -200,8 +199,8 @@ TEST_F(KvRollbackItemFailure, StopsAtASavedCopyWhosePathDoesNotFit) {
     EXPECT_EQ(runAt(below.path().c_str()), -5);
 
     EXPECT_THAT(story.linesAfter(kFound),
-                ElementsAre("6 info rollbackItem: rollback added file done.",
-                            "6 error rollbackItem: CatURIWithFile failed.", kFailed));
+                ElementsAre("Inf 6 rollbackItem: rollback added file done.",
+                            "Err 6 rollbackItem: CatURIWithFile failed.", kFailed));
 }
 
 // --- Without memory
@@ -216,8 +215,8 @@ TEST_F(KvRollbackItemFailure, StopsWhenTheRestartListTakesNoMore) {
     g_rebootCopyList.capacity = g_rebootCopyList.count = 0;
 
     EXPECT_THAT(story.linesAfter("call CheckFileEx(" + app.path("x.dat") + ")"),
-                ElementsAre("6 error Cause: " + app.path("x.dat") + ": Cannot allocate memory",
-                            "6 error rollbackItem: malloc failed.", kFailed));
+                ElementsAre("Err 6 Cause: " + app.path("x.dat") + ": Cannot allocate memory",
+                            "Err 6 rollbackItem: malloc failed.", kFailed));
     EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat"));
     EXPECT_THAT(recorded(), IsEmpty());
 }
@@ -232,9 +231,9 @@ TEST_F(KvRollbackItemFailure, StopsWhenTheRestartListTakesNoMore) {
         return 1;
     };
     const int result = run();
-    const std::vector<std::string> lines = linesOf(log);
+    const std::vector<std::string> lines = log.lines();
     const bool isTold = lines.size() >= 2 && lines.rbegin()[0] == kFailed &&
-                        lines.rbegin()[1] == "6 error rollbackItem: malloc failed.";
+                        lines.rbegin()[1] == "Err 6 rollbackItem: malloc failed.";
     _exit(result == -5 && isTold && isLeft() ? 0 : 1);
 }
 
@@ -262,8 +261,8 @@ TEST_F(KvRollbackItemFailure, StopsWhenThePiecesOfAnEntryGetNoMemory) {
         Story story(agent());
         const int result = run();
         const std::vector<std::string> told = {
-            "6 error Cause: " + inStore("") + ": Cannot allocate memory",
-            "6 error rollbackItem: malloc failed.", kFailed};
+            "Err 6 Cause: " + inStore("") + ": Cannot allocate memory",
+            "Err 6 rollbackItem: malloc failed.", kFailed};
         _exit(result == -5 && story.linesAfter("added file done.") == told ? 0 : 1);
     };
 

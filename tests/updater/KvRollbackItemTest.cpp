@@ -37,21 +37,20 @@ TEST_P(KvRollbackItemWording, TellsAndAsksInThisOrder) {
 
     const std::string added = app.path("x.dat");
     const std::string written = app.path("a.dat");
-    EXPECT_THAT(
-        story.lines(),
-        ElementsAre("6 info Dump backup ini common section:Item Count: 1\n"
-                    "PatchAgent Ver: 1 (New)\nPatchAgent File: Null",
-                    "6 info Dump item[0] in backup ini:\nClass[3] Type[0x5]\n"
-                    "Original Ver[100] Result Ver[101]\nDestination: Null\n"
-                    "Count of Added Files[1]\n\tFile 0: " +
-                        added + "\nCount of OverWritten Files[1]\n\tFile 0: backup.000, " +
-                        written + "\n",
-                    "6 info rollbackItem: find out the item with same class/type.",
-                    "6 info rollbackItem: item found.", "6 info " + GetParam().added + added,
-                    "call " + GetParam().call + "(" + added + ")",
-                    "6 info rollbackItem: rollback added file done.",
-                    "6 info " + GetParam().written + written,
-                    "call " + GetParam().call + "(" + written + ")"));
+    EXPECT_THAT(story.lines(),
+                ElementsAre("Inf 6 Dump backup ini common section:Item Count: 1\n"
+                            "PatchAgent Ver: 1 (New)\nPatchAgent File: Null",
+                            "Inf 6 Dump item[0] in backup ini:\nClass[3] Type[0x5]\n"
+                            "Original Ver[100] Result Ver[101]\nDestination: Null\n"
+                            "Count of Added Files[1]\n\tFile 0: " +
+                                added + "\nCount of OverWritten Files[1]\n\tFile 0: backup.000, " +
+                                written + "\n",
+                            "Inf 6 rollbackItem: find out the item with same class/type.",
+                            "Inf 6 rollbackItem: item found.", "Inf 6 " + GetParam().added + added,
+                            "call " + GetParam().call + "(" + added + ")",
+                            "Inf 6 rollbackItem: rollback added file done.",
+                            "Inf 6 " + GetParam().written + written,
+                            "call " + GetParam().call + "(" + written + ")"));
 }
 
 // The misspelt word and the missing colon are what readers of the log look for.
@@ -74,9 +73,9 @@ TEST_F(KvRollbackItem, LeavesAllFilesForAnUnknownInterface) {
     EXPECT_THAT(recorded(), ElementsAre("backup.001, " + app.path("x.dat"),
                                         "backup.002, " + app.path("a.dat")));
     EXPECT_THAT(story.linesAfter(kFound),
-                ElementsAre("6 error rollbackItem: unknown patch agent version.",
-                            "6 info rollbackItem: rollback added file done.",
-                            "6 error rollbackItem: unknown patch agent version."));
+                ElementsAre("Err 6 rollbackItem: unknown patch agent version.",
+                            "Inf 6 rollbackItem: rollback added file done.",
+                            "Err 6 rollbackItem: unknown patch agent version."));
 }
 
 TEST_F(KvRollbackItem, DeletesTheAddedAndPutsTheSavedBack) {
@@ -118,9 +117,9 @@ TEST_F(KvRollbackItem, EndsAtAFileThatCannotBePutBack) {
 
     EXPECT_EQ(run(), -5);
 
-    const std::vector<std::string> lines = linesOf(log);
-    EXPECT_THAT(lines.back(), "6 error rollbackItem: rollback added file failed.");
-    EXPECT_THAT(lines[lines.size() - 2], testing::StartsWith("6 error Cause: "));
+    const std::vector<std::string> lines = log.lines();
+    EXPECT_THAT(lines.back(), "Err 6 rollbackItem: rollback added file failed.");
+    EXPECT_THAT(lines[lines.size() - 2], testing::StartsWith("Err 6 Cause: "));
     EXPECT_EQ(app.read("VC_Backup/3/5/backup.00a"), "old");
 }
 
@@ -163,7 +162,7 @@ TEST_F(KvRollbackItem, HasNothingToDoForAnItemWithoutFiles) {
     EXPECT_EQ(run(), 0);
 
     EXPECT_THAT(story.linesAfter(kFound),
-                ElementsAre("6 info rollbackItem: rollback added file done."));
+                ElementsAre("Inf 6 rollbackItem: rollback added file done."));
     EXPECT_THAT(recorded(), IsEmpty());
 }
 
@@ -264,14 +263,14 @@ INSTANTIATE_TEST_SUITE_P(
 // --- What a result means for the run
 
 TEST(KvRollbackItemStatus, IsASuccessOutsideTheKnownFailures) {
-    const std::vector<LogRecord> none;
-    const std::vector<LogRecord> access = {errorAt(6, "rollbackWithPatchAgent: access failed.")};
-    const std::vector<LogRecord> arguments = {errorAt(6, "rollbackWithPatchAgent: bad arguments.")};
-    const std::vector<LogRecord> cancel = {errorAt(6, "rollbackWithPatchAgent: user cancel.")};
+    const std::vector<std::string> none;
+    const std::vector<std::string> access = {"Err 6 rollbackWithPatchAgent: access failed."};
+    const std::vector<std::string> arguments = {"Err 6 rollbackWithPatchAgent: bad arguments."};
+    const std::vector<std::string> cancel = {"Err 6 rollbackWithPatchAgent: user cancel."};
     const struct {
         int result;
         unsigned status;
-        const std::vector<LogRecord>& records;
+        const std::vector<std::string>& records;
     } cases[] = {
         {INT_MIN, 0, none},  {-9, 0, none},      {-7, 0, none},    {-6, 58, access},
         {-5, 58, access},    {-4, 58, access},   {-3, 58, access}, {-2, 58, access},
@@ -281,7 +280,7 @@ TEST(KvRollbackItemStatus, IsASuccessOutsideTheKnownFailures) {
     for (const auto& c : cases) {
         LogCapture log;
         EXPECT_EQ(statusOfItem(static_cast<RollbackItemResult>(c.result)), c.status) << c.result;
-        EXPECT_EQ(log.records(), c.records) << c.result;
+        EXPECT_EQ(log.lines(), c.records) << c.result;
     }
 }
 

@@ -47,8 +47,8 @@ TEST_F(KvRunStatusFile, TakesEveryNumber) {
 TEST_F(KvRunStatusFile, SaysWhatItWrites) {
     const LogCapture log;
     (void)write(58);
-    EXPECT_THAT(log.records(), ElementsAre(infoAt(6, "Writing result file (" + tree.path() +
-                                                         "/VcResult.ini), status = 58")));
+    EXPECT_THAT(log.lines(), ElementsAre("Inf 6 Writing result file (" + tree.path() +
+                                         "/VcResult.ini), status = 58"));
 }
 
 struct Before {
@@ -80,9 +80,8 @@ TEST_F(KvRunStatusFile, IsToldToBeMissingWhereItCannotBeWritten) {
     const std::string path = tree.path("nowhere/VcResult.ini");
     writeResult(0);
     EXPECT_FALSE(tree.exists("nowhere"));
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(6, "Writing result file (" + path + "), status = 0"),
-                            errorAt(6, "Cause: " + path + ": No such file or directory")));
+    EXPECT_THAT(log.lines(), ElementsAre("Inf 6 Writing result file (" + path + "), status = 0",
+                                         "Err 6 Cause: " + path + ": No such file or directory"));
 }
 
 // Nothing is lost of what cannot be read, and nobody waits for a writer of the pipe.

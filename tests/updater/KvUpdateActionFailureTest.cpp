@@ -22,14 +22,14 @@ TEST_F(KvUpdateAction, RefusedAtItsStartHasNothingToUndo) {
 
     EXPECT_EQ(run(), 60U);
 
-    EXPECT_THAT(log.records(),
+    EXPECT_THAT(log.lines(),
                 ElementsAreArray(withRollback(
-                    {infoAt(6, "update: update with new patch agent."),
-                     infoAt(6, "Call PatchAgent StartAction with: void."),
-                     infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101"),
-                     errorAt(6, "startEachItem: start item failed."),
-                     infoAt(6, "Call PatchAgent EndItem with: FALSE, 100, 101"),
-                     errorAt(6, "updateWithPatchAgent: start item failed.")},
+                    {"Inf 6 update: update with new patch agent.",
+                     "Inf 6 Call PatchAgent StartAction with: void.",
+                     "Inf 6 Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101",
+                     "Err 6 startEachItem: start item failed.",
+                     "Inf 6 Call PatchAgent EndItem with: FALSE, 100, 101",
+                     "Err 6 updateWithPatchAgent: start item failed."},
                     {})));
     // Closed once, and the action is not ended.
     EXPECT_THAT(agent.calls(),
@@ -59,25 +59,24 @@ TEST_F(KvUpdateAction, RefusedAtItsEndIsUndone) {
 
     EXPECT_EQ(run(), 60U);
 
-    EXPECT_THAT(
-        log.records(),
-        ElementsAreArray(withRollback(
-            {infoAt(6, "update: update with new patch agent."),
-             infoAt(6, "Call PatchAgent StartAction with: void."),
-             infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101"),
-             infoAt(6, copying()),
-             infoAt(9, "Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)"),
-             infoAt(6, "callBackForUpdate: Create file (" + file() + ") done."),
-             infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
-             errorAt(6, "updateWithPatchAgent: end item failed.")},
-            {infoAt(6, "Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100"),
-             infoAt(6, "Auto Rollback in Update: Unlinking " + file() + " ."),
-             infoAt(6, "Call PatchAgent EndItem with: TRUE, 101, 100")})));
+    EXPECT_THAT(log.lines(),
+                ElementsAreArray(withRollback(
+                    {"Inf 6 update: update with new patch agent.",
+                     "Inf 6 Call PatchAgent StartAction with: void.",
+                     "Inf 6 Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101",
+                     std::string("Inf 6 ") + copying(),
+                     "Inf 9 Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)",
+                     "Inf 6 callBackForUpdate: Create file (" + file() + ") done.",
+                     "Inf 6 Call PatchAgent EndItem with: TRUE, 100, 101",
+                     "Err 6 updateWithPatchAgent: end item failed."},
+                    {"Inf 6 Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
+                     "Inf 6 Auto Rollback in Update: Unlinking " + file() + " .",
+                     "Inf 6 Call PatchAgent EndItem with: TRUE, 101, 100"})));
     EXPECT_FALSE(tree.exists("app/a.dat"));
 }
 
 // The messages of a copy, of this file, before its end.
-using CopyMessages = std::vector<LogRecord> (*)(const std::string& file);
+using CopyMessages = std::vector<std::string> (*)(const std::string& file);
 
 struct CopyResult {
     const char* name;
@@ -105,41 +104,40 @@ TEST_P(KvUpdateActionCopy, FailsWithAStatusAndAMessage) {
 
     EXPECT_EQ(run(), GetParam().status);
 
-    std::vector<LogRecord> expected =
-        upToTheCopy({infoAt(6, "xcopy from: " + tree.path("stage/3/5/*") + " to: " + destination)});
-    for (const LogRecord& message : GetParam().messages(destination + "/a.dat")) {
+    std::vector<std::string> expected =
+        upToTheCopy({"Inf 6 xcopy from: " + tree.path("stage/3/5/*") + " to: " + destination});
+    for (const std::string& message : GetParam().messages(destination + "/a.dat")) {
         expected.push_back(message);
     }
-    expected.push_back(infoAt(6, "Call PatchAgent EndItem with: FALSE, 100, 101"));
-    std::vector<LogRecord> undoing = {
-        infoAt(6, "Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100")};
+    expected.push_back("Inf 6 Call PatchAgent EndItem with: FALSE, 100, 101");
+    std::vector<std::string> undoing = {
+        "Inf 6 Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100"};
     if (GetParam().breaksOff) {
-        undoing.push_back(
-            infoAt(6, "Auto Rollback in Update: Unlinking " + destination + "/a.dat ."));
+        undoing.push_back("Inf 6 Auto Rollback in Update: Unlinking " + destination + "/a.dat .");
         EXPECT_FALSE(fs::exists(destination + "/a.dat"));
     }
-    undoing.push_back(infoAt(6, "Call PatchAgent EndItem with: TRUE, 101, 100"));
-    EXPECT_THAT(log.records(), ElementsAreArray(withRollback(expected, undoing)));
+    undoing.push_back("Inf 6 Call PatchAgent EndItem with: TRUE, 101, 100");
+    EXPECT_THAT(log.lines(), ElementsAreArray(withRollback(expected, undoing)));
 }
 
-std::vector<LogRecord> diskAccess(const std::string& /*file*/) {
-    return {errorAt(6, "updateWithPatchAgent: xcopy failed, disk access.")};
+std::vector<std::string> diskAccess(const std::string& /*file*/) {
+    return {"Err 6 updateWithPatchAgent: xcopy failed, disk access."};
 }
 
-std::vector<LogRecord> diskAccessOfAnAllowedFile(const std::string& file) {
-    return {infoAt(9, "Call PatchAgent CheckFileEx( " + file + " ) return 1,(OK)"),
-            errorAt(6, "updateWithPatchAgent: xcopy failed, disk access.")};
+std::vector<std::string> diskAccessOfAnAllowedFile(const std::string& file) {
+    return {"Inf 9 Call PatchAgent CheckFileEx( " + file + " ) return 1,(OK)",
+            "Err 6 updateWithPatchAgent: xcopy failed, disk access."};
 }
 
-std::vector<LogRecord> badParameters(const std::string& /*file*/) {
-    return {errorAt(6, "updateWithPatchAgent: xcopy failed, bad parameters.")};
+std::vector<std::string> badParameters(const std::string& /*file*/) {
+    return {"Err 6 updateWithPatchAgent: xcopy failed, bad parameters."};
 }
 
-std::vector<LogRecord> cancelled(const std::string& file) {
-    return {infoAt(9, "Call PatchAgent CheckFileEx( " + file +
-                          " ) return -1,(Error, and VC will try to auto-rollback)"),
-            errorAt(6, "callBackForUpdate: check file failed."),
-            errorAt(6, "updateWithPatchAgent: user cancel this")};
+std::vector<std::string> cancelled(const std::string& file) {
+    return {"Inf 9 Call PatchAgent CheckFileEx( " + file +
+                " ) return -1,(Error, and VC will try to auto-rollback)",
+            "Err 6 callBackForUpdate: check file failed.",
+            "Err 6 updateWithPatchAgent: user cancel this"};
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -164,16 +162,15 @@ TEST_F(KvUpdateAction, AgentsRefusalOfTheEndOutweighsTheDisk) {
 
     EXPECT_EQ(run(), 60U);
 
-    EXPECT_THAT(
-        log.records(),
-        ElementsAreArray(withRollback(
-            upToTheCopy({infoAt(6, copying()),
-                         errorAt(6, "updateWithPatchAgent: xcopy failed, disk access."),
-                         infoAt(6, "Call PatchAgent EndItem with: FALSE, 100, 101"),
-                         errorAt(6, "updateWithPatchAgent: end item failed.")}),
-            {infoAt(6, "Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100"),
-             infoAt(6, "Call PatchAgent EndItem with: TRUE, 101, 100"),
-             errorAt(6, "End Class[3] error but in auto rollback so ignore it")})));
+    EXPECT_THAT(log.lines(),
+                ElementsAreArray(withRollback(
+                    upToTheCopy({std::string("Inf 6 ") + copying(),
+                                 "Err 6 updateWithPatchAgent: xcopy failed, disk access.",
+                                 "Inf 6 Call PatchAgent EndItem with: FALSE, 100, 101",
+                                 "Err 6 updateWithPatchAgent: end item failed."}),
+                    {"Inf 6 Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
+                     "Inf 6 Call PatchAgent EndItem with: TRUE, 101, 100",
+                     "Err 6 End Class[3] error but in auto rollback so ignore it"})));
 }
 
 // Behind a start that is granted, an old agent is never told of the end of the whole patch.
@@ -181,13 +178,14 @@ class KvUpdateActionWithAnOldAgent : public KvUpdateAction {
   protected:
     KvUpdateActionWithAnOldAgent() : agent(load(ScriptedAgent::kOld)), app(tree.path("app")) {}
 
-    [[nodiscard]] std::vector<LogRecord> upToTheStart(const std::vector<LogRecord>& behind) const {
-        std::vector<LogRecord> all = {infoAt(6, "update: update with old patch agent."),
-                                      infoAt(6, "Call PatchAgent GetPatternPath with: " + app),
-                                      infoAt(6, "Call PatchAgent GetPatternPath result: " + app),
-                                      infoAt(6, "Call PatchAgent IsRollback with: void"),
-                                      infoAt(6, "Call PatchAgent StartPatch with: 0x1"),
-                                      infoAt(6, "Call PatchAgent StartPattern with: 0.zip")};
+    [[nodiscard]] std::vector<std::string> upToTheStart(
+        const std::vector<std::string>& behind) const {
+        std::vector<std::string> all = {"Inf 6 update: update with old patch agent.",
+                                        "Inf 6 Call PatchAgent GetPatternPath with: " + app,
+                                        "Inf 6 Call PatchAgent GetPatternPath result: " + app,
+                                        "Inf 6 Call PatchAgent IsRollback with: void",
+                                        "Inf 6 Call PatchAgent StartPatch with: 0x1",
+                                        "Inf 6 Call PatchAgent StartPattern with: 0.zip"};
         all.insert(all.end(), behind.begin(), behind.end());
         return all;
     }
@@ -208,13 +206,12 @@ TEST_F(KvUpdateActionWithAnOldAgent, RefusedAtItsStartHasNothingToUndo) {
 
     EXPECT_EQ(run(), 60U);
 
-    EXPECT_THAT(log.records(),
+    EXPECT_THAT(log.lines(),
                 ElementsAreArray(withRollback(
-                    upToTheStart({errorAt(6, "startEachItem: start pattern failed."),
-                                  infoAt(6,
-                                         "Call PatchAgent EndPattern with: FALSE, 6553600, "
-                                         "6619136"),
-                                  errorAt(6, "updateWithPatchAgent: start item failed.")}),
+                    upToTheStart({"Err 6 startEachItem: start pattern failed.",
+                                  "Inf 6 Call PatchAgent EndPattern with: FALSE, 6553600, "
+                                  "6619136",
+                                  "Err 6 updateWithPatchAgent: start item failed."}),
                     {})));
     EXPECT_EQ(agent.calls(), callsWith({"EndPattern(0, 0x640000, 0x650000)"}));
 }
@@ -225,15 +222,15 @@ TEST_F(KvUpdateActionWithAnOldAgent, RefusedAtAFileIsUndone) {
     EXPECT_EQ(run(), 60U);
 
     EXPECT_THAT(
-        log.records(),
+        log.lines(),
         ElementsAreArray(withRollback(
-            upToTheStart({infoAt(6, copying()),
-                          infoAt(9, "Call PatchAgent CheckFile( " + file() + " ) return -1"),
-                          errorAt(6, "callBackForUpdate: check file failed."),
-                          errorAt(6, "updateWithPatchAgent: user cancel this"),
-                          infoAt(6, "Call PatchAgent EndPattern with: FALSE, 6553600, 6619136")}),
-            {infoAt(6, "Call PatchAgent StartPattern with: empty string"),
-             infoAt(6, "Call PatchAgent EndPattern with: TRUE, 6619136, 6553600")})));
+            upToTheStart({std::string("Inf 6 ") + copying(),
+                          "Inf 9 Call PatchAgent CheckFile( " + file() + " ) return -1",
+                          "Err 6 callBackForUpdate: check file failed.",
+                          "Err 6 updateWithPatchAgent: user cancel this",
+                          "Inf 6 Call PatchAgent EndPattern with: FALSE, 6553600, 6619136"}),
+            {"Inf 6 Call PatchAgent StartPattern with: empty string",
+             "Inf 6 Call PatchAgent EndPattern with: TRUE, 6619136, 6553600"})));
     EXPECT_EQ(agent.calls(),
               callsWith({"CheckFile(" + file() + ")", "EndPattern(0, 0x640000, 0x650000)",
                          "StartPattern()", "EndPattern(1, 0x650000, 0x640000)"}));
@@ -244,17 +241,16 @@ TEST_F(KvUpdateActionWithAnOldAgent, RefusedAtItsEndIsUndone) {
 
     EXPECT_EQ(run(), 60U);
 
-    EXPECT_THAT(
-        log.records(),
-        ElementsAreArray(withRollback(
-            upToTheStart({infoAt(6, copying()),
-                          infoAt(9, "Call PatchAgent CheckFile( " + file() + " ) return 1"),
-                          infoAt(6, "callBackForUpdate: Create file (" + file() + ") done."),
-                          infoAt(6, "Call PatchAgent EndPattern with: TRUE, 6553600, 6619136"),
-                          errorAt(6, "updateWithPatchAgent: end item failed.")}),
-            {infoAt(6, "Call PatchAgent StartPattern with: empty string"),
-             infoAt(6, "Auto Rollback in Update: Unlinking " + file() + " ."),
-             infoAt(6, "Call PatchAgent EndPattern with: TRUE, 6619136, 6553600")})));
+    EXPECT_THAT(log.lines(),
+                ElementsAreArray(withRollback(
+                    upToTheStart({std::string("Inf 6 ") + copying(),
+                                  "Inf 9 Call PatchAgent CheckFile( " + file() + " ) return 1",
+                                  "Inf 6 callBackForUpdate: Create file (" + file() + ") done.",
+                                  "Inf 6 Call PatchAgent EndPattern with: TRUE, 6553600, 6619136",
+                                  "Err 6 updateWithPatchAgent: end item failed."}),
+                    {"Inf 6 Call PatchAgent StartPattern with: empty string",
+                     "Inf 6 Auto Rollback in Update: Unlinking " + file() + " .",
+                     "Inf 6 Call PatchAgent EndPattern with: TRUE, 6619136, 6553600"})));
     EXPECT_EQ(agent.calls(),
               callsWith({"CheckFile(" + file() + ")", "EndPattern(1, 0x640000, 0x650000)",
                          "StartPattern()", "EndPattern(1, 0x650000, 0x640000)"}));

@@ -25,16 +25,16 @@ TEST_F(KvUpdateActionWithoutMemory, EndsWhenAnItemsDestinationCannotBeKept) {
                             []() { limitMemory(6 * kMegabyte); });
         const bool isRight = run() == 48 && !tree.exists("app/a.dat");
         exitWith(isRight,
-                 {"6 info Call PatchAgent StartItem with: 1.zip, 3, 0x6, 0x0, 100, 101",
-                  "6 error Cause: " + std::string(4095, 'd') + ": Cannot allocate memory",
-                  "6 error updateWithPatchAgent: malloc for blist dest failed.",
-                  "6 info updateWithPatchAgent: auto rollback.",
-                  "6 info Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
-                  "6 info Auto Rollback in Update: Unlinking " + file() + " .",
-                  "6 info Call PatchAgent EndItem with: TRUE, 101, 100",
-                  "6 info updateWithPatchAgent: auto rollback done.",
-                  "6 info updateWithPatchAgent: error quit.",
-                  "6 error update: updateWithPatchAgent failed."});
+                 {"Inf 6 Call PatchAgent StartItem with: 1.zip, 3, 0x6, 0x0, 100, 101",
+                  "Err 6 Cause: " + std::string(4095, 'd') + ": Cannot allocate memory",
+                  "Err 6 updateWithPatchAgent: malloc for blist dest failed.",
+                  "Inf 6 updateWithPatchAgent: auto rollback.",
+                  "Inf 6 Call PatchAgent StartItem with: empty string, 3, 0x5, 0x2, 101, 100",
+                  "Inf 6 Auto Rollback in Update: Unlinking " + file() + " .",
+                  "Inf 6 Call PatchAgent EndItem with: TRUE, 101, 100",
+                  "Inf 6 updateWithPatchAgent: auto rollback done.",
+                  "Inf 6 updateWithPatchAgent: error quit.",
+                  "Err 6 update: updateWithPatchAgent failed."});
     };
     EXPECT_EXIT(body(), ExitedWithCode(0), "");
 }
@@ -45,11 +45,11 @@ TEST_F(KvUpdateActionWithoutMemory, EndsWhenTheRunCannotHaveARecord) {
     const auto body = [&]() {
         const OnMessage cut("No patchagent.", []() { limitMemory(kMegabyte / 8); });
         const bool isRight = run() == 48 && !tree.exists("app/a.dat");
-        exitWith(isRight, {"6 info update: update with new patch agent.",
-                           "6 info No patchagent. Use default patchagent inside VC",
-                           "6 error initBackupStru: malloc failed.",
-                           "6 info updateWithPatchAgent: error quit.",
-                           "6 error update: updateWithPatchAgent failed."});
+        exitWith(isRight,
+                 {"Inf 6 update: update with new patch agent.",
+                  "Inf 6 No patchagent. Use default patchagent inside VC",
+                  "Err 6 initBackupStru: malloc failed.", "Inf 6 updateWithPatchAgent: error quit.",
+                  "Err 6 update: updateWithPatchAgent failed."});
     };
     EXPECT_EXIT(body(), ExitedWithCode(0), "");
 }

@@ -23,10 +23,9 @@ TEST_F(KvUpdateAction, RefusesADescriptionThatCannotBeRead) {
 
     EXPECT_EQ(run(), 12U);
 
-    EXPECT_THAT(log.records(),
-                ElementsAre(errorAt(6, "phaseIniForUpdate: fetch destination failed."),
-                            infoAt(6, "phaseIniForUpdate: error quit."),
-                            errorAt(6, "update: phaseIniForUpdate failed.")));
+    EXPECT_THAT(log.lines(), ElementsAre("Err 6 phaseIniForUpdate: fetch destination failed.",
+                                         "Inf 6 phaseIniForUpdate: error quit.",
+                                         "Err 6 update: phaseIniForUpdate failed."));
 }
 
 TEST_F(KvUpdateAction, RefusesNoDescriptionAtAll) {
@@ -38,9 +37,8 @@ TEST_F(KvUpdateAction, SaysSoWhenThereIsNothingToUpdate) {
 
     EXPECT_EQ(run(), 4U);
 
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(6, "phaseIniForUpdate: done, item is zero or no item."),
-                            infoAt(6, "update: vcpatch ini contains no items.")));
+    EXPECT_THAT(log.lines(), ElementsAre("Inf 6 phaseIniForUpdate: done, item is zero or no item.",
+                                         "Inf 6 update: vcpatch ini contains no items."));
 }
 
 TEST_F(KvUpdateAction, RefusesAnUnknownInterface) {
@@ -48,8 +46,7 @@ TEST_F(KvUpdateAction, RefusesAnUnknownInterface) {
 
     EXPECT_EQ(run(), 12U);
 
-    EXPECT_THAT(log.records(),
-                ElementsAre(errorAt(6, "update: unknown patch agent version number.")));
+    EXPECT_THAT(log.lines(), ElementsAre("Err 6 update: unknown patch agent version number."));
 }
 
 TEST_F(KvUpdateAction, WithANewAgentSaysThisInThisOrder) {
@@ -59,18 +56,17 @@ TEST_F(KvUpdateAction, WithANewAgentSaysThisInThisOrder) {
     EXPECT_EQ(run(), 0U);
 
     EXPECT_THAT(
-        log.records(),
-        ElementsAre(
-            infoAt(6, "update: update with new patch agent."),
-            infoAt(6, "Call PatchAgent StartAction with: void."),
-            infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101"),
-            infoAt(6, copying()),
-            infoAt(9, "Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)"),
-            infoAt(6, "callBackForUpdate: Overwrite file(backup.000, " + file() + ") done."),
-            infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
-            infoAt(6, "Call PatchAgent EndAction with: void"),
-            infoAt(6, "mergeBackupIni: no need to backup."),
-            infoAt(6, "mergeBackupIni: no backup done.")));
+        log.lines(),
+        ElementsAre("Inf 6 update: update with new patch agent.",
+                    "Inf 6 Call PatchAgent StartAction with: void.",
+                    "Inf 6 Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101",
+                    std::string("Inf 6 ") + copying(),
+                    "Inf 9 Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)",
+                    "Inf 6 callBackForUpdate: Overwrite file(backup.000, " + file() + ") done.",
+                    "Inf 6 Call PatchAgent EndItem with: TRUE, 100, 101",
+                    "Inf 6 Call PatchAgent EndAction with: void",
+                    "Inf 6 mergeBackupIni: no need to backup.",
+                    "Inf 6 mergeBackupIni: no backup done."));
     EXPECT_THAT(
         agent.calls(),
         ElementsAre("StartAction()", "StartItem(0.zip, 3, 5, 0x0, 0x64/0, 0x65/0)",
@@ -84,22 +80,22 @@ TEST_F(KvUpdateAction, WithAnOldAgentSaysThisInThisOrder) {
     EXPECT_EQ(run(), 0U);
 
     const std::string app = tree.path("app");
-    EXPECT_THAT(
-        log.records(),
-        ElementsAre(infoAt(6, "update: update with old patch agent."),
-                    infoAt(6, "Call PatchAgent GetPatternPath with: " + app),
-                    infoAt(6, "Call PatchAgent GetPatternPath result: " + app),
-                    infoAt(6, "Call PatchAgent IsRollback with: void"),
-                    infoAt(6, "updateWithPatchAgent: patch agent want not to rollback."),
-                    infoAt(6, "Call PatchAgent StartPatch with: 0x1"),
-                    infoAt(6, "Call PatchAgent StartPattern with: 0.zip"), infoAt(6, copying()),
-                    infoAt(9, "Call PatchAgent CheckFile( " + file() + " ) return 1"),
-                    infoAt(6, "callBackForUpdate: Create file (" + file() + ") done."),
-                    // 100 and 101, each times 65536.
-                    infoAt(6, "Call PatchAgent EndPattern with: TRUE, 6553600, 6619136"),
-                    infoAt(6, "Call PatchAgent EndPatch with: TRUE"),
-                    infoAt(6, "mergeBackupIni: no need to backup."),
-                    infoAt(6, "mergeBackupIni: no backup done.")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 update: update with old patch agent.",
+                            "Inf 6 Call PatchAgent GetPatternPath with: " + app,
+                            "Inf 6 Call PatchAgent GetPatternPath result: " + app,
+                            "Inf 6 Call PatchAgent IsRollback with: void",
+                            "Inf 6 updateWithPatchAgent: patch agent want not to rollback.",
+                            "Inf 6 Call PatchAgent StartPatch with: 0x1",
+                            "Inf 6 Call PatchAgent StartPattern with: 0.zip",
+                            std::string("Inf 6 ") + copying(),
+                            "Inf 9 Call PatchAgent CheckFile( " + file() + " ) return 1",
+                            "Inf 6 callBackForUpdate: Create file (" + file() + ") done.",
+                            // 100 and 101, each times 65536.
+                            "Inf 6 Call PatchAgent EndPattern with: TRUE, 6553600, 6619136",
+                            "Inf 6 Call PatchAgent EndPatch with: TRUE",
+                            "Inf 6 mergeBackupIni: no need to backup.",
+                            "Inf 6 mergeBackupIni: no backup done."));
     EXPECT_THAT(agent.calls(),
                 ElementsAre("GetPatternPath(" + app + ")", "IsRollback()", "StartPatch(0x1)",
                             "StartPattern(0.zip)", "CheckFile(" + file() + ")",
@@ -119,37 +115,35 @@ TEST_F(KvUpdateActionOfTwo, WordsTheQuestionsForThePathsEachInItsWay) {
     EXPECT_EQ(run(), 60U);
 
     const std::string app = tree.path("app");
-    EXPECT_THAT(
-        log.records(),
-        ElementsAre(infoAt(6, "update: update with old patch agent."),
-                    infoAt(6, "PatchAgent GetEnginePath with: " + app),
-                    infoAt(6, "Call PatchAgent GetEnginePath result: /e"),
-                    infoAt(6, "PatchAgent GetProductPath with: " + app),
-                    infoAt(6, "PatchAgent GetProductPath result: /p"),
-                    infoAt(6, "Call PatchAgent IsRollback with: void"),
-                    infoAt(6, "Call PatchAgent StartPatch with: 0x6"),
-                    errorAt(6, "updateWithPatchAgent: PatchAgent StartPatch return PATCH_ERROR."),
-                    infoAt(6, "updateWithPatchAgent: error quit."),
-                    errorAt(6, "update: updateWithPatchAgent failed.")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 update: update with old patch agent.",
+                            "Inf 6 PatchAgent GetEnginePath with: " + app,
+                            "Inf 6 Call PatchAgent GetEnginePath result: /e",
+                            "Inf 6 PatchAgent GetProductPath with: " + app,
+                            "Inf 6 PatchAgent GetProductPath result: /p",
+                            "Inf 6 Call PatchAgent IsRollback with: void",
+                            "Inf 6 Call PatchAgent StartPatch with: 0x6",
+                            "Err 6 updateWithPatchAgent: PatchAgent StartPatch return PATCH_ERROR.",
+                            "Inf 6 updateWithPatchAgent: error quit.",
+                            "Err 6 update: updateWithPatchAgent failed."));
 }
 
 TEST_F(KvUpdateAction, WithoutAnAgentTheDefaultsOfTheNewInterfaceAcceptEverything) {
     EXPECT_EQ(run(), 0U);
 
     EXPECT_EQ(tree.read("app/a.dat"), "new");
-    EXPECT_THAT(
-        log.records(),
-        ElementsAre(infoAt(6, "update: update with new patch agent."),
-                    infoAt(6, "No patchagent. Use default patchagent inside VC"),
-                    infoAt(6, "Call PatchAgent StartAction with: void."),
-                    infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101"),
-                    infoAt(6, copying()),
-                    infoAt(9, "Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)"),
-                    infoAt(6, "callBackForUpdate: Create file (" + file() + ") done."),
-                    infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
-                    infoAt(6, "Call PatchAgent EndAction with: void"),
-                    infoAt(6, "mergeBackupIni: no need to backup."),
-                    infoAt(6, "mergeBackupIni: no backup done.")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 update: update with new patch agent.",
+                            "Inf 6 No patchagent. Use default patchagent inside VC",
+                            "Inf 6 Call PatchAgent StartAction with: void.",
+                            "Inf 6 Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101",
+                            std::string("Inf 6 ") + copying(),
+                            "Inf 9 Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)",
+                            "Inf 6 callBackForUpdate: Create file (" + file() + ") done.",
+                            "Inf 6 Call PatchAgent EndItem with: TRUE, 100, 101",
+                            "Inf 6 Call PatchAgent EndAction with: void",
+                            "Inf 6 mergeBackupIni: no need to backup.",
+                            "Inf 6 mergeBackupIni: no backup done."));
 }
 
 TEST_F(KvUpdateAction, WithoutAnAgentTheDefaultsOfTheOldInterfaceAcceptEverything) {
@@ -159,21 +153,21 @@ TEST_F(KvUpdateAction, WithoutAnAgentTheDefaultsOfTheOldInterfaceAcceptEverythin
 
     EXPECT_EQ(tree.read("app/a.dat"), "new");
     const std::string app = tree.path("app");
-    EXPECT_THAT(
-        log.records(),
-        ElementsAre(infoAt(6, "update: update with old patch agent."),
-                    infoAt(6, "No patchagent. Use default patchagent inside VC"),
-                    infoAt(6, "Call PatchAgent GetPatternPath with: " + app),
-                    infoAt(6, "Call PatchAgent GetPatternPath result: " + app),
-                    infoAt(6, "Call PatchAgent IsRollback with: void"),
-                    infoAt(6, "Call PatchAgent StartPatch with: 0x1"),
-                    infoAt(6, "Call PatchAgent StartPattern with: 0.zip"), infoAt(6, copying()),
-                    infoAt(9, "Call PatchAgent CheckFile( " + file() + " ) return 1"),
-                    infoAt(6, "callBackForUpdate: Create file (" + file() + ") done."),
-                    infoAt(6, "Call PatchAgent EndPattern with: TRUE, 6553600, 6619136"),
-                    infoAt(6, "Call PatchAgent EndPatch with: TRUE"),
-                    infoAt(6, "mergeBackupIni: no need to backup."),
-                    infoAt(6, "mergeBackupIni: no backup done.")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Inf 6 update: update with old patch agent.",
+                            "Inf 6 No patchagent. Use default patchagent inside VC",
+                            "Inf 6 Call PatchAgent GetPatternPath with: " + app,
+                            "Inf 6 Call PatchAgent GetPatternPath result: " + app,
+                            "Inf 6 Call PatchAgent IsRollback with: void",
+                            "Inf 6 Call PatchAgent StartPatch with: 0x1",
+                            "Inf 6 Call PatchAgent StartPattern with: 0.zip",
+                            std::string("Inf 6 ") + copying(),
+                            "Inf 9 Call PatchAgent CheckFile( " + file() + " ) return 1",
+                            "Inf 6 callBackForUpdate: Create file (" + file() + ") done.",
+                            "Inf 6 Call PatchAgent EndPattern with: TRUE, 6553600, 6619136",
+                            "Inf 6 Call PatchAgent EndPatch with: TRUE",
+                            "Inf 6 mergeBackupIni: no need to backup.",
+                            "Inf 6 mergeBackupIni: no backup done."));
 }
 
 TEST_F(KvUpdateAction, WithABackupSaysThisInThisOrder) {
@@ -185,22 +179,20 @@ TEST_F(KvUpdateAction, WithABackupSaysThisInThisOrder) {
 
     EXPECT_EQ(tree.read("app/VC_Backup/3/5/backup.000"), "old");
     EXPECT_THAT(
-        log.records(),
+        log.lines(),
         ElementsAreArray(upToTheCopy(
-            {infoAt(6, copying()),
-             infoAt(9, "Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)"),
-             infoAt(6, "callBackForUpdate: Overwrite file(backup.000, " + file() + ") done."),
-             infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
-             infoAt(6, "Call PatchAgent EndAction with: void"),
-             infoAt(6, "mergeBackupIni: backup needed."),
-             infoAt(6, "Start parsing the original backup ini(" +
-                           tree.path("app/VC_Backup/VcBackup.ini") + ")."),
-             infoAt(6,
-                    "Dump backup ini common section:Item Count: 0\nPatchAgent Ver: 1 (New)\n"
-                    "PatchAgent File: " +
-                        agent.path()),
-             infoAt(6, "phaseIniForBackup: done, item number is zero."),
-             infoAt(6, "mergeBackupIni: done.")})));
+            {std::string("Inf 6 ") + copying(),
+             "Inf 9 Call PatchAgent CheckFileEx( " + file() + " ) return 1,(OK)",
+             "Inf 6 callBackForUpdate: Overwrite file(backup.000, " + file() + ") done.",
+             "Inf 6 Call PatchAgent EndItem with: TRUE, 100, 101",
+             "Inf 6 Call PatchAgent EndAction with: void", "Inf 6 mergeBackupIni: backup needed.",
+             "Inf 6 Start parsing the original backup ini(" +
+                 tree.path("app/VC_Backup/VcBackup.ini") + ").",
+             "Inf 6 Dump backup ini common section:Item Count: 0\nPatchAgent Ver: 1 (New)\n"
+             "PatchAgent File: " +
+                 agent.path(),
+             "Inf 6 phaseIniForBackup: done, item number is zero.",
+             "Inf 6 mergeBackupIni: done."})));
 }
 
 // The record is merged before the copies are handed to the system.
@@ -212,19 +204,18 @@ TEST_F(KvUpdateAction, WithADeferredFileSaysThisInThisOrder) {
 
     EXPECT_EQ(tree.read("app/a.dat"), "old");
     EXPECT_THAT(
-        log.records(),
+        log.lines(),
         ElementsAreArray(upToTheCopy(
-            {infoAt(6, copying()),
-             infoAt(9, "Call PatchAgent CheckFileEx( " + file() +
-                           " ) return -2,(Do not copy the file now, but add to the reboot-list, "
-                           "to be executed on the next restart of the OS. (Windows only))"),
-             infoAt(6, "callBackForUpdate: Overwrite file(backup.000, " + file() + ") done."),
-             infoAt(6, "Call PatchAgent EndItem with: TRUE, 100, 101"),
-             infoAt(6, "Call PatchAgent EndAction with: void"),
-             infoAt(6, "mergeBackupIni: no need to backup."),
-             infoAt(6, "mergeBackupIni: no backup done."),
-             infoAt(6, "adding reboot list into system registry/ini..."),
-             infoAt(6, "src[" + tree.path("stage/3/5/a.dat") + "] -> dst[" + file() + "]")})));
+            {std::string("Inf 6 ") + copying(),
+             "Inf 9 Call PatchAgent CheckFileEx( " + file() +
+                 " ) return -2,(Do not copy the file now, but add to the reboot-list, "
+                 "to be executed on the next restart of the OS. (Windows only))",
+             "Inf 6 callBackForUpdate: Overwrite file(backup.000, " + file() + ") done.",
+             "Inf 6 Call PatchAgent EndItem with: TRUE, 100, 101",
+             "Inf 6 Call PatchAgent EndAction with: void",
+             "Inf 6 mergeBackupIni: no need to backup.", "Inf 6 mergeBackupIni: no backup done.",
+             "Inf 6 adding reboot list into system registry/ini...",
+             "Inf 6 src[" + tree.path("stage/3/5/a.dat") + "] -> dst[" + file() + "]"})));
 }
 
 TEST_F(KvUpdateAction, AsksForARestartForANewFileWithoutARebootList) {
@@ -257,12 +248,12 @@ TEST_P(KvUpdateActionStart, HeedsTheAnswerOfTheAgent) {
     EXPECT_EQ(tree.exists("app/a.dat"), GetParam().status == 0);
     EXPECT_THAT(log.texts(), Not(Contains("updateWithPatchAgent: auto rollback.")));
     if (GetParam().status != 0) {
-        const auto& records = log.records();
+        const auto& records = log.lines();
         ASSERT_GE(records.size(), 3U);
-        EXPECT_THAT((std::vector<LogRecord>(records.end() - 3, records.end())),
-                    ElementsAre(errorAt(6, GetParam().error),
-                                infoAt(6, "updateWithPatchAgent: error quit."),
-                                errorAt(6, "update: updateWithPatchAgent failed.")));
+        EXPECT_THAT((std::vector<std::string>(records.end() - 3, records.end())),
+                    ElementsAre(std::string("Err 6 ") + GetParam().error,
+                                "Inf 6 updateWithPatchAgent: error quit.",
+                                "Err 6 update: updateWithPatchAgent failed."));
         EXPECT_THAT(agent.calls().back(), testing::StartsWith(entry + "("));
     }
 }

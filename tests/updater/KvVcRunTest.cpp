@@ -88,20 +88,20 @@ TEST_F(KvVcRun, LeavesTheCodePageWithoutTheKey) {
 TEST_F(KvVcRun, ReportsEveryMessageAsProgress) {
     const LogCapture log;
     EXPECT_EQ(run("action=7\n"), 0);
-    EXPECT_THAT(log.records(),
-                ElementsAre(infoAt(6, "VcPatch[1.0.0.1027] argv[1]: " + tree.path("staging") +
-                                          "\nVC Path: " + root),
-                            errorAt(6, "VcPatch Action: Undefined action value."),
-                            infoAt(6, "Writing result file (" + tree.path("staging/VcResult.ini") +
-                                          "), status = 57"),
-                            infoAt(6, "VcPatch end.")));
+    EXPECT_THAT(
+        log.lines(),
+        ElementsAre(
+            "Inf 6 VcPatch[1.0.0.1027] argv[1]: " + tree.path("staging") + "\nVC Path: " + root,
+            "Err 6 VcPatch Action: Undefined action value.",
+            "Inf 6 Writing result file (" + tree.path("staging/VcResult.ini") + "), status = 57",
+            "Inf 6 VcPatch end."));
 }
 
 TEST_F(KvVcRun, ReportsAMissingActionAsAnError) {
     const LogCapture log;
     EXPECT_EQ(run(""), 0);
-    ASSERT_EQ(log.records().size(), 4U);
-    EXPECT_EQ(log.records()[1], errorAt(6, "VcPatch fetch (common:action) failed."));
+    ASSERT_EQ(log.lines().size(), 4U);
+    EXPECT_EQ(log.lines()[1], "Err 6 VcPatch fetch (common:action) failed.");
 }
 
 TEST_F(KvVcRun, TellsWhyADescriptionCannotBeRead) {
@@ -152,13 +152,12 @@ TEST_F(KvVcRun, EndsWithoutMemoryForTheDescription) {
     EXPECT_EQ(runArguments({"VcPatch", tree.path("staging")}), 1);
 
     EXPECT_EQ(tree.read("staging/VcResult.ini"), "result=57\n");
-    EXPECT_THAT(log.records(),
-                ElementsAre(errorAt(6, "Cause: " + tree.path("staging/VcPatch.ini") +
-                                           ": Cannot allocate memory"),
-                            errorAt(6, "VcPatch: KvIniUtil failed."),
-                            infoAt(6, "Writing result file (" + tree.path("staging/VcResult.ini") +
-                                          "), status = 57"),
-                            infoAt(6, "VcPatch end.")));
+    EXPECT_THAT(log.lines(), ElementsAre("Err 6 Cause: " + tree.path("staging/VcPatch.ini") +
+                                             ": Cannot allocate memory",
+                                         "Err 6 VcPatch: KvIniUtil failed.",
+                                         "Inf 6 Writing result file (" +
+                                             tree.path("staging/VcResult.ini") + "), status = 57",
+                                         "Inf 6 VcPatch end."));
 }
 
 TEST_F(KvVcRun, ReportsAnAgentVersionThatRollbackDoesNotKnow) {
@@ -166,8 +165,8 @@ TEST_F(KvVcRun, ReportsAnAgentVersionThatRollbackDoesNotKnow) {
     EXPECT_EQ(run("action=1\nitemcount=1\npatchagent.version=5\n[item_0]\nclass=3\ntype=5\n"
                   "origin.version=1\nresult.version=2\ndestination=/nowhere\n"),
               0);
-    EXPECT_THAT(log.records(),
-                testing::Contains(errorAt(6, "rollback: unkown patch agent version number.")));
+    EXPECT_THAT(log.lines(),
+                testing::Contains("Err 6 rollback: unkown patch agent version number."));
     EXPECT_EQ(tree.read("staging/VcResult.ini"), "result=0\n");
 }
 

@@ -1,9 +1,9 @@
-// Messages and agent calls in the one order in which they came: "6 info text" for a message of this
+// Messages and agent calls in the one order in which they came: "Inf 6 text" for a message of this
 // level, "call Name(arg, ...)" for a call.
 //
 //     Story story(agent);
 //     ... what reports and calls ...
-//     EXPECT_THAT(story.lines(), ElementsAre("6 info ...", "call CheckFile(/app/a)"));
+//     EXPECT_THAT(story.lines(), ElementsAre("Inf 6 ...", "call CheckFile(/app/a)"));
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,6 @@
 
 #include "tests/agent/FakeAgent.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/LogLines.h"
 
 class Story {
   public:
@@ -45,7 +44,7 @@ class Story {
 
   private:
     void takeMessages() {
-        const std::vector<std::string> messages = linesOf(log_);
+        const std::vector<std::string> messages = log_.lines();
         lines_.insert(lines_.end(), messages.begin(), messages.end());
         log_.forget();
     }

@@ -31,23 +31,24 @@ class KvUpdateAction : public ActionTest {
     [[nodiscard]] std::string file() const { return tree.path("app/a.dat"); }
 
     // What a run with an agent of the new interface logs up to its copy, and these behind it.
-    [[nodiscard]] std::vector<LogRecord> upToTheCopy(const std::vector<LogRecord>& behind) const {
-        std::vector<LogRecord> all = {
-            infoAt(6, "update: update with new patch agent."),
-            infoAt(6, "Call PatchAgent StartAction with: void."),
-            infoAt(6, "Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101")};
+    [[nodiscard]] std::vector<std::string> upToTheCopy(
+        const std::vector<std::string>& behind) const {
+        std::vector<std::string> all = {
+            "Inf 6 update: update with new patch agent.",
+            "Inf 6 Call PatchAgent StartAction with: void.",
+            "Inf 6 Call PatchAgent StartItem with: 0.zip, 3, 0x5, 0x0, 100, 101"};
         all.insert(all.end(), behind.begin(), behind.end());
         return all;
     }
 };
 
 // What a run logs behind the messages `before` of its failure.
-inline std::vector<LogRecord> withRollback(std::vector<LogRecord> before,
-                                           const std::vector<LogRecord>& undoing) {
-    before.push_back(infoAt(6, "updateWithPatchAgent: auto rollback."));
+inline std::vector<std::string> withRollback(std::vector<std::string> before,
+                                             const std::vector<std::string>& undoing) {
+    before.push_back("Inf 6 updateWithPatchAgent: auto rollback.");
     before.insert(before.end(), undoing.begin(), undoing.end());
-    before.push_back(infoAt(6, "updateWithPatchAgent: auto rollback done."));
-    before.push_back(infoAt(6, "updateWithPatchAgent: error quit."));
-    before.push_back(errorAt(6, "update: updateWithPatchAgent failed."));
+    before.push_back("Inf 6 updateWithPatchAgent: auto rollback done.");
+    before.push_back("Inf 6 updateWithPatchAgent: error quit.");
+    before.push_back("Err 6 update: updateWithPatchAgent failed.");
     return before;
 }

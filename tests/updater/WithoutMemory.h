@@ -13,7 +13,7 @@
 #include <malloc.h>
 #endif
 
-#include "tests/support/LogLines.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/MemoryLimit.h"
 
 // The runs are those of a program started anew: what earlier tests released could hold what a run
@@ -39,7 +39,7 @@ class WithoutMemory : public Action {
 
     // Ends the process, whose tree nobody else removes: with 0 when the messages end with these.
     [[noreturn]] void exitWith(bool isRight, const std::vector<std::string>& last) {
-        const std::vector<std::string> lines = linesOf(this->log);
+        const std::vector<std::string> lines = this->log.lines();
         const bool isTold =
             lines.size() >= last.size() && std::equal(last.rbegin(), last.rend(), lines.rbegin());
         restoreMemory();
