@@ -13,6 +13,7 @@
 #include "base/KvFailure.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvOpenFile.h"
+#include "fileop/KvSystem.h"
 
 namespace {
 
@@ -172,7 +173,7 @@ PutBack putCopyBack(const char* copy, const char* file) {
     }
     const int error = errno != 0 ? errno : EINVAL;
     struct stat status {};
-    if (result == KvFileOpUtil::kCannotOpenSource && stat(copy, &status) != 0 && isGone(errno)) {
+    if (result == KvFileOpUtil::kCannotOpenSource && sysStat(copy, status) != 0 && isGone(errno)) {
         noteFailure(copy, errno);
         return PutBack::kCopyGone;
     }

@@ -10,6 +10,7 @@
 #include "agent/KvAgent.h"
 #include "base/KvFailure.h"
 #include "fileop/KvFileOpUtil.h"
+#include "fileop/KvSystem.h"
 #include "log/KvReport.h"
 #include "store/KvBackupEntry.h"
 #include "store/KvSavedCopy.h"
@@ -47,7 +48,7 @@ void deleteAddedFiles(const backupItem& item) {
     // The run broke off before this one was whole; perhaps before it was there.
     const char* const announced = announcedFile(item);
     struct stat status {};
-    if (announced != nullptr && lstat(announced, &status) == 0) {
+    if (announced != nullptr && sysLstat(announced, status) == 0) {
         deleteAddedFile(announced);
     }
 }

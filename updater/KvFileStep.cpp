@@ -7,6 +7,7 @@
 #include "agent/KvAgent.h"
 #include "base/KvFailure.h"
 #include "base/KvScoped.h"
+#include "fileop/KvSystem.h"
 #include "log/KvReport.h"
 #include "store/KvBackupEntry.h"
 #include "store/KvSavedCopy.h"
@@ -60,7 +61,7 @@ int addNewFile(const Entry& entry, const ItemContext& context, Recorder record) 
 int announceNewFile(const Entry& entry, const ItemContext& context) {
     struct stat status {};
     const bool isMissing =
-        entry.destination != nullptr && lstat(entry.destination, &status) != 0 && errno == ENOENT;
+        entry.destination != nullptr && sysLstat(entry.destination, status) != 0 && errno == ENOENT;
     return isMissing ? addNewFile(entry, context, announceAddedFile) : int{KvFileOpUtil::kGoOn};
 }
 

@@ -3,7 +3,6 @@
 //
 // An input is: one byte of rules (see rulesOf), one byte with the number of steps, four bytes for
 // each step (what, section, key, value), and the document.
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -36,26 +35,20 @@ bool isChineseLead(unsigned char byte) {
     return byte >= 0x81 && byte <= 0xFE;
 }
 
-// A file with this content, without the slow way over a disk: the reading end of a pipe.
-class PipedFile {
+// A file with this content, until the next one is made: documents are read when they are made.
+class GivenFile {
   public:
-    explicit PipedFile(const std::string& content) {
-        int ends[2];
-        require(pipe(ends) == 0);
-        reading_.reset(ends[0]);
-        const ScopedFd writing(ends[1]);
-        require(write(writing.get(), content.data(), content.size()) ==
-                static_cast<ssize_t>(content.size()));
-        path_ = "/dev/fd/" + std::to_string(reading_.get());
+    explicit GivenFile(const std::string& content) {
+        static const TempTree tree;
+        path_ = tree.write("given", content);
     }
 
     [[nodiscard]] const std::string& path() const { return path_; }
 
-    // What every pipe holds, and more than is worth trying.
+    // More is not worth trying.
     static constexpr size_t kCapacity = 16384;
 
   private:
-    ScopedFd reading_;
     std::string path_;
 };
 
@@ -89,7 +82,7 @@ class Pair {
   public:
     Pair(const std::string& text, const Rules& rules)
         : model_(text, rules.model),
-          document_((rules.fromText ? text : PipedFile(text).path()).c_str(),
+          document_((rules.fromText ? text : GivenFile(text).path()).c_str(),
                     rules.model.commentChar, rules.model.caseSensitive, rules.fromText,
                     rules.model.separator) {
         document_.discard();
@@ -192,7 +185,7 @@ std::string edited(const std::string& text, const Rules& rules, const uint8_t* s
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size < 2 || size > PipedFile::kCapacity) {
+    if (size < 2 || size > GivenFile::kCapacity) {
         return 0;
     }
     const Rules rules = rulesOf(data[0]);
@@ -203,7 +196,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         text.resize(std::min(text.size(), text.find('\0')));
     }
     const std::string written = edited(text, rules, script, steps);
-    if (written.size() <= PipedFile::kCapacity) {
+    if (written.size() <= GivenFile::kCapacity) {
         requireStable(written);
     }
     return 0;

@@ -134,14 +134,29 @@ class FileInTurn : public testing::TestWithParam<std::string> {
   protected:
     FileInTurn() { planTwoItems(patch); }
 
-    void expectDiskFailure() {
+    void expectUndoneDiskFailure() {
         const Destinations before(patch);
         const RunOutcome run = patch.update();
         EXPECT_EQ(run.status, 58);
         EXPECT_THAT(run.log, LogHas({"Err updateWithPatchAgent: xcopy failed, disk access."}));
         expectSame(before, Destinations(patch));
+    }
+    void expectDiskFailure() {
+        expectUndoneDiskFailure();
         expectEmptyStore(patch.destination("app"));
         expectEmptyStore(patch.destination("lib"));
+    }
+    // What the stores of both destinations hold.
+    [[nodiscard]] std::vector<std::string> savedContents() const {
+        std::vector<std::string> contents;
+        for (const char* destination : {"app", "lib"}) {
+            for (const auto& entry : patch.destination(destination).store()) {
+                if (entry.first.back() != '/') {
+                    contents.push_back(entry.second);
+                }
+            }
+        }
+        return contents;
     }
 
     PatchScenario patch;
@@ -166,10 +181,12 @@ INSTANTIATE_TEST_SUITE_P(Each, FileInTurn, testing::ValuesIn(kTouchedFiles));
 
 class OldFileInTurn : public FileInTurn {};
 
+// A file that cannot be put back keeps its copy, whatever the file itself has become.
 TEST_P(OldFileInTurn, MayBeReadButNotWritten) {
     fs::permissions(patch.tree().path(GetParam()), fs::perms::owner_read);
     patch.asOrdinaryUser();
-    expectDiskFailure();
+    expectUndoneDiskFailure();
+    EXPECT_EQ(savedContents(), std::vector<std::string>{"old " + GetParam()});
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, OldFileInTurn, testing::ValuesIn(kOldFiles));

@@ -191,8 +191,8 @@ TEST_F(KvFileStepFailure, SaysSoWhenTheBackupFileCannotBeDeleted) {
         const int result = step("a.dat", Ops::kOverwrite, Ops::kBefore);
         const auto& records = log.lines();
         const bool isTold =
-            records.size() >= 2 &&
-            records.rbegin()[1] == "Err 6 callBackForUpdate: malloc failed." &&
+            records.size() >= 3 &&
+            records.rbegin()[2] == "Err 6 callBackForUpdate: malloc failed." &&
             records.rbegin()[0] == "Err 6 callBackForUpdate: unlink " + dir + "/backup.000 failed.";
         _exit(result == kNotSaved && isTold && item.writtenCount == item.writtenCapacity ? 0 : 1);
     };

@@ -150,7 +150,7 @@ TEST_F(KvRollbackItemFailure, StopsAtAnAddedFileWhenTheStoreCannotBeMade) {
     EXPECT_EQ(run(), -5);
 
     EXPECT_THAT(story.linesAfter(kFound),
-                ElementsAre("Err 6 Cause: " + inStore("backup.001") + ": Not a directory",
+                ElementsAre("Err 6 Cause: " + tree.path("app/VC_Backup/3") + ": File exists",
                             "Err 6 rollbackItem: crtUniFile failed.", kFailed));
     EXPECT_THAT(app.files(), ElementsAre("x.dat=added x.dat", "y.dat=added y.dat"));
     EXPECT_THAT(recorded(), IsEmpty());
@@ -166,7 +166,7 @@ TEST_F(KvRollbackItemFailure, StopsAtAWrittenFileWhenTheStoreCannotBeMade) {
 
     EXPECT_THAT(story.linesAfter(kFound),
                 ElementsAre("Inf 6 rollbackItem: rollback added file done.",
-                            "Err 6 Cause: " + inStore("backup.002") + ": Not a directory",
+                            "Err 6 Cause: " + tree.path("app/VC_Backup/3") + ": File exists",
                             "Err 6 rollbackItem: crtUniFile failed.", kFailed));
     EXPECT_THAT(app.files(), ElementsAre("a.dat=new a.dat"));
     EXPECT_THAT(recorded(), IsEmpty());

@@ -85,7 +85,9 @@ struct CopyResult {
     const char* rule;         // of the agent
     unsigned status;
     CopyMessages messages;
-    bool breaksOff = false;  // while the new file is written, so that the undoing deletes it
+    const char* reason = nullptr;  // the cause, in words; null: there is none
+    bool isSourceCause = false;    // the staged file's, not the destination's
+    bool breaksOff = false;        // while the new file is written, so that the undoing deletes it
 };
 
 class KvUpdateActionCopy : public KvUpdateAction, public testing::WithParamInterface<CopyResult> {};
@@ -108,6 +110,12 @@ TEST_P(KvUpdateActionCopy, FailsWithAStatusAndAMessage) {
         upToTheCopy({"Inf 6 xcopy from: " + tree.path("stage/3/5/*") + " to: " + destination});
     for (const std::string& message : GetParam().messages(destination + "/a.dat")) {
         expected.push_back(message);
+    }
+    if (GetParam().reason != nullptr) {
+        const std::string file =
+            GetParam().isSourceCause ? tree.path("stage/3/5/a.dat") : destination + "/a.dat";
+        expected.insert(expected.end() - 1,
+                        "Err 6 Cause: " + file + ": " + std::string(GetParam().reason));
     }
     expected.push_back("Inf 6 Call PatchAgent EndItem with: FALSE, 100, 101");
     std::vector<std::string> undoing = {
@@ -142,8 +150,10 @@ std::vector<std::string> cancelled(const std::string& file) {
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, KvUpdateActionCopy,
-    testing::Values(CopyResult{"DirectoryInTheWay", "full", nullptr, "", 58, diskAccess},
-                    CopyResult{"NoSource", "app", "nowhere", "", 58, diskAccessOfAnAllowedFile},
+    testing::Values(CopyResult{"DirectoryInTheWay", "full", nullptr, "", 58, diskAccess,
+                               "Is a directory"},
+                    CopyResult{"NoSource", "app", "nowhere", "", 58, diskAccessOfAnAllowedFile,
+                               "No such file or directory", true},
                     CopyResult{"BadParameters", "file", nullptr, "", 12, badParameters},
                     CopyResult{"Cancelled", "app", nullptr, "CheckFileEx = -1", 60, cancelled}),
     [](const auto& test) { return test.param.name; });
@@ -152,7 +162,8 @@ INSTANTIATE_TEST_SUITE_P(
 // A file that opens but cannot be read where it begins.
 INSTANTIATE_TEST_SUITE_P(RowsOfLinux, KvUpdateActionCopy,
                          testing::Values(CopyResult{"ReadError", "app", "/proc/self/mem", "", 58,
-                                                    diskAccessOfAnAllowedFile, true}),
+                                                    diskAccessOfAnAllowedFile, "Input/output error",
+                                                    true, true}),
                          [](const auto& test) { return test.param.name; });
 #endif
 
@@ -165,6 +176,7 @@ TEST_F(KvUpdateAction, AgentsRefusalOfTheEndOutweighsTheDisk) {
     EXPECT_THAT(log.lines(),
                 ElementsAreArray(withRollback(
                     upToTheCopy({std::string("Inf 6 ") + copying(),
+                                 "Err 6 Cause: " + file() + ": Is a directory",
                                  "Err 6 updateWithPatchAgent: xcopy failed, disk access.",
                                  "Inf 6 Call PatchAgent EndItem with: FALSE, 100, 101",
                                  "Err 6 updateWithPatchAgent: end item failed."}),
