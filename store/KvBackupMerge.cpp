@@ -9,6 +9,7 @@
 #include "fileop/KvDiskNames.h"
 #include "fileop/KvFileOpUtil.h"
 #include "fileop/KvPath.h"
+#include "fileop/KvSystem.h"
 #include "log/KvReport.h"
 #include "store/KvBackupName.h"
 #include "store/KvBackupRecord.h"
@@ -29,7 +30,9 @@ void createStore(const backupStru& run, const char* recordPath) {
     KvFailureScope causes;
     // A store that cannot be made shows when its record is written.
     (void)KvFileOpUtil::createDir(DirNameOf(recordPath).c_str());
-    if (KvFileOpUtil::isExist(recordPath)) {
+    // Only a record that is surely missing is made: one that cannot be asked for may hold items.
+    struct stat status {};
+    if (sysStat(recordPath, status) == 0 || errno != ENOENT) {
         return;
     }
     const RecordDocument record = openRecord(recordPath);
