@@ -181,6 +181,7 @@ void RoundTripModel::keepNothing(const std::vector<Done>& all) {
 
 ExpectedOutcome RoundTripModel::rollback(const PlannedRun& run) {
     deferred_.clear();
+    putBack_.clear();
     std::vector<Done> all;
     for (auto item = run.items.rbegin(); item != run.items.rend(); ++item) {
         const auto record = records_.find(item->destination);
@@ -216,10 +217,10 @@ void RoundTripModel::rollBackItem(const PlannedRun& run, const RecordedItem& rec
         const int answer = answerAbout(run, relative(file.target));
         isLeft = isLeftBy(answer, isLeft);
         if (!isLeft) {
+            // The saved file stays until all items are rolled back, but is put in place only once.
             const auto saved = tree_.find(source);
-            if (saved != tree_.end()) {
+            if (saved != tree_.end() && putBack_.insert(source).second) {
                 tree_[relative(file.target)] = saved->second.copied();
-                tree_.erase(saved);
             }
         } else if (answer == kLater) {
             defer(absolute(source), file.target);
@@ -227,12 +228,16 @@ void RoundTripModel::rollBackItem(const PlannedRun& run, const RecordedItem& rec
     }
 }
 
-// A failed rollback puts back what was there before it, the last item first again; the saved files
-// that it had put in place are used up.
+// A failed rollback puts back what was there before it: of several copies of one file the first one
+// made. The saved files stay, so that the rollback can be repeated.
 void RoundTripModel::undo(const std::vector<Done>& all) {
+    std::set<std::string> restored;
     for (const auto& [item, recorded] : all) {
         for (const WrittenFile& file : recorded.written) {
-            tree_[relative(file.target)] = tree_.at(backupDirOf(*item) + file.backupName).copied();
+            if (restored.insert(file.target).second) {
+                tree_[relative(file.target)] =
+                    tree_.at(backupDirOf(*item) + file.backupName).copied();
+            }
         }
         removeBackups(*item, recorded);
     }

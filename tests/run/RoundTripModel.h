@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -64,4 +65,5 @@ class RoundTripModel {
     TimedTree tree_;
     std::map<std::string, RecordModel> records_;  // by destination
     std::vector<std::string> deferred_;           // of the run
+    std::set<std::string> putBack_;               // saved files that this rollback has put in place
 };
