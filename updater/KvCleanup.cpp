@@ -1,8 +1,5 @@
 #include "updater/KvCleanup.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <climits>
 #include <cstring>
@@ -39,33 +36,6 @@ struct CacheEntry {
 
 void reportNoMemory() {
     reportCauseErrno(kCachedFiles, ENOMEM);
-}
-
-bool isLink(const char* path) {
-    struct stat status {};
-    return lstat(path, &status) == 0 && S_ISLNK(status.st_mode);
-}
-
-// Whether a walk that follows no link goes well to its end and meets neither a byte nor a link.
-bool isTreeWithoutBytes(const char* path) {
-    struct stat status {};
-    if (lstat(path, &status) != 0) {
-        return false;
-    }
-    if (!S_ISDIR(status.st_mode)) {
-        return !S_ISLNK(status.st_mode) && status.st_size == 0;
-    }
-    const KvSimpleString directory = KvSimpleString(path) + "/";
-    if (directory.failed()) {
-        return false;
-    }
-    KvDirList entries(directory.c_str());
-    while (entries.hasNext()) {
-        if (!isTreeWithoutBytes(entries.getNext().c_str())) {
-            return false;
-        }
-    }
-    return entries.isComplete();
 }
 
 bool isExactly(const char* value, const char* wanted) {
@@ -183,29 +153,6 @@ int CB_KeepRunLock(KvFileOpUtil::CallbackEntry* entry) {
     return file ? int{KvFileOpUtil::kSkip} : int{KvFileOpUtil::kDestinationNotWritable};
 }
 
-// Of a link to a directory, what lies in the directory goes; both stay.
-int removeStaging(const char* tempDir) {
-    if (!isLink(tempDir)) {
-        return KvFileOpUtil::xunlink(tempDir);
-    }
-    const KvSimpleString directory = KvSimpleString(tempDir) + "/";
-    int result = directory.failed() ? KvFileOpUtil::kBadParameters : KvFileOpUtil::kDone;
-    if (result == KvFileOpUtil::kDone) {
-        KvDirList entries(directory.c_str());
-        while (result == KvFileOpUtil::kDone && entries.hasNext()) {
-            result = KvFileOpUtil::xunlink(entries.getNext().c_str());
-        }
-    }
-    return result;
-}
-
-int removeSaved(const char* saveDir) {
-    if (!isLink(saveDir)) {
-        return KvFileOpUtil::xunlink(saveDir);
-    }
-    return unlink(saveDir) == 0 ? KvFileOpUtil::kDone : KvFileOpUtil::kBadParameters;
-}
-
 // A file that stays where it should not has nobody but the log to tell of it.
 void reportUnlessDone(int result) {
     if (result != KvFileOpUtil::kDone) {
@@ -227,7 +174,7 @@ int saveStaging(const char* tempDir, const char* saveDir) {
     step.cbSize = sizeof step;
     step.userData = lockFile;
     const int copied = KvFileOpUtil::xcopy(tempDir, saveDir, true, CB_KeepRunLock, &step);
-    return copied == KvFileOpUtil::kDone ? removeStaging(tempDir) : copied;
+    return copied == KvFileOpUtil::kDone ? KvFileOpUtil::xunlinkContents(tempDir) : copied;
 }
 
 }  // namespace
@@ -262,10 +209,10 @@ void CleanupTempFiles(bool success, const char* tempDir, const char* baseDir) {
         CatURIWithPath(saveDir, sizeof saveDir, baseDir, kLogDirName) == 0 &&
         CatURIWithPath(saveDir, sizeof saveDir, saveDir, kTempSaveName) == 0;
     if (isSaveDirKnown) {
-        reportUnlessDone(removeSaved(saveDir));
+        reportUnlessDone(KvFileOpUtil::xunlink(saveDir));
     }
     if (success) {
-        reportUnlessDone(removeStaging(tempDir));
+        reportUnlessDone(KvFileOpUtil::xunlinkContents(tempDir));
     } else if (isSaveDirKnown) {
         reportUnlessDone(saveStaging(tempDir, saveDir));
     }
@@ -285,12 +232,12 @@ int CB_CheckEmptyDir(KvFileOpUtil::CallbackEntry* entry) {
     if (entry == nullptr || entry->action != KvFileOpUtil::kVisitDir) {
         return KvFileOpUtil::kGoOn;
     }
-    if (isLink(entry->path)) {
+    if (KvFileOpUtil::isLink(entry->path)) {
         entry->action = KvFileOpUtil::kVisitFile;  // keeps the walk out of it
         return KvFileOpUtil::kGoOn;
     }
     const KvFailureScope failure;
-    if (!isTreeWithoutBytes(entry->path)) {
+    if (!KvFileOpUtil::isTreeWithoutBytes(entry->path)) {
         return KvFileOpUtil::kGoOn;
     }
     KvVcLock lock;

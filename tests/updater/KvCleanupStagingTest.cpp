@@ -139,6 +139,17 @@ TEST_F(KvCleanupStaging, IsNotSavedThroughALink) {
     }
 }
 
+TEST_F(KvCleanupStaging, TakesTheLinksInItAndNothingBehindThem) {
+    for (const bool success : {true, false}) {
+        tree.write("important/file", "kept");
+        (void)stage();
+        fs::create_directory_symlink(tree.path("important"), tree.path("staging/3/link"));
+        cleanUp(success);
+        EXPECT_FALSE(tree.exists("staging"));
+        EXPECT_EQ(tree.read("important/file"), "kept");
+    }
+}
+
 TEST_F(KvCleanupStaging, LosesItsContentsWhenItIsNamedThroughALink) {
     ASSERT_EQ(symlink("staging", tree.path("named").c_str()), 0);
     CleanupTempFiles(true, tree.path("named").c_str(), tree.path("data").c_str());
