@@ -220,11 +220,13 @@ bool loadFile(KvIniDocument& document, const char* path) {
         document.isWhole = false;
         return true;
     }
-    if (content.end == FileContent::End::kNoMemory || !Loader(document).takeAll(content)) {
+    if (content.end == FileContent::End::kNoMemory) {
         return false;
     }
+    const bool isLoaded = Loader(document).takeAll(content);
+    // Whatever was loaded borrows from it.
     document.storage = std::move(content.bytes);
-    return true;
+    return isLoaded;
 }
 
 }  // namespace
